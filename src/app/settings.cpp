@@ -1,0 +1,127 @@
+#include "app/settings.h"
+
+#include "build_config.h"
+#include "platform/platform.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonParseError>
+
+namespace Corvel {
+
+namespace ConfigDefault {
+QString authUrl()
+{
+    return QStringLiteral(CORVEL_DEFAULT_AUTH_URL);
+}
+QString updateUrl()
+{
+    return QString();
+}
+QString vuskUrl()
+{
+    return QStringLiteral(CORVEL_DEFAULT_VUSK_URL);
+}
+QString bmrUrl()
+{
+    return QStringLiteral(CORVEL_DEFAULT_BMR_URL);
+}
+} // namespace ConfigDefault
+
+QString stripNuls(const std::wstring& raw)
+{
+    std::wstring clean;
+    clean.reserve(raw.size());
+    for (wchar_t c : raw)
+        if (c != L'\0')
+            clean.push_back(c);
+    return QString::fromStdWString(clean);
+}
+
+QString readRegistryString(const QString& subKey, const QString& valueName)
+{
+    const auto result = CorvelPlatform::readRegistryValue(subKey.toStdWString(), valueName.toStdWString());
+    switch (result.status) {
+    case CorvelPlatform::RegistryResult::Status::OpenFailed:
+        qCritical().noquote() << "Failed to open registry key: " + subKey;
+        return QString();
+    case CorvelPlatform::RegistryResult::Status::QueryFailed:
+        qCritical().noquote() << "Failed to get registry value: " + subKey + "\\" + valueName;
+        return QString();
+    case CorvelPlatform::RegistryResult::Status::Ok:
+        break;
+    }
+    return stripNuls(result.value);
+}
+
+static QString registryFolder(const QString& valueName)
+{
+    const QString value = readRegistryString(QString::fromLatin1(RegistryKey), valueName);
+    return value.isEmpty() ? QDir::currentPath() : value;
+}
+
+QString installDir()
+{
+    return registryFolder(QStringLiteral("InstallDir"));
+}
+
+QString workingDir()
+{
+    return registryFolder(QStringLiteral("WorkingDir"));
+}
+
+std::optional<QJsonObject> loadConfig(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        qCritical().noquote() << "Failed to open config file: " + path;
+        return std::nullopt;
+    }
+    const QByteArray data = file.readAll();
+    file.close();
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(data, &error);
+    if (document.isNull()) {
+        qCritical().noquote() << "Failed to parse JSON from file " + path + ". Error: " + error.errorString();
+        return std::nullopt;
+    }
+    return document.object();
+}
+
+bool getBool(const QJsonObject& config, const QString& key, bool defaultValue)
+{
+    const QJsonValue value = config.value(key);
+    if (value.isBool())
+        return value.toBool();
+    qWarning() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+    return defaultValue;
+}
+
+QString getString(const QJsonObject& config, const QString& key, const QString& defaultValue)
+{
+    const QJsonValue value = config.value(key);
+    if (value.isUndefined() || !value.isString()) {
+        qWarning() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+        return defaultValue;
+    }
+    return value.toString();
+}
+
+int getInt(const QJsonObject& config, const QString& key, int defaultValue)
+{
+    const QJsonValue value = config.value(key);
+    if (value.isUndefined() || !value.isDouble()) {
+        qCritical() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+        return defaultValue;
+    }
+    const double number = value.toDouble();
+    if (number >= 2147483647.0)
+        return 2147483647;
+    if (number <= -2147483648.0)
+        return -2147483647 - 1;
+    return static_cast<int>(number);
+}
+
+} // namespace Corvel

@@ -1,0 +1,101 @@
+#include "app/startup.h"
+
+#include "app/cv_logger.h"
+#include "app/service_starter.h"
+#include "app/settings.h"
+#include "app/style_sheet.h"
+#include "platform/platform.h"
+#include "widgets/icon_font.h"
+#include "widgets/message_box.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QFontDatabase>
+
+#include <cstdio>
+#include <optional>
+
+static void initResources()
+{
+    Q_INIT_RESOURCE(resources);
+}
+
+namespace Corvel {
+
+namespace {
+
+constexpr int ExitFailure = -1;
+constexpr int ExitQuiet = 0;
+
+void fatalBox(const QString& title, const QString& text)
+{
+    CorvelWidgets::MessageBox::critical(nullptr, title, text);
+}
+
+} // namespace
+
+int runConsole(int argc, char** argv)
+{
+    const QString working = workingDir();
+    if (!CvLogger::init(QtInfoMsg, working + "/logs", QStringLiteral("corvel.log"), 10485760)) {
+        std::fputs("Failed to initialize logging.\n", stderr);
+        return ExitFailure;
+    }
+    qInfo() << "Logging intialized.";
+
+    const std::optional<QJsonObject> config = loadConfig(working + "/config.json");
+    if (!config) {
+        qCritical() << "Failed to load config. Corvel will be closed.";
+        CorvelPlatform::showNativeErrorBox("Corvel error",
+                                           "Failed to open config.json file. Please make sure that file exists");
+        return ExitFailure;
+    }
+
+    QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL,
+                                   getBool(*config, ConfigKey::UseSoftwareOpengl, ConfigDefault::UseSoftwareOpengl));
+    QApplication app(argc, argv);
+    initResources();
+
+    if (!CorvelPlatform::isUserAdmin()) {
+        qCritical() << "Admin rights required, but user is not admin. Corvel will be closed.";
+        fatalBox(QStringLiteral("Access denied"), QStringLiteral("Please login with administrator privileges and try again"));
+        return ExitQuiet;
+    }
+
+    for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
+                             ":/res/SourceSansPro-Light.ttf"})
+        QFontDatabase::addApplicationFont(QString::fromLatin1(font));
+
+    app.setStyleSheet(loadStyleSheet(QStringLiteral(":/res/styles.qss")));
+
+    const std::optional<CorvelWidgets::IconFont> iconFont = CorvelWidgets::IconFont::load(
+        QStringLiteral(":/res/velmora-iconfont.ttf"), QStringLiteral(":/res/velmora-iconfont.json"),
+        QStringLiteral("velmora-iconfont"));
+    if (!iconFont) {
+        qCritical() << "Failed to initialize icon-font. Corvel will be closed.";
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Critical;
+        request.text = QStringLiteral("Failed to initialze icon-font. Corvel will be closed");
+        request.titleSet = false;
+        CorvelWidgets::MessageBox::ask(nullptr, request);
+        return ExitQuiet;
+    }
+
+    if (!getBool(*config, ConfigKey::DisableServicesAutostart, ConfigDefault::DisableServicesAutostart)) {
+        ServiceStarter starter;
+        if (!starter.startServices()) {
+            qCritical() << "Failed to start services. Corvel will be closed.";
+            fatalBox(QStringLiteral("Services error"),
+                     QStringLiteral("Failed to connect to services. Please make sure that Microsoft iSCSI Initiator "
+                                    "Service, Tolvex Virtual Disk Service and Tolvex Corvel Service are installed and "
+                                    "running"));
+            return ExitFailure;
+        }
+    }
+
+    qCritical() << "Start-up stops after the local services: the service client, sign-in and main window are not "
+                   "part of this build yet.";
+    return ExitFailure;
+}
+
+} // namespace Corvel

@@ -1,0 +1,117 @@
+#include "app/style_sheet.h"
+
+#include <QCursor>
+#include <QDebug>
+#include <QFile>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <cmath>
+
+namespace Corvel {
+
+const TextVariables& styleTextVariables()
+{
+    static const TextVariables variables = {
+        {"$job_item_font_size", "300 11pt"},
+        {"$push_button_height", "36px"},
+        {"$primary_color", "#FF6e21"},
+        {"$darken_primary", "#FF5B04"},
+        {"$deep_dark_primary", "#e34e00"},
+        {"$secondary_color", "rgba(255, 110, 33, 0.08)"},
+        {"$bright_red", "#EE4327"},
+        {"$velmora_gradient",
+         "qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 #9F3224, stop: 0.52 #FF3C1f, stop:1 #FF6D10)"},
+        {"$burgundy", "#9F3224"},
+        {"$dusty_blue", "#69A3B9"},
+        {"$turquoise", "#6FCCCC"},
+        {"$light_blue", "#55BAE9"},
+        {"$black", "#000000"},
+        {"$dark_grey", "#3C3C46"},
+        {"$grey", "#878C96"},
+        {"$ash", "#C2C5CA"},
+        {"$light_ash", "#E1E1E1"},
+        {"$pale_ash", "#F0F1F3"},
+        {"$light_grey", "#F5F6F8"},
+        {"$white", "#FAFAFA"},
+        {"$plain_white", "#FFFFFF"},
+        {"$blue", "#4590FF"},
+        {"$gold", "#E8C900"},
+        {"$red", "#DB2C00"},
+        {"$green", "#8ACF81"},
+    };
+    return variables;
+}
+
+const SizeVariables& styleSizeVariables()
+{
+    static const SizeVariables variables = {
+        {"$job_action_icon_size", {20}},
+        {"$job_label_icon_size", {22}},
+        {"$user_menu_icon_size", {28}},
+        {"$main_window_tabs_widget_list_icon_size", {26, 26}},
+        {"$buttons_icon_size", {24}},
+        {"$buttons_small_icon_size", {20}},
+        {"$wizard_button_icon_size", {80}},
+        {"$delete_button_icon_size", {22}},
+    };
+    return variables;
+}
+
+double screenScale()
+{
+    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    return screen ? screen->logicalDotsPerInchX() / 96.0 : 1.0;
+}
+
+QString loadStyleSheet(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return QString();
+    const QString text = QString::fromUtf8(file.readAll());
+    return processStyleSheet(text, screenScale());
+}
+
+QString processStyleSheet(const QString& text, double scale)
+{
+    return processStyleSheet(text, scale, styleTextVariables(), styleSizeVariables());
+}
+
+QString processStyleSheet(const QString& text, double scale, const TextVariables& texts, const SizeVariables& sizes)
+{
+    QString result = text;
+    for (const auto& [name, value] : texts)
+        result.replace(name, value, Qt::CaseSensitive);
+    for (const auto& [name, numbers] : sizes) {
+        QString lengths;
+        for (int number : numbers)
+            lengths += QString::number(static_cast<long long>(std::floor(number * scale + 0.5))) + "px ";
+        result.replace(name, lengths, Qt::CaseSensitive);
+    }
+
+    for (const auto& entry : texts)
+        if (!entry.first.startsWith('$'))
+            qInfo().noquote() << "Var \"" + entry.first + "\" has wrong name";
+    for (const auto& entry : sizes)
+        if (!entry.first.startsWith('$'))
+            qInfo().noquote() << "Var \"" + entry.first + "\" has wrong name";
+    for (const auto& textEntry : texts)
+        for (const auto& sizeEntry : sizes)
+            if (textEntry.first == sizeEntry.first)
+                qInfo().noquote() << "Var \"" + textEntry.first + "\" has several descriptions";
+
+    for (int at = result.indexOf('$'); at >= 0; at = result.indexOf('$', at + 1)) {
+        const int lineStart = result.lastIndexOf('\n', at) + 1;
+        int lineEnd = result.indexOf('\n', at);
+        if (lineEnd < 0)
+            lineEnd = result.size();
+        QString line = result.mid(lineStart, lineEnd - lineStart);
+        if (line.endsWith('\r'))
+            line.chop(1);
+        qInfo().noquote() << "Undefined var " + result.mid(at, 5) + "... in line: " + line;
+    }
+    return result;
+}
+
+} // namespace Corvel

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QString>
+#include <QVector>
+
+#include <utility>
+
+namespace Corvel {
+
+using TextVariables = QVector<std::pair<QString, QString>>;
+using SizeVariables = QVector<std::pair<QString, QVector<int>>>;
+
+const TextVariables& styleTextVariables();
+const SizeVariables& styleSizeVariables();
+
+// Logical DPI of the screen under the mouse cursor over 96; 1.0 without a screen there.
+double screenScale();
+
+// Reads the sheet and resolves its variables for the current screen; empty when unreadable.
+QString loadStyleSheet(const QString& path);
+QString processStyleSheet(const QString& text, double scale);
+// Same, against explicit tables (the diagnostics are checked against these).
+QString processStyleSheet(const QString& text, double scale, const TextVariables& texts, const SizeVariables& sizes);
+
+} // namespace Corvel

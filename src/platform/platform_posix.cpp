@@ -1,0 +1,114 @@
+#include "platform.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace CorvelPlatform {
+
+namespace {
+
+std::string narrow(const std::wstring& text)
+{
+    std::string out;
+    for (wchar_t c : text)
+        out.push_back(c < 0x80 ? static_cast<char>(c) : '?');
+    return out;
+}
+
+// UTF-8 to wide text; malformed bytes become U+FFFD.
+std::wstring widen(const char* text)
+{
+    std::wstring out;
+    const auto* p = reinterpret_cast<const unsigned char*>(text);
+    while (*p) {
+        unsigned c = *p++;
+        int more = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : 0;
+        if (c >= 0x80 && more == 0) {
+            out.push_back(0xFFFD);
+            continue;
+        }
+        unsigned code = more ? (c & (0x3F >> more)) : c;
+        bool ok = true;
+        for (int i = 0; i < more; ++i) {
+            if ((*p & 0xC0) != 0x80) {
+                ok = false;
+                break;
+            }
+            code = (code << 6) | (*p++ & 0x3F);
+        }
+        out.push_back(ok ? static_cast<wchar_t>(code) : 0xFFFD);
+    }
+    return out;
+}
+
+// There is no service manager here: every service counts as running.
+class PosixServiceControl : public ServiceControl {
+public:
+    ServiceHandle openManager() override { return 1; }
+    ServiceHandle openService(ServiceHandle, const std::string&) override { return 2; }
+    bool queryState(ServiceHandle, unsigned long& state) override
+    {
+        state = Running;
+        return true;
+    }
+    bool startService(ServiceHandle) override { return true; }
+    void closeHandle(ServiceHandle) override {}
+    unsigned long lastError() const override { return 0; }
+};
+
+} // namespace
+
+RegistryResult readRegistryValue(const std::wstring&, const std::wstring& valueName)
+{
+    // The installer's registry values are stood in for by environment variables.
+    RegistryResult result;
+    std::string name;
+    if (valueName == L"InstallDir")
+        name = "CORVEL_INSTALL_DIR";
+    else if (valueName == L"WorkingDir")
+        name = "CORVEL_WORKING_DIR";
+    else
+        name = "CORVEL_" + narrow(valueName);
+    const char* value = std::getenv(name.c_str());
+    if (!value) {
+        result.status = RegistryResult::Status::QueryFailed;
+        result.error = 2; // ERROR_FILE_NOT_FOUND
+        return result;
+    }
+    result.status = RegistryResult::Status::Ok;
+    result.value = widen(value);
+    return result;
+}
+
+bool isUserAdmin()
+{
+    return true;
+}
+
+void showNativeErrorBox(const std::string& caption, const std::string& text)
+{
+    std::fprintf(stderr, "%s: %s\n", caption.c_str(), text.c_str());
+    std::fflush(stderr);
+}
+
+std::shared_ptr<ServiceControl> systemServiceControl()
+{
+    return std::make_shared<PosixServiceControl>();
+}
+
+std::uint32_t logicalDrivesMask()
+{
+    return 0x7;
+}
+
+std::uint64_t totalPhysicalMemory()
+{
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long pageSize = sysconf(_SC_PAGE_SIZE);
+    if (pages <= 0 || pageSize <= 0)
+        return 0;
+    return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+}
+
+} // namespace CorvelPlatform

@@ -1,0 +1,148 @@
+#include "platform.h"
+
+#include <windows.h>
+
+#include <vector>
+
+namespace CorvelPlatform {
+
+namespace {
+
+std::wstring toWide(const std::string& utf8)
+{
+    if (utf8.empty())
+        return std::wstring();
+    const int size = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+    std::wstring out(static_cast<size_t>(size), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), &out[0], size);
+    return out;
+}
+
+SC_HANDLE asHandle(ServiceHandle handle)
+{
+    return reinterpret_cast<SC_HANDLE>(handle);
+}
+
+class WinServiceControl : public ServiceControl {
+public:
+    ServiceHandle openManager() override
+    {
+        SC_HANDLE handle = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+        m_lastError = handle ? 0 : GetLastError();
+        return reinterpret_cast<ServiceHandle>(handle);
+    }
+
+    ServiceHandle openService(ServiceHandle manager, const std::string& name) override
+    {
+        SC_HANDLE handle = OpenServiceA(asHandle(manager), name.c_str(), SERVICE_ALL_ACCESS);
+        m_lastError = handle ? 0 : GetLastError();
+        return reinterpret_cast<ServiceHandle>(handle);
+    }
+
+    bool queryState(ServiceHandle service, unsigned long& state) override
+    {
+        std::vector<BYTE> buffer(sizeof(SERVICE_STATUS_PROCESS));
+        DWORD needed = 0;
+        while (!QueryServiceStatusEx(asHandle(service), SC_STATUS_PROCESS_INFO, buffer.data(),
+                                     static_cast<DWORD>(buffer.size()), &needed)) {
+            m_lastError = GetLastError();
+            if (m_lastError != ERROR_INSUFFICIENT_BUFFER)
+                return false;
+            buffer.resize(needed);
+        }
+        m_lastError = 0;
+        state = reinterpret_cast<const SERVICE_STATUS_PROCESS*>(buffer.data())->dwCurrentState;
+        return true;
+    }
+
+    bool startService(ServiceHandle service) override
+    {
+        const BOOL ok = StartServiceW(asHandle(service), 0, nullptr);
+        m_lastError = ok ? 0 : GetLastError();
+        return ok != FALSE;
+    }
+
+    void closeHandle(ServiceHandle handle) override
+    {
+        if (handle)
+            CloseServiceHandle(asHandle(handle));
+    }
+
+    unsigned long lastError() const override { return m_lastError; }
+
+private:
+    DWORD m_lastError = 0;
+};
+
+} // namespace
+
+RegistryResult readRegistryValue(const std::wstring& subKey, const std::wstring& valueName)
+{
+    RegistryResult result;
+    HKEY key = nullptr;
+    LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, subKey.c_str(), 0, KEY_READ | KEY_WOW64_32KEY, &key);
+    if (status != ERROR_SUCCESS) {
+        result.status = RegistryResult::Status::OpenFailed;
+        result.error = static_cast<unsigned long>(status);
+        return result;
+    }
+    DWORD size = 0;
+    status = RegQueryValueExW(key, valueName.c_str(), nullptr, nullptr, nullptr, &size);
+    if (status != ERROR_SUCCESS) {
+        RegCloseKey(key);
+        result.status = RegistryResult::Status::QueryFailed;
+        result.error = static_cast<unsigned long>(status);
+        return result;
+    }
+    std::wstring buffer(size / sizeof(wchar_t), L'\0');
+    status = RegQueryValueExW(key, valueName.c_str(), nullptr, nullptr, reinterpret_cast<LPBYTE>(&buffer[0]), &size);
+    RegCloseKey(key);
+    if (status != ERROR_SUCCESS) {
+        result.status = RegistryResult::Status::QueryFailed;
+        result.error = static_cast<unsigned long>(status);
+        return result;
+    }
+    result.status = RegistryResult::Status::Ok;
+    result.value = buffer;
+    return result;
+}
+
+bool isUserAdmin()
+{
+    SID_IDENTIFIER_AUTHORITY ntAuthority = SECURITY_NT_AUTHORITY;
+    PSID administrators = nullptr;
+    if (!AllocateAndInitializeSid(&ntAuthority, 2, SECURITY_BUILTIN_DOMAIN_RID, DOMAIN_ALIAS_RID_ADMINS, 0, 0, 0, 0, 0,
+                                  0, &administrators))
+        return false;
+    BOOL member = FALSE;
+    if (!CheckTokenMembership(nullptr, administrators, &member))
+        member = FALSE;
+    FreeSid(administrators);
+    return member != FALSE;
+}
+
+void showNativeErrorBox(const std::string& caption, const std::string& text)
+{
+    MessageBoxW(nullptr, toWide(text).c_str(), toWide(caption).c_str(), MB_ICONERROR);
+}
+
+std::shared_ptr<ServiceControl> systemServiceControl()
+{
+    return std::make_shared<WinServiceControl>();
+}
+
+std::uint32_t logicalDrivesMask()
+{
+    return static_cast<std::uint32_t>(GetLogicalDrives());
+}
+
+std::uint64_t totalPhysicalMemory()
+{
+    MEMORYSTATUSEX status;
+    status.dwLength = sizeof(status);
+    if (!GlobalMemoryStatusEx(&status))
+        return 0;
+    return status.ullTotalPhys;
+}
+
+} // namespace CorvelPlatform

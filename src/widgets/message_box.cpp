@@ -1,0 +1,90 @@
+#include "widgets/message_box.h"
+
+#include <QQueue>
+
+namespace CorvelWidgets {
+
+namespace {
+QQueue<QMessageBox::StandardButton> g_answers;
+bool g_autoAnswer = false;
+QList<MessageBox::Request> g_shown;
+
+QMessageBox::StandardButton fallbackAnswer(const MessageBox::Request& request)
+{
+    if (request.defaultButton != QMessageBox::NoButton)
+        return request.defaultButton;
+    for (unsigned bit = QMessageBox::FirstButton; bit <= QMessageBox::LastButton; bit <<= 1)
+        if (request.buttons & bit)
+            return static_cast<QMessageBox::StandardButton>(bit);
+    return QMessageBox::Ok;
+}
+} // namespace
+
+QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& request)
+{
+    if (g_autoAnswer || !g_answers.isEmpty()) {
+        g_shown.append(request);
+        return g_answers.isEmpty() ? fallbackAnswer(request) : g_answers.dequeue();
+    }
+    QMessageBox box(parent);
+    box.setIcon(request.icon);
+    if (request.titleSet)
+        box.setWindowTitle(request.title);
+    box.setText(request.text);
+    if (!request.informativeText.isEmpty())
+        box.setInformativeText(request.informativeText);
+    box.setStandardButtons(request.buttons);
+    if (request.defaultButton != QMessageBox::NoButton)
+        box.setDefaultButton(request.defaultButton);
+    if (request.flags)
+        box.setWindowFlags(box.windowFlags() | request.flags);
+    return static_cast<QMessageBox::StandardButton>(box.exec());
+}
+
+static MessageBox::Request simple(QMessageBox::Icon icon, const QString& title, const QString& text)
+{
+    MessageBox::Request request;
+    request.icon = icon;
+    request.title = title;
+    request.text = text;
+    return request;
+}
+
+QMessageBox::StandardButton MessageBox::critical(QWidget* parent, const QString& title, const QString& text)
+{
+    return ask(parent, simple(QMessageBox::Critical, title, text));
+}
+
+QMessageBox::StandardButton MessageBox::warning(QWidget* parent, const QString& title, const QString& text)
+{
+    return ask(parent, simple(QMessageBox::Warning, title, text));
+}
+
+QMessageBox::StandardButton MessageBox::information(QWidget* parent, const QString& title, const QString& text)
+{
+    return ask(parent, simple(QMessageBox::Information, title, text));
+}
+
+void MessageBox::setNextAnswer(QMessageBox::StandardButton answer)
+{
+    g_answers.enqueue(answer);
+}
+
+void MessageBox::setAutoAnswer(bool enabled)
+{
+    g_autoAnswer = enabled;
+    if (!enabled)
+        g_answers.clear();
+}
+
+QList<MessageBox::Request> MessageBox::shown()
+{
+    return g_shown;
+}
+
+void MessageBox::clearShown()
+{
+    g_shown.clear();
+}
+
+} // namespace CorvelWidgets
