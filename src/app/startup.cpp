@@ -55,6 +55,9 @@ int runConsole(int argc, char** argv)
                                    getBool(*config, ConfigKey::UseSoftwareOpengl, ConfigDefault::UseSoftwareOpengl));
     QApplication app(argc, argv);
     initResources();
+    // Unattended runs (scripted checks) must not block on a modal question.
+    if (qEnvironmentVariableIsSet("CORVEL_UNATTENDED"))
+        CorvelWidgets::MessageBox::setAutoAnswer(true);
 
     if (!CorvelPlatform::isUserAdmin()) {
         qCritical() << "Admin rights required, but user is not admin. Corvel will be closed.";

@@ -1,5 +1,6 @@
 #include "widgets/message_box.h"
 
+#include <QDebug>
 #include <QQueue>
 
 namespace CorvelWidgets {
@@ -24,7 +25,9 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
 {
     if (g_autoAnswer || !g_answers.isEmpty()) {
         g_shown.append(request);
-        return g_answers.isEmpty() ? fallbackAnswer(request) : g_answers.dequeue();
+        const auto answer = g_answers.isEmpty() ? fallbackAnswer(request) : g_answers.dequeue();
+        qInfo().noquote() << "Message box answered unattended: [" + request.title + "] " + request.text;
+        return answer;
     }
     QMessageBox box(parent);
     box.setIcon(request.icon);
