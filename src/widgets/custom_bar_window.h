@@ -1,12 +1,13 @@
 #pragma once
 
 #include <QDialog>
+#include <QVBoxLayout>
 #include <QPoint>
 
 class QFrame;
 class QLabel;
 class QPushButton;
-class QVBoxLayout;
+
 
 namespace CorvelWidgets {
 class IconFont;

@@ -1,0 +1,40 @@
+#include "widgets/user_menu_button.h"
+
+#include "widgets/icon_font.h"
+
+#include <QMenu>
+
+namespace CorvelWidgets {
+
+namespace {
+constexpr ushort UserGlyph = 0xE96B;
+}
+
+UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
+    : QPushButton(parent), m_menu(new QMenu(this))
+{
+    setObjectName("button_user_menu");
+    setIcon(iconFont.icon(UserGlyph));
+    setFocusPolicy(Qt::NoFocus);
+    setCursor(Qt::PointingHandCursor);
+
+    m_menu->setObjectName("user_menu");
+    m_menu->setWindowFlags(m_menu->windowFlags() | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
+    m_menu->setAttribute(Qt::WA_TranslucentBackground);
+    QAction* logOut = m_menu->addAction("Log out");
+    connect(logOut, &QAction::triggered, this, &UserMenuButton::logOutRequested);
+    setMenu(m_menu);
+}
+
+void UserMenuButton::setUserName(const QString& name)
+{
+    setText(name);
+}
+
+QAction* UserMenuButton::logOutAction() const
+{
+    const QList<QAction*> actions = m_menu->actions();
+    return actions.isEmpty() ? nullptr : actions.first();
+}
+
+} // namespace CorvelWidgets
