@@ -1,0 +1,63 @@
+#include "jobs/delete_vm_dialog.h"
+
+#include "widgets/icon_font.h"
+
+#include <QButtonGroup>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace CvJobs {
+
+DeleteVMDialog::DeleteVMDialog(const CorvelWidgets::IconFont& iconFont, QWidget* parent, bool deleteSelected)
+    : Corvel::CustomBarWindow(iconFont, parent),
+      m_yesButton(new QRadioButton("YES - Delete this virtual machine from the Hyper-V host", this)),
+      m_noButton(new QRadioButton("NO - Leave this virtual machine on the Hyper-V host", this)),
+      m_saveButton(new QPushButton("Save", this))
+{
+    setTitle("Delete Virtual Machine");
+    setModal(true);
+
+    auto* description = new QLabel(descriptionText(), this);
+    // The style sheet knows this label by either name; the first one is shared with the other dialogs.
+    description->setObjectName("wizard_started_page_desription");
+    description->setProperty("alternateObjectName", "delete_vm_label");
+    description->setTextFormat(Qt::RichText);
+
+    auto* choices = new QButtonGroup(this);
+    for (QRadioButton* button : {m_yesButton, m_noButton}) {
+        button->setObjectName("path_button");
+        choices->addButton(button);
+    }
+    choices->setExclusive(true);
+    (deleteSelected ? m_yesButton : m_noButton)->setChecked(true);
+
+    m_saveButton->setObjectName("button_primary");
+    m_saveButton->setDefault(true);
+    connect(m_saveButton, &QPushButton::clicked, this, &QDialog::accept);
+
+    auto* content = new QVBoxLayout;
+    content->setContentsMargins(30, 20, 30, 24);
+    content->setSpacing(14);
+    content->addWidget(description);
+    content->addWidget(m_yesButton);
+    content->addWidget(m_noButton);
+    content->addSpacing(6);
+    content->addWidget(m_saveButton, 0, Qt::AlignRight);
+    contentLayout()->addLayout(content);
+}
+
+bool DeleteVMDialog::isDeleteSelected() const
+{
+    return m_yesButton->isChecked();
+}
+
+QString DeleteVMDialog::descriptionText()
+{
+    return QStringLiteral("Delete Virtual Machine Created by this job?<br>This will destroy any data changes made to "
+                          "the virtual machine while<br>running during recovery!");
+}
+
+} // namespace CvJobs

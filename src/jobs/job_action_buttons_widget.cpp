@@ -1,0 +1,142 @@
+#include "jobs/job_action_buttons_widget.h"
+
+#include "jobs/delete_vm_dialog.h"
+#include "jobs/delete_vm_dialog2.h"
+#include "jobs/job_action_button.h"
+#include "jobs/service_call.h"
+
+#include <QDebug>
+#include <QHBoxLayout>
+#include <QPointer>
+
+namespace CvJobs {
+
+using CorvelService::JobAction;
+
+JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescription& job,
+                                               std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                                               const CorvelWidgets::IconFont& iconFont, QWidget* parent)
+    : QWidget(parent), m_job(job), m_client(std::move(client)), m_iconFont(iconFont)
+{
+    auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+
+    if (m_job.actions == JobAction::None) {
+        m_waitButton = new QPushButton(JobActionButton::text(JobAction::None), this);
+        m_waitButton->setObjectName("job_action_button_empty");
+        layout->addWidget(m_waitButton);
+        return;
+    }
+
+    const std::pair<JobAction::type, void (JobActionButtonsWidget::*)()> actions[] = {
+        {JobAction::Start, &JobActionButtonsWidget::onStartJob},
+        {JobAction::Stop, &JobActionButtonsWidget::onStopJob},
+        {JobAction::Delete, &JobActionButtonsWidget::onDeleteJob},
+        {JobAction::Cancel, &JobActionButtonsWidget::onCancelJob},
+    };
+    for (const auto& [action, slot] : actions) {
+        if (!(m_job.actions & action))
+            continue;
+        auto* button = new JobActionButton(action, this);
+        connect(button, &QPushButton::clicked, this, slot);
+        layout->addWidget(button);
+        m_buttons.append(button);
+    }
+}
+
+void JobActionButtonsWidget::onStartJob()
+{
+    qInfo("onStartJob");
+    finishAction(callService([&] { m_client->startJob(m_job.id); }) == CallOutcome::Ok);
+}
+
+void JobActionButtonsWidget::onStopJob()
+{
+    qInfo("onStopJob");
+    finishAction(callService([&] { m_client->stopJob(m_job.id); }) == CallOutcome::Ok);
+}
+
+void JobActionButtonsWidget::onCancelJob()
+{
+    qInfo("onCancelJob");
+    finishAction(callService([&] { m_client->cancelJob(m_job.id); }) == CallOutcome::Ok);
+}
+
+void JobActionButtonsWidget::onDeleteJob()
+{
+    qInfo("onDeleteJob");
+    if (m_job.job_type == CorvelService::JobType::Virtualization) {
+        QPointer<JobActionButtonsWidget> self(this);
+        m_busy = true;
+        const VmChoice choice = askAboutVm();
+        if (!self)
+            return;
+        m_busy = false;
+        if (choice == VmChoice::Abandon)
+            return;
+        const bool deleteVm = choice == VmChoice::Delete;
+        qInfo(deleteVm ? "Delete VM during job deletion." : "Keep VM.");
+        // Deleting the job without the operator's VM choice on record could destroy a VM they
+        // chose to keep, so a failed update leaves the job in place.
+        if (!storeVmChoice(deleteVm)) {
+            qInfo("Abort job deletion.");
+            return;
+        }
+    }
+    finishAction(callService([&] { m_client->deleteJob(m_job.id); }) == CallOutcome::Ok);
+}
+
+JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
+{
+    qInfo("Ask user about VM deletion.");
+    const bool testVm = m_job.configuration.vm_settings.virtualization_type == CorvelService::VirtualizationType::Test;
+
+    // Heap dialogs under a guard: the row may go away while the dialog runs its own event loop.
+    QPointer<DeleteVMDialog> question = new DeleteVMDialog(m_iconFont, this, testVm);
+    const bool saved = question->exec() == QDialog::Accepted;
+    if (!question)
+        return VmChoice::Abandon;
+    const bool deleteSelected = question->isDeleteSelected();
+    delete question;
+    if (!saved)
+        return VmChoice::Abandon;
+    if (!deleteSelected)
+        return VmChoice::Keep;
+
+    QPointer<DeleteVMDialog2> confirmation = new DeleteVMDialog2(m_iconFont, this);
+    const bool answered = confirmation->exec() == QDialog::Accepted;
+    if (!confirmation)
+        return VmChoice::Abandon;
+    const bool confirmed = confirmation->isDeleteSelected();
+    delete confirmation;
+    if (!answered) {
+        qInfo("Abort job deletion.");
+        return VmChoice::Abandon;
+    }
+    return confirmed ? VmChoice::Delete : VmChoice::Keep;
+}
+
+bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
+{
+    CorvelService::JobMutableSettings settings;
+    if (callService([&] { m_client->getJobMutableSettings(settings, m_job.id); }) != CallOutcome::Ok)
+        return false;
+    settings.__set_delete_created_vm(deleteVm);
+    return callService([&] { m_client->setJobMutableSettings(m_job.id, settings); }) == CallOutcome::Ok;
+}
+
+void JobActionButtonsWidget::finishAction(bool succeeded)
+{
+    if (!succeeded)
+        return;
+    setButtonsEnabled(false);
+    emit needsUpdate();
+}
+
+void JobActionButtonsWidget::setButtonsEnabled(bool enabled)
+{
+    for (auto* button : qAsConst(m_buttons))
+        button->setEnabled(enabled);
+}
+
+} // namespace CvJobs

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "CorvelService.h"
+#include "widgets/icon_font.h"
+
+#include <QList>
+#include <QWidget>
+
+#include <memory>
+
+class QPushButton;
+
+namespace CvJobs {
+
+class JobActionButton;
+
+// The ACTION column: one button per action the service allows now, each calling the service
+// directly and asking the table for an immediate refresh on success.
+class JobActionButtonsWidget : public QWidget {
+    Q_OBJECT
+public:
+    JobActionButtonsWidget(const CorvelService::JobDescription& job,
+                           std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                           const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+
+    const CorvelService::JobDescription& job() const { return m_job; }
+    QList<JobActionButton*> buttons() const { return m_buttons; }
+    // "Please wait" when the job allows nothing right now, else null.
+    QPushButton* waitButton() const { return m_waitButton; }
+    // True while a dialog of this row is open: the row must outlive it.
+    bool isBusy() const { return m_busy; }
+
+public slots:
+    void onStartJob();
+    void onStopJob();
+    void onCancelJob();
+    void onDeleteJob();
+
+signals:
+    void needsUpdate();
+
+private:
+    enum class VmChoice { Abandon, Delete, Keep };
+    VmChoice askAboutVm();
+    bool storeVmChoice(bool deleteVm);
+    void finishAction(bool succeeded);
+    void setButtonsEnabled(bool enabled);
+
+    CorvelService::JobDescription m_job;
+    std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
+    CorvelWidgets::IconFont m_iconFont;
+    QList<JobActionButton*> m_buttons;
+    QPushButton* m_waitButton = nullptr;
+    bool m_busy = false;
+};
+
+} // namespace CvJobs

@@ -1,0 +1,37 @@
+#include "jobs/job_status_label.h"
+
+#include "widgets/icon_font.h"
+
+namespace CvJobs {
+
+JobStatusLabel::JobStatusLabel(CorvelService::JobStatus::type status, const CorvelWidgets::IconFont& iconFont,
+                               QWidget* parent)
+    : QPushButton(text(status), parent), m_status(status)
+{
+    setObjectName("job_icon_label");
+    setFlat(true);
+    setFocusPolicy(Qt::NoFocus);
+    setIcon(iconFont.icon(glyph(status), {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+}
+
+QString JobStatusLabel::text(CorvelService::JobStatus::type status)
+{
+    const auto& names = CorvelService::_JobStatus_VALUES_TO_NAMES;
+    const auto it = names.find(static_cast<int>(status));
+    return it != names.end() ? QString::fromLatin1(it->second) : QString::number(static_cast<int>(status));
+}
+
+ushort JobStatusLabel::glyph(CorvelService::JobStatus::type status)
+{
+    switch (status) {
+    case CorvelService::JobStatus::Created:
+    case CorvelService::JobStatus::Initializing:
+    case CorvelService::JobStatus::Starting:
+    case CorvelService::JobStatus::Running:
+        return ActiveGlyph;
+    default:
+        return InactiveGlyph;
+    }
+}
+
+} // namespace CvJobs

@@ -1,0 +1,23 @@
+#include "jobs/job_type_label.h"
+
+namespace CvJobs {
+
+JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent) : QLabel(text(type), parent)
+{
+    setObjectName("job_item_type");
+}
+
+QString JobTypeLabel::text(CorvelService::JobType::type type)
+{
+    switch (type) {
+    case CorvelService::JobType::Virtualization:
+        return QStringLiteral("Virtualization");
+    case CorvelService::JobType::FileRecovery:
+        return QStringLiteral("File Recovery");
+    case CorvelService::JobType::VirtualExport:
+        return QStringLiteral("Virtual Export");
+    }
+    return QStringLiteral("unknown");
+}
+
+} // namespace CvJobs

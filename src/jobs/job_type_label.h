@@ -1,0 +1,17 @@
+#pragma once
+
+#include "corvel_service_types.h"
+
+#include <QLabel>
+
+namespace CvJobs {
+
+class JobTypeLabel : public QLabel {
+    Q_OBJECT
+public:
+    explicit JobTypeLabel(CorvelService::JobType::type type, QWidget* parent = nullptr);
+
+    static QString text(CorvelService::JobType::type type);
+};
+
+} // namespace CvJobs

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <functional>
+
+namespace CvJobs {
+
+enum class CallOutcome { Ok, ApplicationFailure, OtherFailure };
+
+// Runs one synchronous service call and logs its failure at warning level: "Application
+// exception: " for the RPC library's application exception (the connection survives it),
+// "Unknown exception: " for anything else. logOtherFailure=false keeps a known outage quiet.
+CallOutcome callService(const std::function<void()>& call, bool logOtherFailure = true);
+
+} // namespace CvJobs
