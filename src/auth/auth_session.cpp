@@ -1,0 +1,123 @@
+#include "auth/auth_session.h"
+
+#include <QDebug>
+#include <QJsonDocument>
+#include <QRegularExpression>
+
+namespace TmxAuth {
+
+namespace {
+
+quint64 toUnsigned64(double value)
+{
+    // Out-of-range conversion would be undefined; such an id reads as 0.
+    if (!(value >= 0.0) || value >= 18446744073709551616.0)
+        return 0;
+    return static_cast<quint64>(value);
+}
+
+QJsonValue member(const QJsonObject& data, const QString& name)
+{
+    const QJsonValue value = data.value(name);
+    if (value.isNull()) {
+        qCritical().noquote() << "Failed to get JSON " + name + " field in data";
+        return QJsonValue(QString());
+    }
+    return value;
+}
+
+} // namespace
+
+AuthSession::AuthSession(const QString& token, const QJsonObject& config)
+    : m_token(token), m_config(config), m_userData(decode(token))
+{
+}
+
+void AuthSession::setToken(const QString& token)
+{
+    m_token = token;
+    m_userData = decode(token);
+}
+
+bool AuthSession::acceptToken(const std::optional<QString>& token)
+{
+    const QString& text = token.value();
+    if (!text.isEmpty()) {
+        setToken(text);
+        if (isValid())
+            return true;
+        qWarning().noquote() << "Invalid token. Authentication Error.";
+        return false;
+    }
+    qWarning().noquote() << "Token is empty. Authentication Error.";
+    setToken(QString());
+    return false;
+}
+
+bool AuthSession::isValid() const
+{
+    return m_userData.role != UserRole::None && !m_userData.resellerId.isEmpty() && !m_userData.username.isEmpty()
+           && !m_userData.userDisplayName.isEmpty();
+}
+
+void AuthSession::resetUserData()
+{
+    m_userData = UserData();
+}
+
+QString AuthSession::logoutUrl(const QString& authUrl)
+{
+    QString url = authUrl;
+    url.remove(QStringLiteral("authorization/vusk"));
+    return url + QStringLiteral("auth/logout");
+}
+
+UserData AuthSession::decode(const QString& token)
+{
+    static const QRegularExpression payloadPattern(QStringLiteral("[.](.*)[.]"));
+    const QString payload = payloadPattern.match(token).captured(1);
+
+    QByteArray bytes;
+    bool undecodable = false;
+    if (payload.isEmpty()) {
+        qWarning().noquote() << "Token payload is empty.";
+    } else {
+        const auto decoded = QByteArray::fromBase64Encoding(
+            payload.toUtf8(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
+        undecodable = decoded.decodingStatus != QByteArray::Base64DecodingStatus::Ok;
+        bytes = decoded.decoded;
+    }
+    if (bytes.isEmpty() && !undecodable)
+        return UserData();
+
+    const QJsonObject data = QJsonDocument::fromJson(bytes).object().value(QStringLiteral("data")).toObject();
+    if (data.isEmpty()) {
+        qCritical().noquote() << "Failed to parse JSON data. Array name: data";
+        return UserData();
+    }
+
+    UserData user;
+    user.resellerId = QString::number(member(data, QStringLiteral("reseller_id")).toDouble(), 'g', 6);
+    user.username = member(data, QStringLiteral("username")).toString();
+    user.userDisplayName = member(data, QStringLiteral("user_display_name")).toString();
+    user.clientId = toUnsigned64(member(data, QStringLiteral("client_id")).toDouble());
+
+    if (user.userDisplayName.isEmpty()) {
+        user.userDisplayName = user.username;
+        qWarning().noquote() << "Token user_display_name field is empty. username field will be used";
+    }
+
+    if (data.contains(QStringLiteral("client_id"))) {
+        user.role = UserRole::Client;
+        qInfo().noquote() << "cliend_id is presented, user role detected as Client.";
+    } else if (data.contains(QStringLiteral("reseller_id"))) {
+        user.role = UserRole::Partner;
+        qInfo().noquote() << "reseller_id is presented, user role detected as Partner.";
+    } else {
+        user.role = UserRole::VelmoraAdmin;
+        qInfo().noquote() << "cliend_id or reseller_id is not presented, user role detected as VelmoraAdmin.";
+    }
+    return user;
+}
+
+} // namespace TmxAuth

@@ -1,0 +1,84 @@
+#include "auth/login_window.h"
+
+#include "app/settings.h"
+
+#include <QCoreApplication>
+#include <QVBoxLayout>
+#include <QWebEngineProfile>
+#include <QWebEngineView>
+
+namespace TmxAuth {
+
+void prepareWebEngine()
+{
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+#ifndef Q_OS_WIN
+    // The engine's sandbox cannot start for root, nor in most containers; the view only ever shows
+    // the sign-in site.
+    if (qEnvironmentVariableIsEmpty("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+#endif
+}
+
+LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidget* parent)
+    : QDialog(parent),
+      m_layout(new QVBoxLayout(this)),
+      m_webView(new QWebEngineView(this)),
+      m_interceptor(authUrl, !logoutUrl.isEmpty())
+{
+    setObjectName(QStringLiteral("browser_window"));
+    setWindowTitle(QStringLiteral("Corvel"));
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_webView->setObjectName(QStringLiteral("web_view"));
+    m_webView->setAttribute(Qt::WA_StyledBackground);
+    m_webView->setContentsMargins(1, 1, 1, 1);
+    m_layout->addWidget(m_webView, 1);
+    resize(1000, 720);
+
+    QString working = Corvel::readRegistryString(QString::fromLatin1(Corvel::RegistryKey), QStringLiteral("WorkingDir"));
+    if (working.isEmpty())
+        working = QStringLiteral(".");
+
+    QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
+    profile->setUrlRequestInterceptor(&m_interceptor);
+    profile->setCachePath(working + QStringLiteral("/LoginWindowCache"));
+    profile->setPersistentStoragePath(working + QStringLiteral("/LoginWindowPersistentStorage"));
+
+    connect(&m_interceptor, &RequestInterceptor::sendToken, this, &LoginWindow::setToken, Qt::QueuedConnection);
+    connect(&m_interceptor, &RequestInterceptor::redirect, this, &LoginWindow::doRedirection, Qt::QueuedConnection);
+
+    m_webView->load(QUrl(logoutUrl.isEmpty() ? authUrl : logoutUrl));
+}
+
+LoginWindow::~LoginWindow()
+{
+    removeInterceptor();
+}
+
+void LoginWindow::removeInterceptor()
+{
+    QWebEngineProfile::defaultProfile()->setUrlRequestInterceptor(nullptr);
+}
+
+std::optional<QString> LoginWindow::getToken(const QString& authUrl, const QString& logoutUrl, QWidget* parent)
+{
+    LoginWindow window(authUrl, logoutUrl, parent);
+    const int result = window.exec();
+    removeInterceptor();
+    if (result != QDialog::Accepted)
+        return std::nullopt;
+    return window.m_token;
+}
+
+void LoginWindow::setToken(QString token)
+{
+    m_token = token;
+    accept();
+}
+
+void LoginWindow::doRedirection(QString url)
+{
+    m_webView->load(QUrl(url));
+}
+
+} // namespace TmxAuth

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "auth/auth_session.h"
+#include "cloud/request_error.h"
+
+#include <QJsonObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+class QWidget;
+
+namespace TmxAuth {
+
+// Where a token comes from: by default the login window (LoginWindow::getToken); tests hand in
+// their own. Arguments: sign-in address, sign-out address (empty for none), parent.
+using TokenSource = std::function<std::optional<QString>(const QString&, const QString&, QWidget*)>;
+
+// auth_url from the configuration, with the built-in default.
+QString authUrl(const QJsonObject& config);
+
+enum class StartSignIn {
+    SignedIn,
+    // The window was closed: "Failed to retrieve token. Corvel will be closed." is logged; no dialog.
+    NoToken,
+    // Three windows gave no valid token: logged and the "Corvel error" dialog already shown.
+    InvalidToken,
+};
+// First sign-in, at most three windows. The caller ends the process (status 0) on anything but
+// SignedIn.
+StartSignIn signInAtStart(AuthSession& session, const QJsonObject& config, const TokenSource& source = {});
+
+// 0 when signed in again, 1 when not.
+int reSignInAfterTimeout(AuthSession& session, QWidget* parent, const TokenSource& source = {});
+
+// True when a new valid session exists.
+bool logOutAndSignIn(AuthSession& session, QWidget* parent, const TokenSource& source = {});
+
+// For a failed cloud call: 0 signed in again (repeat the call), 1 sign-in abandoned, 2 server or
+// internal error.
+int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
+                       const TokenSource& source = {});
+
+// The operator's view of a failed call ("Server Error" / "Internal Error"; nothing for an
+// authentication error).
+void showRequestError(QWidget* parent, const VuskAPI::RequestError& error);
+
+} // namespace TmxAuth

@@ -1,0 +1,97 @@
+#include "cloud/cloud_records.h"
+
+#include <QDebug>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace VuskAPI {
+
+namespace {
+
+quint64 toUnsigned64(const QJsonValue& value)
+{
+    const double number = value.toDouble();
+    // Out-of-range conversion would be undefined; such an id reads as 0.
+    if (!(number >= 0.0) || number >= 18446744073709551616.0)
+        return 0;
+    return static_cast<quint64>(number);
+}
+
+template <typename Record, typename Read>
+QList<Record> parseList(const QByteArray& body, Read read)
+{
+    QList<Record> records;
+    if (body.isEmpty()) {
+        qWarning().noquote() << "JSON data is empty.";
+        return records;
+    }
+    const QJsonArray array = QJsonDocument::fromJson(body).array();
+    for (const QJsonValue& element : array)
+        records.append(read(element.toObject()));
+    return records;
+}
+
+bool emptyObjectBody(const QByteArray& body)
+{
+    if (!body.isEmpty())
+        return false;
+    qWarning().noquote() << "JSON data is empty.";
+    return true;
+}
+
+} // namespace
+
+QList<TmxClient> parseClients(const QByteArray& body)
+{
+    return parseList<TmxClient>(body, [](const QJsonObject& object) {
+        TmxClient client;
+        client.id = toUnsigned64(object.value(QStringLiteral("id_")));
+        client.username = object.value(QStringLiteral("username")).toString();
+        client.name = object.value(QStringLiteral("name")).toString();
+        return client;
+    });
+}
+
+QList<ClientDataSource> parseDataSources(const QByteArray& body)
+{
+    return parseList<ClientDataSource>(body, [](const QJsonObject& object) {
+        ClientDataSource source;
+        source.id = toUnsigned64(object.value(QStringLiteral("id_")));
+        source.name = object.value(QStringLiteral("name")).toString();
+        source.url = object.value(QStringLiteral("url")).toString();
+        source.sid = object.value(QStringLiteral("sid")).toString();
+        source.type = object.value(QStringLiteral("type")).toString();
+        return source;
+    });
+}
+
+QList<ProtectedDevice> parseDevices(const QByteArray& body)
+{
+    return parseList<ProtectedDevice>(body, [](const QJsonObject& object) {
+        ProtectedDevice device;
+        device.id = object.value(QStringLiteral("id_")).toInt();
+        device.name = object.value(QStringLiteral("name")).toString();
+        return device;
+    });
+}
+
+DeviceToken parseDeviceToken(const QByteArray& body)
+{
+    DeviceToken token;
+    if (emptyObjectBody(body))
+        return token;
+    const QJsonObject object = QJsonDocument::fromJson(body).object();
+    token.url = object.value(QStringLiteral("url")).toString();
+    token.token = object.value(QStringLiteral("token")).toString();
+    return token;
+}
+
+QString parsePassphrase(const QByteArray& body)
+{
+    if (emptyObjectBody(body))
+        return QString();
+    return QJsonDocument::fromJson(body).object().value(QStringLiteral("passphrase")).toString();
+}
+
+} // namespace VuskAPI

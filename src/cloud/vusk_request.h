@@ -1,0 +1,58 @@
+#pragma once
+
+#include "auth/auth_session.h"
+#include "cloud/cloud_records.h"
+#include "cloud/request_error.h"
+
+#include <QObject>
+#include <QString>
+
+#include <variant>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+
+namespace VuskAPI {
+
+// Authenticated GET requests to the cloud recovery API. Every operation calls its callback exactly
+// once, unless this object is destroyed first (it owns every pending reply).
+class VuskRequest : public QObject {
+    Q_OBJECT
+
+public:
+    // The session must outlive this object; its token is read at each request.
+    VuskRequest(TmxAuth::AuthSession* session, const QString& baseUrl, QObject* parent = nullptr);
+
+    QNetworkReply* get(const QString& url);
+    static std::variant<QString, RequestError> replyResult(QNetworkReply* reply);
+    static void logRequestError(const QString& name, const RequestError& error, int attemptsLeft);
+
+    QNetworkReply* getClients(Callback<QList<TmxClient>> callback);
+    QNetworkReply* getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback);
+    QNetworkReply* getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
+                              Callback<QList<ProtectedDevice>> callback);
+    QNetworkReply* getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback);
+    QNetworkReply* getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback);
+
+    // For an operator whose role is Client: the own client, straight from the session.
+    quint64 clientId() const;
+    QString clientName() const;
+
+    QString baseUrl() const { return m_baseUrl; }
+
+private:
+    struct Lines {
+        QString success;
+        bool logBody;
+        QString failure;
+    };
+
+    template <typename T, typename Parse>
+    QNetworkReply* fetch(const QString& address, const Lines& lines, Parse parse, Callback<T> callback);
+
+    TmxAuth::AuthSession* m_session;
+    QNetworkAccessManager* m_network;
+    QString m_baseUrl;
+};
+
+} // namespace VuskAPI
