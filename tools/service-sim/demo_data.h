@@ -1,0 +1,35 @@
+#pragma once
+
+#include "corvel_service_types.h"
+
+#include <QDate>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace CorvelSim {
+
+// Deterministic stand-ins for what the real service reads from backups and from Hyper-V.
+// The same inputs (and the same day) always give the same answers.
+namespace DemoData {
+
+// Names "yyyy_MM_dd_hh_mm_ss" over the four weeks before today: several on some days, none on
+// others, and one malformed name among them. Ascending.
+std::vector<std::string> restorePoints(const std::string& deviceHost, const std::string& deviceToken,
+                                       const QDate& today);
+
+// One to four disks, the first holding the system; MBR or GPT; volumes with sizes.
+std::vector<CorvelService::DiskInfo> metadata(const std::string& deviceHost, const std::string& deviceToken,
+                                              const std::string& timestamp);
+
+int64_t hyperVRamBytesUsed();
+std::vector<CorvelService::VirtualNetwork> hyperVNetworks();
+
+// Configuration of the demo job number n (0-based) of the given type.
+CorvelService::JobConfiguration demoConfiguration(int n, CorvelService::JobType::type type);
+
+uint64_t hash(const std::string& text);
+
+} // namespace DemoData
+} // namespace CorvelSim
