@@ -1,0 +1,7 @@
+#include "updater/download_progress.h"
+
+namespace CVUpdater {
+
+DownloadProgress::~DownloadProgress() = default;
+
+} // namespace CVUpdater

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <functional>
+
+namespace CVUpdater {
+
+// The unattended-install arguments, in the order the installer expects them.
+QStringList installerArguments();
+
+// "Corvel_x64_installer_<version>.exe"; the version is written in its plain dotted form so that
+// text taken from the descriptor can never reach outside the temporary folder.
+QString installerFileName(const QString& version);
+
+// Starts a program detached with its output and error streams on the null device.
+using InstallerLauncher = std::function<bool(const QString& program, const QStringList& arguments)>;
+bool launchDetached(const QString& program, const QStringList& arguments);
+
+} // namespace CVUpdater

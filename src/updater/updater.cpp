@@ -1,0 +1,318 @@
+#include "updater/updater.h"
+
+#include <QFile>
+#include <QMutexLocker>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+#include <QSaveFile>
+#include <QSslConfiguration>
+#include <QStandardPaths>
+#include <QUrl>
+
+namespace CVUpdater {
+
+namespace {
+const QString LocalVersion = QStringLiteral(CORVEL_VERSION);
+const QString ManualVersion = QStringLiteral("0.0.0.0");
+
+void closeProgress(DownloadProgress* progress, QObject* receiver)
+{
+    if (!progress)
+        return;
+    progress->disconnect(receiver);
+    progress->close();
+    // May be inside the dialog's own event processing (a modal progress dialog spins events).
+    progress->deleteLater();
+}
+} // namespace
+
+Updater::Updater(const QString& manualUpdateUrl, const QString& descriptorUrl, QObject* parent)
+    : QObject(parent), m_manualUpdateUrl(manualUpdateUrl), m_descriptorUrl(descriptorUrl)
+{
+}
+
+Updater::~Updater()
+{
+    if (auto* downloading = std::get_if<Downloading>(&m_state)) {
+        if (downloading->reply) {
+            downloading->reply->disconnect(this);
+            downloading->reply->abort();
+        }
+        delete downloading->progress.data();
+    }
+}
+
+bool Updater::checkForUpdates()
+{
+    qInfo() << "Checking for updates.";
+    setLastStatus(QString());
+
+    if (!m_manualUpdateUrl.isEmpty()) {
+        qInfo().noquote() << QStringLiteral("Manual update will be performed using URL: ") + m_manualUpdateUrl;
+        QMutexLocker lock(&m_mutex);
+        m_downloadUrl = m_manualUpdateUrl;
+        m_offeredVersion = ManualVersion;
+        m_notice = QStringLiteral("Manual update");
+        return true;
+    }
+
+    const std::optional<DescriptorRecord> record = fetchDescriptor(m_descriptorUrl);
+    if (!record) {
+        qCritical() << "Cannot get remote version";
+        setLastStatus(QStringLiteral("Cannot get remote version"));
+        return false;
+    }
+    const std::optional<VersionInfo> remote = parseVersion(record->version);
+    if (!remote) {
+        qCritical() << "Wrong remote version format";
+        setLastStatus(QStringLiteral("Wrong remote version format"));
+        return false;
+    }
+    const std::optional<VersionInfo> local = parseVersion(LocalVersion);
+    if (!local) {
+        qCritical() << "Wrong local version format";
+        setLastStatus(QStringLiteral("Wrong local version format"));
+        return false;
+    }
+
+    qInfo().noquote() << QStringLiteral("Local version: ") + LocalVersion;
+    qInfo().noquote() << QStringLiteral("Remote version: ") + record->version;
+    if (!(*local < *remote)) {
+        qInfo() << "Update is not required.";
+        return false;
+    }
+
+    {
+        QMutexLocker lock(&m_mutex);
+        m_downloadUrl = record->downloadUrl;
+        m_offeredVersion = record->version;
+        m_notice = record->notice;
+    }
+    qInfo() << "Update is required.";
+    return true;
+}
+
+QString Updater::downloadUrl() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_downloadUrl;
+}
+
+QString Updater::offeredVersion() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_offeredVersion;
+}
+
+QString Updater::notice() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_notice;
+}
+
+QString Updater::lastStatus() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_lastStatus;
+}
+
+QString Updater::installerPath() const
+{
+    return m_installerPath;
+}
+
+bool Updater::isDownloading() const
+{
+    return std::holds_alternative<Downloading>(m_state);
+}
+
+void Updater::setProgressFactory(DownloadProgressFactory factory)
+{
+    m_progressFactory = std::move(factory);
+}
+
+void Updater::setInstallerLauncher(InstallerLauncher launcher)
+{
+    m_launcher = std::move(launcher);
+}
+
+void Updater::startDownload(QWidget* dialogParent)
+{
+    // One download at a time, and a finished one must be run or reset first.
+    if (!std::holds_alternative<Idle>(m_state)) {
+        unexpectedState();
+        return;
+    }
+
+    qInfo() << "Starting download";
+    setLastStatus(QStringLiteral("Starting download"));
+    const QString location = downloadUrl();
+    qInfo().noquote() << QStringLiteral("Downloading request URL: ") + location;
+
+    QNetworkRequest request{QUrl(location)};
+    request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
+    // The same as following redirects, minus a step down from TLS to plain HTTP.
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
+    QNetworkReply* reply = m_network->get(request);
+    m_state = Downloading{reply, nullptr};
+
+    connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
+    connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
+
+    if (m_progressFactory) {
+        DownloadProgress* progress = m_progressFactory(dialogParent);
+        std::get<Downloading>(m_state).progress = progress;
+        connect(progress, &DownloadProgress::canceled, this, &Updater::onProgressCanceled);
+        progress->open();
+    }
+}
+
+void Updater::onProgress(qint64 received, qint64 total)
+{
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    if (!downloading) {
+        m_state = Idle{};
+        unexpectedState();
+        return;
+    }
+    // A modal dialog spins the event loop here, so the download may be over when this returns.
+    if (DownloadProgress* progress = downloading->progress)
+        progress->setProgress(received, total);
+    qInfo().noquote() << QStringLiteral("Update progress: %1/%2").arg(received).arg(total);
+}
+
+void Updater::onFinished()
+{
+    qInfo() << "Download finished.";
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    if (!downloading) {
+        unexpectedState();
+        return;
+    }
+    QPointer<QNetworkReply> reply = downloading->reply;
+    closeProgress(downloading->progress, this);
+    // A failed download leaves nothing that could be installed.
+    m_state = Idle{};
+
+    if (!reply || reply->error() != QNetworkReply::NoError) {
+        if (reply)
+            reply->deleteLater();
+        qCritical() << "Cannot get reply from the server.";
+        fail(QStringLiteral("Cannot get reply from the server"));
+        return;
+    }
+    const QByteArray body = reply->readAll();
+    reply->deleteLater();
+    saveInstaller(body);
+}
+
+void Updater::saveInstaller(const QByteArray& body)
+{
+    // Empty when the temporary folder does not exist; the bare "/" + name would point at the root.
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
+    const QString path = folder + QLatin1Char('/') + installerFileName(offeredVersion());
+    if (!folder.isEmpty() && QFile::exists(path))
+        QFile::remove(path);
+
+    // Written beside the target and renamed at the end, so a failure never leaves half an installer.
+    QSaveFile file(path);
+    if (folder.isEmpty() || !file.open(QIODevice::WriteOnly)) {
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
+        fail(QStringLiteral("Cannot open file"));
+        return;
+    }
+    if (file.write(body) < body.size()) {
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
+        file.cancelWriting();
+        fail(QStringLiteral("Cannot write file"));
+        return;
+    }
+    if (!file.flush() || !file.commit()) {
+        qCritical().noquote() << QStringLiteral("Cannot save file: ") + path;
+        fail(QStringLiteral("Cannot save file"));
+        return;
+    }
+    QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner | QFileDevice::ExeUser);
+
+    m_installerPath = path;
+    m_state = Downloaded{path};
+    emit downloadFinished();
+}
+
+void Updater::onProgressCanceled()
+{
+    if (abortDownload()) {
+        qInfo() << "Downloading canceled.";
+        setLastStatus(QStringLiteral("Downloading canceled"));
+    }
+}
+
+void Updater::cancel()
+{
+    qInfo() << "Cancelling update.";
+    if (abortDownload()) {
+        qInfo() << "Downloading canceled.";
+        setLastStatus(QStringLiteral("Downloading canceled"));
+    }
+    m_state = Idle{};
+    qInfo() << "Update canceled.";
+    setLastStatus(QStringLiteral("Update canceled"));
+}
+
+void Updater::reset()
+{
+    abortDownload();
+    m_state = Idle{};
+}
+
+bool Updater::abortDownload()
+{
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    if (!downloading)
+        return false;
+    QPointer<QNetworkReply> reply = downloading->reply;
+    closeProgress(downloading->progress, this);
+    m_state = Idle{};
+    // Disconnected first: an aborted reply still reports finished, and that is no failure.
+    if (reply) {
+        reply->disconnect(this);
+        reply->abort();
+        reply->deleteLater();
+    }
+    return true;
+}
+
+bool Updater::runUpdate()
+{
+    const auto* downloaded = std::get_if<Downloaded>(&m_state);
+    if (!downloaded) {
+        unexpectedState();
+        return false;
+    }
+    qInfo() << "Running update.";
+    setLastStatus(QStringLiteral("Running update"));
+    return m_launcher(downloaded->path, installerArguments());
+}
+
+void Updater::unexpectedState()
+{
+    qCritical() << "Unexpected state of updater.";
+    setLastStatus(QStringLiteral("Unexpected state"));
+}
+
+void Updater::fail(const QString& status)
+{
+    setLastStatus(status);
+    emit downloadFailed(status);
+}
+
+void Updater::setLastStatus(const QString& status)
+{
+    QMutexLocker lock(&m_mutex);
+    m_lastStatus = status;
+}
+
+} // namespace CVUpdater

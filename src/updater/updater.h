@@ -1,0 +1,94 @@
+#pragma once
+
+#include "build_config.h"
+#include "updater/download_progress.h"
+#include "updater/installer.h"
+#include "updater/update_descriptor.h"
+#include "updater/version_info.h"
+
+#include <QMutex>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include <variant>
+
+class QNetworkAccessManager;
+class QNetworkReply;
+class QWidget;
+
+namespace CVUpdater {
+
+// Finds an update (a newer release in the descriptor, or the configured manual location), downloads
+// the installer into the temporary folder and starts it detached.
+class Updater : public QObject {
+    Q_OBJECT
+public:
+    explicit Updater(const QString& manualUpdateUrl,
+                     const QString& descriptorUrl = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL),
+                     QObject* parent = nullptr);
+    ~Updater() override;
+
+    // Blocking; meant for a worker thread. True when an update is to be offered.
+    bool checkForUpdates();
+
+    QString downloadUrl() const;
+    QString offeredVersion() const;
+    QString notice() const;
+    QString lastStatus() const;
+
+    void startDownload(QWidget* dialogParent = nullptr);
+    void cancel();
+    bool isDownloading() const;
+    bool runUpdate();
+    void reset();
+    QString installerPath() const;
+
+    // Without a factory a download runs without anything on screen.
+    void setProgressFactory(DownloadProgressFactory factory);
+    void setInstallerLauncher(InstallerLauncher launcher);
+
+signals:
+    void downloadFinished();
+    void downloadFailed(const QString& lastStatus);
+
+private:
+    struct Idle {};
+    struct Downloading {
+        QPointer<QNetworkReply> reply;
+        QPointer<DownloadProgress> progress;
+    };
+    struct Downloaded {
+        QString path;
+    };
+    using State = std::variant<Idle, Downloading, Downloaded>;
+
+    void onProgress(qint64 received, qint64 total);
+    void onFinished();
+    void onProgressCanceled();
+
+    // Leaves the downloading state without any completion step; false when not downloading.
+    bool abortDownload();
+    void saveInstaller(const QByteArray& body);
+    void unexpectedState();
+    void fail(const QString& status);
+    void setLastStatus(const QString& status);
+
+    const QString m_manualUpdateUrl;
+    const QString m_descriptorUrl;
+
+    // The check writes these on a worker thread.
+    mutable QMutex m_mutex;
+    QString m_downloadUrl;
+    QString m_offeredVersion;
+    QString m_notice;
+    QString m_lastStatus;
+
+    State m_state;
+    QString m_installerPath;
+    QNetworkAccessManager* m_network = nullptr;
+    DownloadProgressFactory m_progressFactory;
+    InstallerLauncher m_launcher = launchDetached;
+};
+
+} // namespace CVUpdater
