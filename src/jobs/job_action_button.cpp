@@ -3,13 +3,13 @@
 namespace CvJobs {
 
 JobActionButton::JobActionButton(CorvelService::JobAction::type action, QWidget* parent)
-    : QPushButton(text(action), parent), m_action(action)
+    : QPushButton(actionText(action), parent), m_action(action)
 {
     setObjectName("job_action_button");
     setCursor(Qt::PointingHandCursor);
 }
 
-QString JobActionButton::text(int action)
+QString JobActionButton::actionText(int action)
 {
     switch (action) {
     case CorvelService::JobAction::None:

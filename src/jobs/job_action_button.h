@@ -13,7 +13,7 @@ public:
 
     CorvelService::JobAction::type action() const { return m_action; }
 
-    static QString text(int action);
+    static QString actionText(int action);
 
 private:
     CorvelService::JobAction::type m_action;

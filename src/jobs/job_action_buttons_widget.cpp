@@ -22,7 +22,7 @@ JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescripti
     layout->setContentsMargins(0, 0, 0, 0);
 
     if (m_job.actions == JobAction::None) {
-        m_waitButton = new QPushButton(JobActionButton::text(JobAction::None), this);
+        m_waitButton = new QPushButton(JobActionButton::actionText(JobAction::None), this);
         m_waitButton->setObjectName("job_action_button_empty");
         layout->addWidget(m_waitButton);
         return;

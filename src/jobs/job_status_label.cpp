@@ -6,7 +6,7 @@ namespace CvJobs {
 
 JobStatusLabel::JobStatusLabel(CorvelService::JobStatus::type status, const CorvelWidgets::IconFont& iconFont,
                                QWidget* parent)
-    : QPushButton(text(status), parent), m_status(status)
+    : QPushButton(statusText(status), parent), m_status(status)
 {
     setObjectName("job_icon_label");
     setFlat(true);
@@ -14,7 +14,7 @@ JobStatusLabel::JobStatusLabel(CorvelService::JobStatus::type status, const Corv
     setIcon(iconFont.icon(glyph(status), {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
 }
 
-QString JobStatusLabel::text(CorvelService::JobStatus::type status)
+QString JobStatusLabel::statusText(CorvelService::JobStatus::type status)
 {
     const auto& names = CorvelService::_JobStatus_VALUES_TO_NAMES;
     const auto it = names.find(static_cast<int>(status));

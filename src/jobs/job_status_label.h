@@ -22,7 +22,7 @@ public:
 
     CorvelService::JobStatus::type status() const { return m_status; }
 
-    static QString text(CorvelService::JobStatus::type status);
+    static QString statusText(CorvelService::JobStatus::type status);
     static ushort glyph(CorvelService::JobStatus::type status);
 
 private:

@@ -2,12 +2,12 @@
 
 namespace CvJobs {
 
-JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent) : QLabel(text(type), parent)
+JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent) : QLabel(typeText(type), parent)
 {
     setObjectName("job_item_type");
 }
 
-QString JobTypeLabel::text(CorvelService::JobType::type type)
+QString JobTypeLabel::typeText(CorvelService::JobType::type type)
 {
     switch (type) {
     case CorvelService::JobType::Virtualization:

@@ -11,7 +11,7 @@ class JobTypeLabel : public QLabel {
 public:
     explicit JobTypeLabel(CorvelService::JobType::type type, QWidget* parent = nullptr);
 
-    static QString text(CorvelService::JobType::type type);
+    static QString typeText(CorvelService::JobType::type type);
 };
 
 } // namespace CvJobs
