@@ -4,7 +4,12 @@
 #include "app/service_starter.h"
 #include "app/settings.h"
 #include "app/style_sheet.h"
+#include "auth/auth_session.h"
+#include "auth/login_window.h"
+#include "auth/sign_in_flows.h"
 #include "platform/platform.h"
+#include "service/service_client.h"
+#include "service/service_types_meta.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
 
@@ -51,6 +56,7 @@ int runConsole(int argc, char** argv)
         return ExitFailure;
     }
 
+    TmxAuth::prepareWebEngine();
     QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL,
                                    getBool(*config, ConfigKey::UseSoftwareOpengl, ConfigDefault::UseSoftwareOpengl));
     QApplication app(argc, argv);
@@ -96,8 +102,28 @@ int runConsole(int argc, char** argv)
         }
     }
 
-    qCritical() << "Start-up stops after the local services: the service client, sign-in and main window are not "
-                   "part of this build yet.";
+    CorvelService::registerServiceMetaTypes();
+    const std::shared_ptr<CorvelService::CorvelServiceIf> client =
+        CorvelService::createServiceClient(workingDir().toStdString());
+    if (!client) {
+        qCritical() << "Failed to create Corvel Service client. Corvel will be closed.";
+        fatalBox(QStringLiteral("Corvel error"),
+                 QStringLiteral("Failed to connect to Corvel service, please make sure that the service is installed "
+                                "and running"));
+        return ExitFailure;
+    }
+
+    TmxAuth::AuthSession session(QString(), *config);
+    switch (TmxAuth::signInAtStart(session, *config)) {
+    case TmxAuth::StartSignIn::SignedIn:
+        break;
+    case TmxAuth::StartSignIn::NoToken:
+    case TmxAuth::StartSignIn::InvalidToken:
+        return ExitQuiet;
+    }
+
+    qInfo() << "Creating main window.";
+    qCritical() << "The main window is not part of this build yet. Corvel will be closed.";
     return ExitFailure;
 }
 
