@@ -6,7 +6,6 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QPushButton>
 
 namespace CorvelWidgets {
@@ -15,25 +14,6 @@ namespace {
 
 const char* const MaximizeIcon = ":/res/maximize.svg";
 const char* const RestoreIcon = ":/res/restore_down.svg";
-
-// No picture resource exists for the close button: a thin cross matching the line icons beside it.
-QIcon crossIcon()
-{
-    QIcon icon;
-    for (const int side : {16, 30, 60}) {
-        QPixmap pixmap(side, side);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(QColor("#878C96"), side / 15.0));
-        const double inset = side * 0.3;
-        painter.drawLine(QPointF(inset, inset), QPointF(side - inset, side - inset));
-        painter.drawLine(QPointF(side - inset, inset), QPointF(inset, side - inset));
-        painter.end();
-        icon.addPixmap(pixmap);
-    }
-    return icon;
-}
 
 QPushButton* windowButton(QWidget* parent)
 {
@@ -72,7 +52,8 @@ CvTitleBar::CvTitleBar(QWidget* parent)
     m_minimizeButton->setIconSize(QSize(30, 30));
     m_maximizeButton->setIconSize(QSize(30, 30));
     setMaximizedLook(false);
-    m_closeButton->setIcon(crossIcon());
+    m_closeButton->setIcon(QIcon(":/res/close.svg"));
+    m_closeButton->setIconSize(QSize(30, 30));
     for (QPushButton* button : {m_minimizeButton, m_maximizeButton, m_closeButton})
         m_layout->addWidget(button, 0, Qt::AlignRight);
 

@@ -1,0 +1,64 @@
+#include "ui/help_center_widget.h"
+
+#include "app/settings.h"
+#include "ui/tool_box_tile_widget.h"
+#include "widgets/icon_font.h"
+
+#include <QDebug>
+#include <QGridLayout>
+#include <QProcess>
+
+namespace Corvel {
+
+namespace {
+
+QIcon tileIcon(const CorvelWidgets::IconFont& iconFont, ushort codePoint)
+{
+    return iconFont.icon(codePoint, {{"color", "grey"}});
+}
+
+} // namespace
+
+HelpCenterWidget::HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
+    : QWidget(parent),
+      m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, 0xE989), "Analysis Tool",
+                                           "Gather logs and diagnostic data", "Launch Tool", this)),
+      m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, 0xE90A), "Installation Guide",
+                                                "Install documentation with screenshots", "View Installation Guide",
+                                                this)),
+      m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, 0xE96F), "Request Help",
+                                          "Request direct support from our team", "Submit Ticket", this))
+{
+    auto* layout = new QGridLayout(this);
+    layout->setContentsMargins(20, 20, 20, 20);
+    layout->addWidget(m_analysisTool, 0, 0);
+    layout->addWidget(m_installationGuide, 0, 1);
+    layout->addWidget(m_requestHelp, 0, 2);
+    for (int column = 0; column < 3; ++column)
+        layout->setColumnStretch(column, 1);
+    layout->setRowStretch(0, 1);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+
+    connect(m_analysisTool, &ToolBoxTileWidget::clicked, this, &HelpCenterWidget::launchAnalysisTool);
+    connect(m_installationGuide, &ToolBoxTileWidget::clicked, this, &HelpCenterWidget::installationGuideRequested);
+    connect(m_requestHelp, &ToolBoxTileWidget::clicked, this, &HelpCenterWidget::helpRequested);
+    // Neither offer is available to operators yet.
+    m_installationGuide->hide();
+    m_requestHelp->hide();
+}
+
+QString HelpCenterWidget::analysisToolPath()
+{
+    return installDir() + QStringLiteral("/tolvex-analysis-tool.exe");
+}
+
+void HelpCenterWidget::launchAnalysisTool()
+{
+    qInfo() << "Opening Analysis Tool";
+    if (QProcess::startDetached(analysisToolPath(), {}))
+        qInfo() << "Analysis Tool opened successfully";
+    else
+        qInfo() << "Analysis Tool opening failed";
+}
+
+} // namespace Corvel

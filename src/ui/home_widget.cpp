@@ -1,0 +1,40 @@
+#include "ui/home_widget.h"
+
+#include "jobs/job_table_widget.h"
+#include "widgets/icon_font.h"
+
+#include <QFrame>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace Corvel {
+
+namespace {
+constexpr ushort NewRecoveryGlyph = 0xE958;
+}
+
+HomeWidget::HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, const CorvelWidgets::IconFont& iconFont,
+                       QWidget* parent)
+    : QWidget(parent), m_jobTable(new CvJobs::JobTableWidget(std::move(client), iconFont)),
+      m_newRecovery(new QPushButton("Start New Recovery", this))
+{
+    auto* frame = new QFrame(this);
+    frame->setObjectName("home_jobs_frame");
+    auto* frameLayout = new QVBoxLayout(frame);
+    frameLayout->setContentsMargins(0, 0, 0, 0);
+    frameLayout->addWidget(m_jobTable);
+
+    m_newRecovery->setObjectName("button_primary_small");
+    m_newRecovery->setIcon(iconFont.icon(NewRecoveryGlyph, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
+    m_newRecovery->setCursor(Qt::PointingHandCursor);
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(20, 20, 20, 20);
+    layout->setSpacing(12);
+    layout->addWidget(frame, 1);
+    layout->addWidget(m_newRecovery, 0, Qt::AlignRight | Qt::AlignBottom);
+
+    connect(m_newRecovery, &QPushButton::clicked, this, &HomeWidget::newRecoveryRequested);
+}
+
+} // namespace Corvel

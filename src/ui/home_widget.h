@@ -1,0 +1,38 @@
+#pragma once
+
+#include "CorvelService.h"
+
+#include <QWidget>
+
+#include <memory>
+
+class QPushButton;
+
+namespace CorvelWidgets {
+class IconFont;
+}
+namespace CvJobs {
+class JobTableWidget;
+}
+
+namespace Corvel {
+
+// The Home page: the jobs table and the button that starts a new recovery.
+class HomeWidget : public QWidget {
+    Q_OBJECT
+public:
+    HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, const CorvelWidgets::IconFont& iconFont,
+               QWidget* parent = nullptr);
+
+    CvJobs::JobTableWidget* jobTable() const { return m_jobTable; }
+    QPushButton* newRecoveryButton() const { return m_newRecovery; }
+
+signals:
+    void newRecoveryRequested();
+
+private:
+    CvJobs::JobTableWidget* m_jobTable;
+    QPushButton* m_newRecovery;
+};
+
+} // namespace Corvel

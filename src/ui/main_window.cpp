@@ -1,0 +1,210 @@
+#include "ui/main_window.h"
+
+#include "app/settings.h"
+#include "auth/auth_session.h"
+#include "ui/help_center_widget.h"
+#include "ui/home_widget.h"
+#include "ui/main_window_tabs_widget.h"
+#include "ui/tool_box_widget.h"
+#include "updater/progress_dialog.h"
+#include "widgets/cv_title_bar.h"
+#include "widgets/user_menu_button.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDebug>
+#include <QDesktopServices>
+#include <QUrl>
+#include <QtConcurrent>
+
+namespace Corvel {
+
+namespace {
+
+constexpr ushort HomeGlyph = 0xE946;
+constexpr ushort ToolboxGlyph = 0xE972;
+constexpr ushort HelpCenterGlyph = 0xE992;
+
+const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
+
+} // namespace
+
+MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
+                       std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config)
+    : ResizableWindow(nullptr), m_body(new QVBoxLayout),
+      m_updater(getString(config, ConfigKey::UpdateUrl, ConfigDefault::updateUrl())), m_session(session),
+      m_iconFont(iconFont), m_client(std::move(client)), m_config(config)
+{
+    CVUpdater::useProgressDialog(m_updater);
+    setObjectName("main_window");
+    setWindowTitle("Corvel");
+    setWindowState(Qt::WindowMaximized);
+
+    m_body->setContentsMargins(0, 0, 0, 0);
+    m_body->setSpacing(0);
+    contentLayout()->addLayout(m_body);
+
+    m_userMenu = new CorvelWidgets::UserMenuButton(m_iconFont);
+    m_userMenu->setUserName(m_session.userData().userDisplayName);
+    titleBar()->setUserMenuButton(m_userMenu);
+
+    m_home = new HomeWidget(m_client, m_iconFont);
+    m_toolBox = new ToolBoxWidget(m_iconFont);
+    m_helpCenter = new HelpCenterWidget(m_iconFont);
+    auto tabIcon = [this](ushort glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
+    m_tabs = new MainWindowTabsWidget({{tabIcon(HomeGlyph), "Home", m_home},
+                                       {tabIcon(ToolboxGlyph), "Toolbox", m_toolBox},
+                                       {tabIcon(HelpCenterGlyph), "Help Center", m_helpCenter}},
+                                      this);
+    m_body->addWidget(m_tabs);
+
+    connect(m_home, &HomeWidget::newRecoveryRequested, this, &MainWindow::startRecoveryWizard);
+    connect(m_toolBox, &ToolBoxWidget::openUrlRequested, this, &MainWindow::openUrl);
+    connect(this, &MainWindow::updateOffered, this, &MainWindow::showUpdateOffer, Qt::QueuedConnection);
+    connect(&m_updater, &CVUpdater::Updater::downloadFinished, this, &MainWindow::showUpdateReady);
+    connect(&m_updater, &CVUpdater::Updater::downloadFailed, this, &MainWindow::showDownloadFailed);
+    connect(m_userMenu, &CorvelWidgets::UserMenuButton::logOutRequested, this, &MainWindow::logOut);
+
+    m_updateCheck = QtConcurrent::run(this, &MainWindow::runUpdateCheck);
+}
+
+MainWindow::~MainWindow()
+{
+    // The check uses the updater; it must not outlive it even when the window was never closed.
+    m_updateCheck.waitForFinished();
+}
+
+void MainWindow::runUpdateCheck()
+{
+    if (m_updater.checkForUpdates())
+        emit updateOffered();
+    else
+        qInfo().noquote() << m_updater.lastStatus();
+}
+
+QMessageBox::StandardButton MainWindow::ask(CorvelWidgets::MessageBox::Request request)
+{
+    request.flags |= Qt::Tool | Qt::CustomizeWindowHint;
+    return CorvelWidgets::MessageBox::ask(this, request);
+}
+
+void MainWindow::showUpdateOffer()
+{
+    if (m_updateOfferBlocked)
+        return;
+    CorvelWidgets::MessageBox::Request request;
+    request.icon = QMessageBox::Information;
+    request.title = "Corvel";
+    request.text = "The new version of Corvel " + m_updater.offeredVersion() + " is available";
+    request.informativeText = QString("<p>Do you want to download and install it?<br>Corvel will be automatically "
+                                      "closed for update<br>%1</p>")
+                                  .arg(JobsInterrupted);
+    request.buttons = QMessageBox::Yes | QMessageBox::No;
+    request.defaultButton = QMessageBox::No;
+    if (ask(request) == QMessageBox::Yes)
+        m_updater.startDownload(this);
+}
+
+void MainWindow::showUpdateReady()
+{
+    qInfo() << "Download finished";
+    CorvelWidgets::MessageBox::Request request;
+    request.icon = QMessageBox::Information;
+    request.title = "Corvel";
+    request.text = "The Updater is downloaded and ready";
+    request.informativeText = QString("<p>It will close and automatically restart the Corvel in order to process the "
+                                      "installation<br>%1<br>Continue?</p>")
+                                  .arg(JobsInterrupted);
+    request.buttons = QMessageBox::Yes | QMessageBox::No;
+    request.defaultButton = QMessageBox::No;
+    if (ask(request) == QMessageBox::Yes && m_updater.runUpdate()) {
+        close();
+        return;
+    }
+    m_updater.reset();
+}
+
+void MainWindow::showDownloadFailed(const QString& lastStatus)
+{
+    qInfo() << "Download failed";
+    CorvelWidgets::MessageBox::Request request;
+    request.icon = QMessageBox::Warning;
+    request.title = "Corvel";
+    request.text = "Download failed";
+    request.informativeText = "Error: " + lastStatus + "\n\nUpdate will be downloaded on the next application launch";
+    request.buttons = QMessageBox::Ok;
+    ask(request);
+}
+
+void MainWindow::openUrl(const QString& url)
+{
+    if (!QDesktopServices::openUrl(QUrl(url)))
+        qInfo().noquote() << "Cannot open URL: " + url;
+}
+
+void MainWindow::startRecoveryWizard()
+{
+    qInfo() << "Starting Recozery wizard.";
+    CorvelWidgets::MessageBox::Request refusal;
+    refusal.icon = QMessageBox::Critical;
+    refusal.title = "Access Error";
+    switch (m_session.userData().role) {
+    case TmxAuth::UserRole::VelmoraAdmin:
+        qWarning() << "Velmora Admin user tried to start new recovery.";
+        refusal.text = "Velmora Admin user is not allowed to start new recovery";
+        ask(refusal);
+        return;
+    case TmxAuth::UserRole::None:
+        qWarning() << "Unknown user tried to start new recovery.";
+        refusal.text = "Access token has expired. Please login and try again";
+        ask(refusal);
+        return;
+    case TmxAuth::UserRole::Client:
+    case TmxAuth::UserRole::Partner:
+        break;
+    }
+    qInfo() << "The recovery wizard is not part of this build.";
+}
+
+void MainWindow::logOut()
+{
+    if (!TmxAuth::logOutAndSignIn(m_session, this, m_tokenSource)) {
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Warning;
+        request.title = "Corvel";
+        request.text = "Failed to login. Corvel will be closed. Please run Corvel and try again.";
+        ask(request);
+        // Nobody is signed in any more: no question about a running download either.
+        m_updater.cancel();
+        close();
+        return;
+    }
+    m_userMenu->setUserName(m_session.userData().userDisplayName);
+    if (QAction* first = m_userMenu->logOutAction())
+        first->setText("Log out");
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (m_updateCheck.isRunning()) {
+        m_updateCheck.cancel();
+        m_updateCheck.waitForFinished();
+    }
+    if (!m_updater.isDownloading()) {
+        event->accept();
+        return;
+    }
+    CorvelWidgets::MessageBox::Request request;
+    request.icon = QMessageBox::Information;
+    request.title = "Corvel";
+    request.text = "Update downloading in process";
+    request.informativeText = "Do you want to cancel it?";
+    request.buttons = QMessageBox::Yes | QMessageBox::No;
+    request.defaultButton = QMessageBox::No;
+    if (ask(request) == QMessageBox::Yes)
+        event->accept();
+    else
+        event->ignore();
+}
+
+} // namespace Corvel

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "CorvelService.h"
+#include "auth/sign_in_flows.h"
+#include "updater/updater.h"
+#include "widgets/icon_font.h"
+#include "widgets/message_box.h"
+#include "widgets/resizable_window.h"
+
+#include <QFuture>
+#include <QJsonObject>
+
+#include <memory>
+
+namespace CorvelWidgets {
+class UserMenuButton;
+}
+
+namespace Corvel {
+
+class HomeWidget;
+class HelpCenterWidget;
+class MainWindowTabsWidget;
+class ToolBoxWidget;
+
+// The console's single top-level window: tabs for Home, Toolbox and Help Center, the user menu,
+// and the updater with its background check and dialogs.
+class MainWindow : public ResizableWindow {
+    Q_OBJECT
+public:
+    MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
+               std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config);
+    ~MainWindow() override;
+
+    // Keeps the update offer from being shown (it is dropped, not deferred).
+    void setUpdateOfferBlocked(bool blocked) { m_updateOfferBlocked = blocked; }
+
+    // Where the log-out flow gets its new token; the login window unless set.
+    void setTokenSource(TmxAuth::TokenSource source) { m_tokenSource = std::move(source); }
+
+    CVUpdater::Updater& updater() { return m_updater; }
+    QFuture<void> updateCheck() const { return m_updateCheck; }
+    MainWindowTabsWidget* tabs() const { return m_tabs; }
+    HomeWidget* home() const { return m_home; }
+    CorvelWidgets::UserMenuButton* userMenuButton() const { return m_userMenu; }
+
+public slots:
+    void openUrl(const QString& url);
+    void startRecoveryWizard();
+
+signals:
+    void updateOffered();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void runUpdateCheck();
+    void showUpdateOffer();
+    void showUpdateReady();
+    void showDownloadFailed(const QString& lastStatus);
+    void logOut();
+    QMessageBox::StandardButton ask(CorvelWidgets::MessageBox::Request request);
+
+    QVBoxLayout* m_body;
+    CVUpdater::Updater m_updater;
+    QFuture<void> m_updateCheck;
+    bool m_updateOfferBlocked = false;
+
+    TmxAuth::AuthSession& m_session;
+    const CorvelWidgets::IconFont m_iconFont;
+    std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
+    const QJsonObject& m_config;
+    TmxAuth::TokenSource m_tokenSource;
+    CorvelWidgets::UserMenuButton* m_userMenu = nullptr;
+    HomeWidget* m_home = nullptr;
+    ToolBoxWidget* m_toolBox = nullptr;
+    HelpCenterWidget* m_helpCenter = nullptr;
+    MainWindowTabsWidget* m_tabs = nullptr;
+};
+
+} // namespace Corvel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QFrame>
+#include <QIcon>
+#include <QList>
+
+class QListWidget;
+class QStackedWidget;
+
+namespace Corvel {
+
+// The vertical tab strip on the left of the main window and the page stack beside it.
+class MainWindowTabsWidget : public QFrame {
+    Q_OBJECT
+public:
+    struct Tab {
+        QIcon icon;
+        QString label;
+        QWidget* page;
+    };
+
+    explicit MainWindowTabsWidget(const QList<Tab>& tabs, QWidget* parent = nullptr);
+
+    QListWidget* list() const { return m_list; }
+    QStackedWidget* stack() const { return m_stack; }
+
+private:
+    void showTab(int row);
+
+    QListWidget* m_list;
+    QStackedWidget* m_stack;
+};
+
+} // namespace Corvel

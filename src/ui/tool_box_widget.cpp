@@ -1,0 +1,41 @@
+#include "ui/tool_box_widget.h"
+
+#include "build_config.h"
+#include "ui/tool_box_tile_widget.h"
+#include "widgets/icon_font.h"
+
+#include <QDebug>
+#include <QGridLayout>
+
+namespace Corvel {
+
+namespace {
+
+constexpr ushort FallbackDownloadGlyph = 0xE920;
+
+ushort downloadGlyph(const CorvelWidgets::IconFont& iconFont)
+{
+    const ushort named = iconFont.codePoint(QStringLiteral("download"));
+    return named ? named : FallbackDownloadGlyph;
+}
+
+} // namespace
+
+ToolBoxWidget::ToolBoxWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
+    : QWidget(parent),
+      m_directRestore(new ToolBoxTileWidget(iconFont.icon(downloadGlyph(iconFont), {{"color", "grey"}}),
+                                            "Direct Restore", "Granular Exchange & SQL Recovery", "Download", this))
+{
+    auto* layout = new QGridLayout(this);
+    layout->setContentsMargins(20, 20, 20, 20);
+    layout->addWidget(m_directRestore, 0, 0);
+    layout->setColumnStretch(1, 1);
+    layout->setRowStretch(1, 1);
+
+    connect(m_directRestore, &ToolBoxTileWidget::clicked, this, [this] {
+        qInfo() << "Opening Direct Restore URL";
+        emit openUrlRequested(QStringLiteral(CORVEL_DIRECT_RESTORE_URL));
+    });
+}
+
+} // namespace Corvel
