@@ -21,14 +21,13 @@ void prepareWebEngine()
 }
 
 LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidget* parent)
-    : QDialog(parent),
-      m_layout(new QVBoxLayout(this)),
+    : Corvel::ResizableWindow(parent),
+      m_layout(contentLayout()),
       m_webView(new QWebEngineView(this)),
       m_interceptor(authUrl, !logoutUrl.isEmpty())
 {
     setObjectName(QStringLiteral("browser_window"));
     setWindowTitle(QStringLiteral("Corvel"));
-    m_layout->setContentsMargins(0, 0, 0, 0);
     m_webView->setObjectName(QStringLiteral("web_view"));
     m_webView->setAttribute(Qt::WA_StyledBackground);
     m_webView->setContentsMargins(1, 1, 1, 1);

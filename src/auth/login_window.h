@@ -1,8 +1,8 @@
 #pragma once
 
 #include "auth/request_interceptor.h"
+#include "widgets/resizable_window.h"
 
-#include <QDialog>
 #include <QString>
 
 #include <optional>
@@ -16,8 +16,7 @@ namespace TmxAuth {
 void prepareWebEngine();
 
 // The cloud's sign-in page in an embedded browser; accepted as soon as the page hands over a token.
-// TODO: derive from Corvel::ResizableWindow once it is in the tree.
-class LoginWindow : public QDialog {
+class LoginWindow : public Corvel::ResizableWindow {
     Q_OBJECT
 
 public:
