@@ -19,7 +19,6 @@ public:
     virtual void open() = 0;
     // total is -1 while the size is unknown.
     virtual void setProgress(qint64 received, qint64 total) = 0;
-    // Must not emit canceled().
     virtual void close() = 0;
 
 signals:

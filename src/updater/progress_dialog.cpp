@@ -59,10 +59,8 @@ void ProgressDialog::setProgress(qint64 received, qint64 total)
 
 void ProgressDialog::close()
 {
-    if (!m_dialog)
-        return;
-    const QSignalBlocker blocker(m_dialog);
-    m_dialog->close();
+    if (m_dialog)
+        m_dialog->close();
 }
 
 DownloadProgressFactory progressDialogFactory()

@@ -1,5 +1,5 @@
-#include "cloud_sim_process.h"
 #include "http_test_server.h"
+#include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "updater/updater.h"
 
@@ -18,8 +18,11 @@ QByteArray descriptor(const QByteArray& version, const QByteArray& extra = QByte
 {
     return "<?xml version=\"1.0\"?>\n<BuildInfo>\n"
            "  <MsiPathX64>http://127.0.0.1:1/x64.exe</MsiPathX64>\n"
-           "  <Version>" + version + "</Version>\n"
-           "  <Notice>Fixes</Notice>\n" + extra + "</BuildInfo>\n";
+           "  <Version>" +
+           version +
+           "</Version>\n"
+           "  <Notice>Fixes</Notice>\n" +
+           extra + "</BuildInfo>\n";
 }
 
 HttpTestServer::Response xml(const QByteArray& body, int status = 200)
@@ -37,7 +40,6 @@ class TestUpdateCheck : public QObject {
 private slots:
     void descriptorFetch_data();
     void descriptorFetch();
-    void silentServerTimesOut_data();
     void silentServerTimesOut();
     void versionDecision_data();
     void versionDecision();
@@ -58,41 +60,48 @@ void TestUpdateCheck::descriptorFetch_data()
         << 200
         << QByteArray("<BuildInfo><MsiPath>http://h/32.exe</MsiPath><MsiPathX64>http://h/64.exe</MsiPathX64>"
                       "<Version>1.7.1.12</Version><Notice>New jobs view</Notice></BuildInfo>")
-        << QString() << "http://h/64.exe" << "1.7.1.12" << "New jobs view";
+        << QString() << "http://h/64.exe"
+        << "1.7.1.12"
+        << "New jobs view";
     QTest::newRow("plain location when no 64-bit one")
         << 200
         << QByteArray("<BuildInfo><MsiPath>http://h/32.exe</MsiPath><Version>1.7.1.12</Version>"
                       "<Notice>n</Notice></BuildInfo>")
-        << QString() << "http://h/32.exe" << "1.7.1.12" << "n";
+        << QString() << "http://h/32.exe"
+        << "1.7.1.12"
+        << "n";
     QTest::newRow("first of each name, others ignored, text untrimmed")
         << 200
         << QByteArray("<BuildInfo><Extra>x</Extra><MsiPathX64>http://h/a.exe</MsiPathX64>"
                       "<MsiPathX64>http://h/b.exe</MsiPathX64><Version> 1.8.0.1 </Version>"
                       "<Version>9.9.9.9</Version><Notice> two words </Notice></BuildInfo>")
-        << QString() << "http://h/a.exe" << " 1.8.0.1 " << " two words ";
-    QTest::newRow("no location")
-        << 200 << QByteArray("<BuildInfo><Version>1.8.0.1</Version><Notice>n</Notice></BuildInfo>")
-        << "Cannot get URL" << QString() << QString() << QString();
-    QTest::newRow("no version")
-        << 200 << QByteArray("<BuildInfo><MsiPath>http://h/a.exe</MsiPath><Notice>n</Notice></BuildInfo>")
-        << "Cannot get version" << QString() << QString() << QString();
+        << QString() << "http://h/a.exe"
+        << " 1.8.0.1 "
+        << " two words ";
+    QTest::newRow("no location") << 200
+                                 << QByteArray("<BuildInfo><Version>1.8.0.1</Version><Notice>n</Notice></BuildInfo>")
+                                 << "Cannot get URL" << QString() << QString() << QString();
+    QTest::newRow("no version") << 200
+                                << QByteArray(
+                                       "<BuildInfo><MsiPath>http://h/a.exe</MsiPath><Notice>n</Notice></BuildInfo>")
+                                << "Cannot get version" << QString() << QString() << QString();
     QTest::newRow("version only deeper down")
         << 200
         << QByteArray("<BuildInfo><MsiPath>u</MsiPath><Notice>n</Notice><Meta><Version>2.0.0.0</Version></Meta>"
                       "</BuildInfo>")
         << "Cannot get version" << QString() << QString() << QString();
-    QTest::newRow("no notice")
-        << 200 << QByteArray("<BuildInfo><MsiPath>u</MsiPath><Version>1.8.0.1</Version></BuildInfo>")
-        << "Cannot get notice" << QString() << QString() << QString();
+    QTest::newRow("no notice") << 200
+                               << QByteArray("<BuildInfo><MsiPath>u</MsiPath><Version>1.8.0.1</Version></BuildInfo>")
+                               << "Cannot get notice" << QString() << QString() << QString();
     QTest::newRow("other root element")
         << 200 << QByteArray("<Build><MsiPath>u</MsiPath><Version>1.8.0.1</Version><Notice>n</Notice></Build>")
         << "Wrong xml format" << QString() << QString() << QString();
-    QTest::newRow("not xml") << 200 << QByteArray("<BuildInfo><Version>1.8") << "Cannot get info source"
-                             << QString() << QString() << QString();
+    QTest::newRow("not xml") << 200 << QByteArray("<BuildInfo><Version>1.8") << "Cannot get info source" << QString()
+                             << QString() << QString();
     QTest::newRow("empty body") << 200 << QByteArray() << "Cannot get info source" << QString() << QString()
                                 << QString();
-    QTest::newRow("server error") << 500 << descriptor("1.8.0.1") << "Cannot get reply from the server"
-                                  << QString() << QString() << QString();
+    QTest::newRow("server error") << 500 << descriptor("1.8.0.1") << "Cannot get reply from the server" << QString()
+                                  << QString() << QString();
     QTest::newRow("not found") << 404 << descriptor("1.8.0.1") << "Cannot get reply from the server" << QString()
                                << QString() << QString();
 }
@@ -124,33 +133,11 @@ void TestUpdateCheck::descriptorFetch()
     QCOMPARE(record->notice, notice);
 }
 
-void TestUpdateCheck::silentServerTimesOut_data()
-{
-    QTest::addColumn<bool>("simulator");
-    QTest::newRow("cloud simulator") << true;
-    QTest::newRow("canned server") << false;
-}
-
 void TestUpdateCheck::silentServerTimesOut()
 {
-    QFETCH(bool, simulator);
-
-    HttpTestServer server;
-    CorvelTest::CloudSimProcess sim;
-    QString location;
-    if (simulator) {
-        if (!CorvelTest::CloudSimProcess::available())
-            QSKIP("tools/cloud-sim/cloud_sim.py is not in the tree");
-        QVERIFY2(sim.start({"--port", "0", "--update-version", "1.9.0.0", "--fault-delay",
-                            DescriptorPath + "=20000"}),
-                 qPrintable(sim.errorString()));
-        location = sim.baseUrl() + DescriptorPath;
-    } else {
-        HttpTestServer::Response late = xml(descriptor("1.9.0.0"));
-        late.delayMs = 20000;
-        server.setResponse(DescriptorPath, late);
-        location = server.url(DescriptorPath);
-    }
+    CorvelTest::CloudSim sim({"--update-version", "1.9.0.0", "--fault-delay", DescriptorPath + "=20000"});
+    QVERIFY(sim.start());
+    const QString location = sim.origin() + DescriptorPath;
 
     CVUpdater::Updater updater(QString(), location);
     LogCapture log;

@@ -1,4 +1,5 @@
 #include "http_test_server.h"
+#include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "updater/updater.h"
 
@@ -39,6 +40,8 @@ private slots:
     void failedDownload_data();
     void failedDownload();
     void cancelStopsDownload();
+    void simulatorRoundTrip_data();
+    void simulatorRoundTrip();
     void oneDownloadAtATime();
     void runUpdateOnlyWhenDownloaded();
     void runUpdateHandsOverArguments_data();
@@ -95,11 +98,9 @@ void TestUpdateDownload::downloadSavesInstaller_data()
     QTest::addColumn<bool>("sizeKnown");
     QTest::addColumn<QString>("fileName");
 
-    QTest::newRow("release") << false << QByteArray("1.7.1.12") << false << true
-                             << "Corvel_x64_installer_1.7.1.12.exe";
+    QTest::newRow("release") << false << QByteArray("1.7.1.12") << false << true << "Corvel_x64_installer_1.7.1.12.exe";
     QTest::newRow("manual location") << true << QByteArray() << false << true << "Corvel_x64_installer_0.0.0.0.exe";
-    QTest::newRow("redirected") << false << QByteArray("1.8.0.0") << true << true
-                                << "Corvel_x64_installer_1.8.0.0.exe";
+    QTest::newRow("redirected") << false << QByteArray("1.8.0.0") << true << true << "Corvel_x64_installer_1.8.0.0.exe";
     QTest::newRow("size unknown") << false << QByteArray("1.8.0.1") << false << false
                                   << "Corvel_x64_installer_1.8.0.1.exe";
 }
@@ -151,8 +152,8 @@ void TestUpdateDownload::downloadSavesInstaller()
     QCOMPARE(saved.readAll(), body);
     QCOMPARE(QDir(m_temp->path()).entryList(QDir::Files | QDir::Hidden), QStringList{fileName});
 
-    QCOMPARE(log.texts().mid(0, 2), (QStringList{"Starting download", "Downloading request URL: " +
-                                                                            server.url(InstallerPath)}));
+    QCOMPARE(log.texts().mid(0, 2),
+             (QStringList{"Starting download", "Downloading request URL: " + server.url(InstallerPath)}));
     QVERIFY(log.contains(QtInfoMsg, "Download finished."));
     // Qt fills in the total at the end even when the server never sent a length.
     QVERIFY2(log.contains(QtInfoMsg, QStringLiteral("Update progress: %1/%1").arg(body.size())),
@@ -165,13 +166,21 @@ void TestUpdateDownload::failedDownload_data()
     QTest::addColumn<QString>("status");
     QTest::addColumn<QString>("criticalLine"); // %1: the installer path
 
-    QTest::newRow("not found") << "404" << "Cannot get reply from the server" << "Cannot get reply from the server.";
-    QTest::newRow("connection refused") << "refused" << "Cannot get reply from the server"
+    QTest::newRow("not found") << "404"
+                               << "Cannot get reply from the server"
+                               << "Cannot get reply from the server.";
+    QTest::newRow("connection refused") << "refused"
+                                        << "Cannot get reply from the server"
                                         << "Cannot get reply from the server.";
-    QTest::newRow("connection dropped mid-body") << "dropped" << "Cannot get reply from the server"
+    QTest::newRow("connection dropped mid-body") << "dropped"
+                                                 << "Cannot get reply from the server"
                                                  << "Cannot get reply from the server.";
-    QTest::newRow("temporary folder missing") << "no folder" << "Cannot open file" << "Cannot open file: %1";
-    QTest::newRow("folder in the way") << "folder at path" << "Cannot open file" << "Cannot open file: %1";
+    QTest::newRow("temporary folder missing") << "no folder"
+                                              << "Cannot open file"
+                                              << "Cannot open file: %1";
+    QTest::newRow("folder in the way") << "folder at path"
+                                       << "Cannot open file"
+                                       << "Cannot open file: %1";
 }
 
 void TestUpdateDownload::failedDownload()
@@ -265,6 +274,61 @@ void TestUpdateDownload::cancelStopsDownload()
     server.setResponse(InstallerPath, payload("complete"));
     download(updater);
     QCOMPARE(finished.count(), 1);
+}
+
+void TestUpdateDownload::simulatorRoundTrip_data()
+{
+    QTest::addColumn<QStringList>("faults");
+    QTest::addColumn<bool>("offered");
+    QTest::addColumn<QString>("failure"); // empty: the download must succeed
+
+    QTest::newRow("update installed") << QStringList() << true << QString();
+    QTest::newRow("installer unavailable") << QStringList{"--fault-status", "/Corvel/Corvel_installer.exe=503"} << true
+                                           << "Cannot get reply from the server";
+    QTest::newRow("descriptor malformed")
+        << QStringList{"--fault-malformed", "/Corvel/autoupdate.xml"} << false << QString();
+    QTest::newRow("descriptor empty") << QStringList{"--fault-empty", "/Corvel/autoupdate.xml"} << false << QString();
+}
+
+void TestUpdateDownload::simulatorRoundTrip()
+{
+    QFETCH(QStringList, faults);
+    QFETCH(bool, offered);
+    QFETCH(QString, failure);
+
+    CorvelTest::CloudSim sim(QStringList{"--update-version", "1.8.0.5"} + faults);
+    QVERIFY(sim.start());
+    CVUpdater::Updater updater(QString(), sim.origin() + DescriptorPath);
+    LogCapture log;
+    QCOMPARE(updater.checkForUpdates(), offered);
+    if (!offered) {
+        QVERIFY2(log.contains(QtInfoMsg, "Cannot get info source"), qPrintable(log.texts().join('\n')));
+        QCOMPARE(updater.lastStatus(), QString("Cannot get remote version"));
+        return;
+    }
+    QCOMPARE(updater.offeredVersion(), QString("1.8.0.5"));
+    QCOMPARE(updater.downloadUrl(), sim.origin() + "/Corvel/Corvel_installer.exe");
+
+    QSignalSpy failed(&updater, &CVUpdater::Updater::downloadFailed);
+    download(updater);
+    const QString target = m_temp->filePath("Corvel_x64_installer_1.8.0.5.exe");
+    if (!failure.isEmpty()) {
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(updater.lastStatus(), failure);
+        QVERIFY(!QFileInfo::exists(target));
+        return;
+    }
+    QCOMPARE(failed.count(), 0);
+    QCOMPARE(updater.installerPath(), target);
+
+    QNetworkAccessManager network;
+    QNetworkReply* reply = network.get(QNetworkRequest(QUrl(updater.downloadUrl())));
+    QSignalSpy done(reply, &QNetworkReply::finished);
+    QVERIFY(done.wait(10000));
+    QFile saved(target);
+    QVERIFY(saved.open(QIODevice::ReadOnly));
+    QCOMPARE(saved.readAll(), reply->readAll());
+    delete reply;
 }
 
 void TestUpdateDownload::oneDownloadAtATime()
@@ -368,8 +432,10 @@ void TestUpdateDownload::installerRunsDetachedWithoutOutput()
                               "out=$(readlink /proc/$$/fd/1)\n"
                               "err=$(readlink /proc/$$/fd/2)\n"
                               "{ echo \"$out\"; echo \"$err\"; printf '%s\\n' \"$@\"; } > '" +
-                              QFile::encodeName(record) + ".part'\n"
-                              "mv '" + QFile::encodeName(record) + ".part' '" + QFile::encodeName(record) + "'\n";
+                              QFile::encodeName(record) +
+                              ".part'\n"
+                              "mv '" +
+                              QFile::encodeName(record) + ".part' '" + QFile::encodeName(record) + "'\n";
     HttpTestServer server;
     server.setResponse(InstallerPath, payload(script));
     CVUpdater::Updater updater(server.url(InstallerPath), server.url(DescriptorPath));

@@ -62,7 +62,7 @@ void TestVersion::parseAndOrder()
     QCOMPARE(parsed->build, expected.build);
     QCOMPARE(parsed->revision, expected.revision);
 
-    QCOMPARE(Local < *parsed, againstLocal > 0);
+    QCOMPARE(Local<*parsed, againstLocal> 0);
     QCOMPARE(*parsed < Local, againstLocal < 0);
 }
 
@@ -71,11 +71,16 @@ void TestVersion::installerFileName_data()
     QTest::addColumn<QString>("version");
     QTest::addColumn<QString>("fileName");
 
-    QTest::newRow("release") << "1.7.1.12" << "Corvel_x64_installer_1.7.1.12.exe";
-    QTest::newRow("manual") << "0.0.0.0" << "Corvel_x64_installer_0.0.0.0.exe";
-    QTest::newRow("untrimmed descriptor text") << " 1.7.1.12\n" << "Corvel_x64_installer_1.7.1.12.exe";
-    QTest::newRow("path in the version") << "../../1.7.1.12/x" << "Corvel_x64_installer_1.7.1.12.exe";
-    QTest::newRow("no version at all") << "../evil\\name" << "Corvel_x64_installer_.._evil_name.exe";
+    QTest::newRow("release") << "1.7.1.12"
+                             << "Corvel_x64_installer_1.7.1.12.exe";
+    QTest::newRow("manual") << "0.0.0.0"
+                            << "Corvel_x64_installer_0.0.0.0.exe";
+    QTest::newRow("untrimmed descriptor text") << " 1.7.1.12\n"
+                                               << "Corvel_x64_installer_1.7.1.12.exe";
+    QTest::newRow("path in the version") << "../../1.7.1.12/x"
+                                         << "Corvel_x64_installer_1.7.1.12.exe";
+    QTest::newRow("no version at all") << "../evil\\name"
+                                       << "Corvel_x64_installer_.._evil_name.exe";
 }
 
 void TestVersion::installerFileName()
