@@ -67,6 +67,8 @@ QString CloudSim::signIn(const QString& user) const
     QNetworkRequest request{QUrl(authUrl())};
     request.setHeader(QNetworkRequest::ContentTypeHeader, "application/x-www-form-urlencoded");
     QNetworkReply* reply = network.post(request, "user=" + user.toUtf8());
+    // Only a stand-in for the browser: whether the console trusts the simulator is tested elsewhere.
+    QObject::connect(reply, &QNetworkReply::sslErrors, reply, [reply] { reply->ignoreSslErrors(); });
     QEventLoop loop;
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(20000, &loop, &QEventLoop::quit);

@@ -82,22 +82,6 @@ private slots:
         MessageBox::clearShown();
     }
 
-    void configuredRetries_data()
-    {
-        QTest::addColumn<QString>("json");
-        QTest::addColumn<int>("retries");
-        QTest::newRow("absent") << "{}" << 5;
-        QTest::newRow("set") << R"({"connection_retries_number": 2})" << 2;
-        QTest::newRow("string") << R"({"connection_retries_number": "3"})" << 5;
-    }
-
-    void configuredRetries()
-    {
-        QFETCH(QString, json);
-        QFETCH(int, retries);
-        QCOMPARE(CloudCallRetry::configuredRetries(QJsonDocument::fromJson(json.toUtf8()).object()), retries);
-    }
-
     // A server that keeps failing: the call goes out retries + 1 times, then the error is shown once.
     void exhausted_data()
     {

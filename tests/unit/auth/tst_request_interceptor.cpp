@@ -1,8 +1,6 @@
 #include "auth/request_interceptor.h"
 #include "testsupport/log_capture.h"
 
-#include "build_config.h"
-
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -13,13 +11,6 @@ class TestRequestInterceptor : public QObject {
     Q_OBJECT
 
 private slots:
-    void sentinel()
-    {
-        QCOMPARE(tokenSentinel(), QStringLiteral(CORVEL_TOKEN_SENTINEL));
-        QVERIFY(tokenSentinel().startsWith("http://"));
-        QVERIFY(tokenSentinel().endsWith('/'));
-    }
-
     void requests_data()
     {
         QTest::addColumn<bool>("logoutPending");

@@ -171,39 +171,6 @@ private slots:
         if (result)
             QCOMPARE(session.userData().role, UserRole::Client);
     }
-
-    void requestErrors_data()
-    {
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<QString>("criticalLine");
-        QTest::addColumn<QStringList>("shown");
-
-        QTest::newRow("server") << int(VuskAPI::RequestError::ServerError) << 2 << "Server Error. Error code: 99"
-                                << QStringList{"Server Error/Error code: 99\nPlease check your internet connection "
-                                               "and try again"};
-        QTest::newRow("internal") << int(VuskAPI::RequestError::InternalError) << 2
-                                  << "Internal Error. Error code: 99. Description: disk on fire"
-                                  << QStringList{"Internal Error/Internal error: disk on fire"};
-    }
-
-    void requestErrors()
-    {
-        QFETCH(int, kind);
-        QFETCH(int, result);
-        QFETCH(QString, criticalLine);
-        QFETCH(QStringList, shown);
-
-        AuthSession session(partnerToken(), m_config);
-        const VuskAPI::RequestError error{VuskAPI::RequestError::Kind(kind), 99, "disk on fire"};
-        LogCapture log;
-        QCOMPARE(handleRequestError(nullptr, session, error), result);
-        QVERIFY(log.contains(QtCriticalMsg, criticalLine));
-        QVERIFY(session.isValid());
-        QVERIFY(boxes().isEmpty());
-        showRequestError(nullptr, error);
-        QCOMPARE(boxes(), shown);
-    }
 };
 
 QTEST_MAIN(TestSignInFlows)
