@@ -16,7 +16,6 @@
 
 namespace CorvelService {
 
-using apache::thrift::TConfiguration;
 using apache::thrift::async::TConcurrentClientSyncInfo;
 using apache::thrift::protocol::TBinaryProtocol;
 using apache::thrift::transport::SSLContext;
@@ -76,20 +75,6 @@ private:
     std::shared_ptr<apache::thrift::transport::AccessManager> m_access;
 };
 
-// The library counts borrowed bytes against the message-size cap but only frame-based
-// transports reset the count per message; on a long-lived buffered connection the cap would
-// be reached after enough replies in total.
-class MessageBufferedTransport : public TBufferedTransport {
-public:
-    using TBufferedTransport::TBufferedTransport;
-
-    uint32_t readEnd() override
-    {
-        resetConsumedMessageSize();
-        return TBufferedTransport::readEnd();
-    }
-};
-
 void ignoreBrokenPipe()
 {
 #ifdef SIGPIPE
@@ -138,7 +123,7 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
     std::shared_ptr<CorvelServiceIf> client;
     try {
         std::shared_ptr<TTransport> socket = factory->createSocket(host, port);
-        auto transport = std::make_shared<MessageBufferedTransport>(socket);
+        auto transport = std::make_shared<TBufferedTransport>(socket);
         auto protocol = std::make_shared<TBinaryProtocol>(transport, kMaxReplyStringBytes,
                                                           kMaxReplyContainerElements, false, true);
         auto sync = std::make_shared<TConcurrentClientSyncInfo>();

@@ -35,25 +35,6 @@ extern "C" void onStopSignal(int)
     g_stopSignal = 1;
 }
 
-// Resets the per-message size count after each message, as the console's client does.
-class MessageBufferedTransport : public TBufferedTransport {
-public:
-    using TBufferedTransport::TBufferedTransport;
-    uint32_t readEnd() override
-    {
-        resetConsumedMessageSize();
-        return TBufferedTransport::readEnd();
-    }
-};
-
-class MessageBufferedTransportFactory : public TTransportFactory {
-public:
-    std::shared_ptr<TTransport> getTransport(std::shared_ptr<TTransport> transport) override
-    {
-        return std::make_shared<MessageBufferedTransport>(transport);
-    }
-};
-
 class ListeningAnnouncer : public server::TServerEventHandler {
 public:
     explicit ListeningAnnouncer(std::shared_ptr<TServerSocket> socket, bool plain)
@@ -134,7 +115,7 @@ int main(int argc, char** argv)
     auto handler = std::make_shared<SimHandler>(store);
     auto processor = std::make_shared<FaultProcessor>(handler, options.faults);
     auto protocols = std::make_shared<protocol::TBinaryProtocolFactory>(64 * 1024 * 1024, 1000000, false, true);
-    server::TThreadedServer server(processor, socket, std::make_shared<MessageBufferedTransportFactory>(), protocols);
+    server::TThreadedServer server(processor, socket, std::make_shared<TBufferedTransportFactory>(), protocols);
     server.setServerEventHandler(std::make_shared<ListeningAnnouncer>(socket, options.plain));
 
     std::atomic<bool> finished(false);

@@ -193,6 +193,9 @@ QString SimProcess::start(const QStringList& args)
     QStringList all = args;
     if (!all.contains("--port"))
         all << "--port" << "0";
+    if (!m_stderrFile.open())
+        return "cannot create a file for the simulator's log";
+    m_process.setStandardErrorFile(m_stderrFile.fileName());
     m_process.start(binDir() + "/corvel-service-sim", all);
     if (!m_process.waitForStarted(10000))
         return "cannot start the simulator: " + m_process.errorString();
@@ -226,8 +229,8 @@ void SimProcess::kill()
 
 QString SimProcess::log()
 {
-    m_stderr += m_process.readAllStandardError();
-    return QString::fromLocal8Bit(m_stderr);
+    QFile file(m_stderrFile.fileName());
+    return file.open(QIODevice::ReadOnly) ? QString::fromLocal8Bit(file.readAll()) : QString();
 }
 
 } // namespace CorvelTest

@@ -4,6 +4,7 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryFile>
 
 #include <atomic>
 #include <cstdint>
@@ -80,12 +81,13 @@ public:
     // Sends SIGTERM (or kills) and waits for the end.
     void terminate();
     void kill();
+    // Everything the simulator wrote to standard error so far.
     QString log();
 
 private:
     QProcess m_process;
+    QTemporaryFile m_stderrFile;
     int m_port = 0;
-    QByteArray m_stderr;
 };
 
 } // namespace CorvelTest
