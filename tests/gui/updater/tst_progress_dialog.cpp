@@ -10,6 +10,7 @@
 
 using CorvelTest::HttpTestServer;
 using CorvelTest::LogCapture;
+using CVUpdater::Updater;
 
 namespace {
 const QString InstallerPath = QStringLiteral("/downloads/setup.exe");
@@ -28,9 +29,8 @@ class TestProgressDialog : public QObject {
 private slots:
     void init();
     void cleanup();
-    void dialogFollowsDownload_data();
-    void dialogFollowsDownload();
-    void cancelButtonStopsDownload();
+    void dialogFollowsDownloadUntilCanceled_data();
+    void dialogFollowsDownloadUntilCanceled();
     void finishedDownloadClosesDialogQuietly();
 
 private:
@@ -45,7 +45,6 @@ void TestProgressDialog::init()
     m_oldTmpDir = qgetenv("TMPDIR");
     qputenv("TMPDIR", QFile::encodeName(m_temp->path()));
     m_window.reset(new QWidget);
-    m_window->setObjectName("main_window");
     m_window->resize(900, 600);
     m_window->show();
 }
@@ -57,14 +56,14 @@ void TestProgressDialog::cleanup()
     m_temp.reset();
 }
 
-void TestProgressDialog::dialogFollowsDownload_data()
+void TestProgressDialog::dialogFollowsDownloadUntilCanceled_data()
 {
     QTest::addColumn<bool>("sizeKnown");
     QTest::newRow("size known") << true;
     QTest::newRow("size unknown") << false;
 }
 
-void TestProgressDialog::dialogFollowsDownload()
+void TestProgressDialog::dialogFollowsDownloadUntilCanceled()
 {
     QFETCH(bool, sizeKnown);
 
@@ -72,16 +71,19 @@ void TestProgressDialog::dialogFollowsDownload()
     HttpTestServer::Response slow;
     slow.body = QByteArray(400000, 'x');
     slow.stallAfter = 100000;
+    // Qt reports progress at most every 100 ms from the start of the request.
     slow.delayMs = 250;
     slow.sendLength = sizeKnown;
     server.setResponse(InstallerPath, slow);
-    CVUpdater::Updater updater(server.url(InstallerPath), QString());
+    Updater updater(server.url(InstallerPath), QString());
     QVERIFY(updater.checkForUpdates());
     CVUpdater::useProgressDialog(updater);
+    QSignalSpy failed(&updater, &Updater::downloadFailed);
+    QSignalSpy finished(&updater, &Updater::downloadFinished);
 
     LogCapture log;
     updater.startDownload(m_window.data());
-    QProgressDialog* dialog = findDialog();
+    QPointer<QProgressDialog> dialog = findDialog();
     QVERIFY(dialog);
     QVERIFY(dialog->isVisible());
     QVERIFY(dialog->isModal());
@@ -94,51 +96,25 @@ void TestProgressDialog::dialogFollowsDownload()
 
     const QString total = sizeKnown ? QString::number(slow.body.size()) : QStringLiteral("-1");
     QTRY_VERIFY_WITH_TIMEOUT(log.contains(QStringLiteral("Update progress: 100000/%1").arg(total)), 10000);
-    auto* bar = dialog->findChild<QProgressBar*>();
-    QVERIFY(bar);
     if (sizeKnown) {
         QCOMPARE(dialog->maximum(), slow.body.size());
         QCOMPARE(dialog->value(), 100000);
-        QCOMPARE(bar->text(), QString("25%"));
+        QCOMPARE(dialog->findChild<QProgressBar*>()->text(), QString("25%"));
     } else {
         // Busy indicator: no range to fill.
-        QCOMPARE(dialog->minimum(), 0);
         QCOMPARE(dialog->maximum(), 0);
     }
     dialog->grab().save(QStringLiteral("/tmp/corvel_updater_progress_%1.png").arg(sizeKnown ? "known" : "unknown"));
-    updater.cancel();
-}
 
-void TestProgressDialog::cancelButtonStopsDownload()
-{
-    HttpTestServer server;
-    HttpTestServer::Response slow;
-    slow.body = QByteArray(400000, 'x');
-    slow.stallAfter = 1000;
-    slow.delayMs = 250;
-    server.setResponse(InstallerPath, slow);
-    CVUpdater::Updater updater(server.url(InstallerPath), QString());
-    QVERIFY(updater.checkForUpdates());
-    CVUpdater::useProgressDialog(updater);
-    QSignalSpy failed(&updater, &CVUpdater::Updater::downloadFailed);
-    QSignalSpy finished(&updater, &CVUpdater::Updater::downloadFinished);
-
-    LogCapture log;
-    updater.startDownload(m_window.data());
-    QTRY_VERIFY_WITH_TIMEOUT(log.contains(QStringLiteral("Update progress: 1000/400000")), 10000);
-    QPointer<QProgressDialog> dialog = findDialog();
-    QVERIFY(dialog);
-    QTest::mouseClick(dialog->findChild<QPushButton*>(), Qt::LeftButton);
-
+    log.clear();
+    QTest::mouseClick(buttons.first(), Qt::LeftButton);
     QVERIFY(!updater.isDownloading());
-    QVERIFY(log.contains(QtInfoMsg, "Downloading canceled."));
-    QVERIFY(!log.contains("Update canceled."));
+    QCOMPARE(log.texts(), QStringList{"Downloading canceled."});
     QCOMPARE(updater.lastStatus(), QString("Downloading canceled"));
     QTRY_VERIFY(!dialog);
     QTest::qWait(200);
-    QCOMPARE(failed.count(), 0);
-    QCOMPARE(finished.count(), 0);
-    QVERIFY(!log.contains("Download finished."));
+    QCOMPARE(failed.count() + finished.count(), 0);
+    QCOMPARE(log.texts().size(), 1);
 }
 
 void TestProgressDialog::finishedDownloadClosesDialogQuietly()
@@ -147,17 +123,16 @@ void TestProgressDialog::finishedDownloadClosesDialogQuietly()
     HttpTestServer::Response installer;
     installer.body = QByteArray(200000, 'i');
     server.setResponse(InstallerPath, installer);
-    CVUpdater::Updater updater(server.url(InstallerPath), QString());
+    Updater updater(server.url(InstallerPath), QString());
     QVERIFY(updater.checkForUpdates());
     CVUpdater::useProgressDialog(updater);
-    QSignalSpy finished(&updater, &CVUpdater::Updater::downloadFinished);
+    QSignalSpy finished(&updater, &Updater::downloadFinished);
 
     LogCapture log;
     updater.startDownload(m_window.data());
     QPointer<QProgressDialog> dialog = findDialog();
     QVERIFY(dialog);
     QVERIFY(finished.wait(10000));
-    QVERIFY(!dialog || !dialog->isVisible());
     QTRY_VERIFY(!dialog);
     QVERIFY(!log.contains("Downloading canceled."));
     QVERIFY(QFileInfo(updater.installerPath()).isFile());

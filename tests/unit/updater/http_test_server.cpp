@@ -51,7 +51,6 @@ void HttpTestServer::answer(QTcpSocket* socket, const QByteArray& path)
     }
 
     QByteArray head = "HTTP/1.1 " + QByteArray::number(response.status) + " X\r\n";
-    head += "Content-Type: " + response.contentType + "\r\n";
     if (!response.location.isEmpty())
         head += "Location: " + response.location + "\r\n";
     if (response.sendLength)

@@ -15,7 +15,6 @@ public:
     struct Response {
         int status = 200;
         QByteArray body;
-        QByteArray contentType = "application/octet-stream";
         int delayMs = 0;
         // Without a length the client cannot know the total size.
         bool sendLength = true;
