@@ -1,0 +1,121 @@
+// Prints round-trip figures of getAllJobsInfo: the console's client over mutual TLS against the
+// service simulator holding 0, 100 and 1000 jobs, next to the same call over plain TCP.
+//   bench_service_client [--rounds-scale F]
+#include "service/service_client.h"
+#include "service_testkit.h"
+
+#include <thrift/async/TConcurrentClientSyncInfo.h>
+#include <thrift/protocol/TBinaryProtocol.h>
+#include <thrift/transport/TBufferTransports.h>
+#include <thrift/transport/TSocket.h>
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+using namespace CorvelService;
+using namespace apache::thrift;
+
+namespace {
+
+struct Figures {
+    double medianUs = 0;
+    double p99Us = 0;
+    size_t replyBytes = 0;
+};
+
+std::shared_ptr<CorvelServiceIf> plainClient(int port)
+{
+    auto socket = std::make_shared<transport::TSocket>("localhost", port);
+    auto buffered = std::make_shared<transport::TBufferedTransport>(socket);
+    auto protocol = std::make_shared<protocol::TBinaryProtocol>(buffered, kMaxReplyStringBytes,
+                                                               kMaxReplyContainerElements, false, true);
+    auto client = std::make_shared<CorvelServiceConcurrentClient>(protocol,
+                                                                  std::make_shared<async::TConcurrentClientSyncInfo>());
+    buffered->open();
+    return client;
+}
+
+bool measure(const QString& certDir, int jobs, bool plain, int rounds, Figures& figures)
+{
+    CorvelTest::SimProcess sim;
+    QStringList args{"--cert-dir", certDir, "--jobs", QString::number(jobs), "--tick-ms", "3600000"};
+    if (plain)
+        args << "--plain";
+    const QString error = sim.start(args);
+    if (!error.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qPrintable(error));
+        return false;
+    }
+    std::shared_ptr<CorvelServiceIf> client;
+    try {
+        client = plain ? plainClient(sim.port()) : createServiceClient(certDir.toStdString(), "localhost", sim.port());
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "connect: %s\n", e.what());
+    }
+    if (!client)
+        return false;
+
+    std::vector<JobDescription> reply;
+    for (int i = 0; i < 20; ++i)
+        client->getAllJobsInfo(reply);
+    auto buffer = std::make_shared<transport::TMemoryBuffer>();
+    protocol::TBinaryProtocol counter(buffer);
+    figures.replyBytes = 0;
+    for (const JobDescription& job : reply)
+        figures.replyBytes += job.write(&counter);
+
+    std::vector<double> samples;
+    samples.reserve(static_cast<size_t>(rounds));
+    for (int i = 0; i < rounds; ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        client->getAllJobsInfo(reply);
+        samples.push_back(std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count());
+    }
+    std::sort(samples.begin(), samples.end());
+    figures.medianUs = samples[samples.size() / 2];
+    figures.p99Us = samples[std::min(samples.size() - 1, samples.size() * 99 / 100)];
+    return true;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    double scale = 1.0;
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], "--rounds-scale") == 0)
+            scale = std::max(0.01, std::atof(argv[i + 1]));
+    }
+    if (qEnvironmentVariableIsEmpty("CORVEL_BIN_DIR"))
+        qputenv("CORVEL_BIN_DIR", CORVEL_BENCH_BIN_DIR);
+    if (qEnvironmentVariableIsEmpty("CORVEL_SOURCE_DIR"))
+        qputenv("CORVEL_SOURCE_DIR", CORVEL_BENCH_SOURCE_DIR);
+
+    QTemporaryDir dir;
+    const QString certError = CorvelTest::runMakeCerts(dir.path());
+    if (!dir.isValid() || !certError.isEmpty()) {
+        std::fprintf(stderr, "cannot make certificates: %s\n", qPrintable(certError));
+        return 1;
+    }
+
+    std::printf("getAllJobsInfo round trip (microseconds; simulator on loopback, one client)\n\n");
+    std::printf("%6s  %10s  %8s  %12s  %10s  %12s  %10s  %9s\n", "jobs", "reply", "rounds", "TLS median",
+                "TLS p99", "plain median", "plain p99", "TLS/plain");
+    for (const int jobs : {0, 100, 1000}) {
+        const int rounds = std::max(20, static_cast<int>((jobs == 0 ? 2000 : jobs == 100 ? 1000 : 300) * scale));
+        Figures tls, plain;
+        if (!measure(dir.path(), jobs, false, rounds, tls) || !measure(dir.path(), jobs, true, rounds, plain))
+            return 1;
+        std::printf("%6d  %8zu B  %8d  %12.1f  %10.1f  %12.1f  %10.1f  %8.2fx\n", jobs, tls.replyBytes, rounds,
+                    tls.medianUs, tls.p99Us, plain.medianUs, plain.p99Us, tls.medianUs / plain.medianUs);
+        std::fflush(stdout);
+    }
+    return 0;
+}
