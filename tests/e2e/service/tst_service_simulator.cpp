@@ -138,7 +138,8 @@ QString TestServiceSimulator::startSim(SimProcess& sim, const QStringList& extra
 void TestServiceSimulator::jobLifeCycle()
 {
     SimProcess sim;
-    QString error = startSim(sim);
+    // Slow enough that the brief states (deleting, deleted) are seen even on a busy machine.
+    QString error = startSim(sim, {"--tick-ms", "100"});
     QVERIFY2(error.isEmpty(), qPrintable(error));
     auto client = createServiceClient(m_certDir.toStdString(), "localhost", sim.port());
     QVERIFY(client);
@@ -209,7 +210,7 @@ void TestServiceSimulator::jobLifeCycle()
 void TestServiceSimulator::cancelWhileStarting()
 {
     SimProcess sim;
-    const QString error = sim.start({"--cert-dir", m_certDir, "--tick-ms", "150"});
+    const QString error = sim.start({"--cert-dir", m_certDir, "--tick-ms", "300"});
     QVERIFY2(error.isEmpty(), qPrintable(error));
     auto client = createServiceClient(m_certDir.toStdString(), "localhost", sim.port());
     QVERIFY(client);
