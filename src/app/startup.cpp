@@ -10,6 +10,10 @@
 #include "platform/platform.h"
 #include "service/service_client.h"
 #include "service/service_types_meta.h"
+#include "jobs/job_table_widget.h"
+#include "ui/home_widget.h"
+#include "ui/main_window.h"
+#include "ui/main_window_geometry.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
 
@@ -74,6 +78,12 @@ int runConsole(int argc, char** argv)
     for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
                              ":/res/SourceSansPro-Light.ttf"})
         QFontDatabase::addApplicationFont(QString::fromLatin1(font));
+    // The bundled files carry their distributor's family name; the sheet and the code ask for the
+    // plain one.
+    QFont::insertSubstitution(QStringLiteral("Source Sans Pro"), QStringLiteral("TypoPRO Source Sans Pro"));
+    QFont font = QApplication::font();
+    font.setFamily(QStringLiteral("Source Sans Pro"));
+    QApplication::setFont(font);
 
     app.setStyleSheet(loadStyleSheet(QStringLiteral(":/res/styles.qss")));
 
@@ -123,8 +133,14 @@ int runConsole(int argc, char** argv)
     }
 
     qInfo() << "Creating main window.";
-    qCritical() << "The main window is not part of this build yet. Corvel will be closed.";
-    return ExitFailure;
+    MainWindow window(session, *iconFont, client, *config);
+    // The shared client dies with a lost connection; the jobs table makes its replacement here.
+    const std::string serviceDir = workingDir().toStdString();
+    window.home()->jobTable()->setClientFactory(
+        [serviceDir] { return CorvelService::createServiceClient(serviceDir); });
+    window.showNormal();
+    sizeAndCentreMainWindow(window);
+    return app.exec();
 }
 
 } // namespace Corvel

@@ -11,6 +11,7 @@ namespace Corvel {
 
 namespace {
 constexpr ushort NewRecoveryGlyph = 0xE958;
+constexpr int MinimumJobsHeight = 460;
 }
 
 HomeWidget::HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, const CorvelWidgets::IconFont& iconFont,
@@ -23,6 +24,8 @@ HomeWidget::HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, c
     auto* frameLayout = new QVBoxLayout(frame);
     frameLayout->setContentsMargins(0, 0, 0, 0);
     frameLayout->addWidget(m_jobTable);
+    // The main window opens at its minimum height: leave room for a handful of jobs.
+    frame->setMinimumHeight(MinimumJobsHeight);
 
     m_newRecovery->setObjectName("button_primary_small");
     m_newRecovery->setIcon(iconFont.icon(NewRecoveryGlyph, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
