@@ -12,6 +12,7 @@
 
 class QGridLayout;
 class QLabel;
+class QVBoxLayout;
 
 namespace CvJobs {
 
@@ -48,12 +49,15 @@ signals:
 
 private:
     void clearRows();
+    void newRowsWidget();
     void addRow(const CorvelService::JobDescription& job, int row);
     bool anyRowBusy() const;
 
     std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
     CorvelWidgets::IconFont m_iconFont;
-    QGridLayout* m_grid;
+    QVBoxLayout* m_layout;
+    QWidget* m_rows = nullptr;
+    QGridLayout* m_grid = nullptr;
     QLabel* m_placeholder;
     std::vector<CorvelService::JobDescription> m_cache;
     QList<QPointer<JobActionButtonsWidget>> m_actionWidgets;
