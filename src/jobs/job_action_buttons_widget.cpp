@@ -6,7 +6,7 @@
 #include "jobs/service_call.h"
 
 #include <QDebug>
-#include <QHBoxLayout>
+#include <QVBoxLayout>
 #include <QPointer>
 
 namespace CvJobs {
@@ -18,13 +18,18 @@ JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescripti
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent), m_job(job), m_client(std::move(client)), m_iconFont(iconFont)
 {
-    auto* layout = new QHBoxLayout(this);
+    // Stacked, so the column needs only the width of its widest button and all eight columns
+    // can share the width alike, as the header captions do.
+    auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    layout->addStretch(1);
 
     if (m_job.actions == JobAction::None) {
         m_waitButton = new QPushButton(JobActionButton::actionText(JobAction::None), this);
         m_waitButton->setObjectName("job_action_button_empty");
         layout->addWidget(m_waitButton);
+        layout->addStretch(1);
         return;
     }
 
@@ -42,6 +47,7 @@ JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescripti
         layout->addWidget(button);
         m_buttons.append(button);
     }
+    layout->addStretch(1);
 }
 
 void JobActionButtonsWidget::onStartJob()

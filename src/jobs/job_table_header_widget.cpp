@@ -10,11 +10,20 @@ JobTableHeaderWidget::JobTableHeaderWidget(QWidget* parent) : QWidget(parent)
     setObjectName("job_table_header");
     setAttribute(Qt::WA_StyledBackground);
     auto* layout = new QHBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
     for (const QString& caption : captions()) {
         auto* label = new QLabel(caption, this);
+        // Without a minimum of its own a caption never makes its column wider than the rows'.
+        label->setMinimumWidth(0);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         label->setObjectName("job_table_header_caption");
         layout->addWidget(label, 1);
     }
+}
+
+void JobTableHeaderWidget::setRightInset(int pixels)
+{
+    layout()->setContentsMargins(0, 0, pixels, 0);
 }
 
 QStringList JobTableHeaderWidget::captions()

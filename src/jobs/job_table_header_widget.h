@@ -12,6 +12,9 @@ public:
     explicit JobTableHeaderWidget(QWidget* parent = nullptr);
 
     static QStringList captions();
+
+    // Room kept free on the right, under which the rows have their scroll bar.
+    void setRightInset(int pixels);
 };
 
 } // namespace CvJobs

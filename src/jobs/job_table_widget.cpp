@@ -5,6 +5,7 @@
 #include "jobs/service_call.h"
 
 #include <QDebug>
+#include <QEvent>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -36,6 +37,8 @@ JobTableWidget::JobTableWidget(ServiceClient client, const CorvelWidgets::IconFo
     m_listScrollArea->setFrameShape(QFrame::NoFrame);
     m_listScrollArea->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     m_listScrollArea->verticalScrollBar()->setObjectName("job_table_scroll_bar");
+    // Keeps the captions above their columns whether or not the rows need the scroll bar.
+    m_listScrollArea->verticalScrollBar()->installEventFilter(this);
     layout->addWidget(m_listScrollArea, 1);
 
     m_list->setClient(m_client);
@@ -85,6 +88,15 @@ void JobTableWidget::refresh()
         qInfo("Connection to Corvel service restored.");
     }
     m_list->setJobs(jobs);
+}
+
+bool JobTableWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    QScrollBar* bar = m_listScrollArea->verticalScrollBar();
+    const auto type = event->type();
+    if (watched == bar && (type == QEvent::Show || type == QEvent::Hide || type == QEvent::Resize))
+        m_header->setRightInset(bar->isVisible() ? bar->width() : 0);
+    return QWidget::eventFilter(watched, event);
 }
 
 bool JobTableWidget::reconnect()

@@ -47,6 +47,9 @@ signals:
     // Emitted after a lost connection was replaced, so other holders can take the new client.
     void serviceClientChanged(std::shared_ptr<CorvelService::CorvelServiceIf> client);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     bool reconnect();
 
