@@ -10,37 +10,11 @@ using namespace TmxAuth;
 using CorvelTest::LogCapture;
 using CorvelWidgets::MessageBox;
 
-Q_DECLARE_METATYPE(TmxAuth::StartSignIn)
-
 namespace {
-
-// Hands out scripted answers ("<none>" = window closed) and records what it was asked.
-struct ScriptedSource {
-    QStringList answers;
-    QStringList asked; // "authUrl|logoutUrl"
-
-    TokenSource source()
-    {
-        return [this](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
-            asked << authUrl + "|" + logoutUrl;
-            const QString answer = answers.isEmpty() ? QString("<none>") : answers.takeFirst();
-            if (answer == "<none>")
-                return std::nullopt;
-            return answer;
-        };
-    }
-};
-
-QStringList boxes()
-{
-    QStringList out;
-    for (const auto& box : MessageBox::shown())
-        out << box.title + "/" + box.text;
-    return out;
-}
-
 const QString Auth = "https://console.example.invalid/authorization/vusk";
-
+const QString Logout = "https://console.example.invalid/auth/logout";
+const QString TimedOut = "Authentication Error/Your session has timed out. Please login again.";
+const QString Failed = "Authentication Error/Authentication failed. Please try login again.";
 } // namespace
 
 class TestSignInFlows : public QObject {
@@ -49,127 +23,76 @@ class TestSignInFlows : public QObject {
     QJsonObject m_config{{"auth_url", Auth}};
 
 private slots:
-    void init()
+    // Each flow against scripted sign-in windows ("<none>": the window was closed).
+    void flows_data()
     {
-        MessageBox::setAutoAnswer(true);
-        MessageBox::clearShown();
-    }
-
-    void atStart_data()
-    {
-        QTest::addColumn<QStringList>("answers");
-        QTest::addColumn<StartSignIn>("outcome");
-        QTest::addColumn<int>("windows");
-        QTest::addColumn<QStringList>("shown");
-        QTest::addColumn<QString>("criticalLine");
-
-        const QString noToken = "Failed to retrieve token. Corvel will be closed.";
-        const QString invalid = "Failed to parse CV token. Corvel will be closed.";
-        const QStringList invalidBox{"Corvel error/Invalid security token received, Corvel will be closed"};
-        QTest::newRow("first window") << QStringList{partnerToken()} << StartSignIn::SignedIn << 1 << QStringList{}
-                                      << "";
-        QTest::newRow("closed") << QStringList{"<none>"} << StartSignIn::NoToken << 1 << QStringList{} << noToken;
-        QTest::newRow("three empty texts") << QStringList{"", "", ""} << StartSignIn::InvalidToken << 3
-                                           << invalidBox << invalid;
-        QTest::newRow("second window") << QStringList{incompleteToken(), partnerToken()} << StartSignIn::SignedIn << 2
-                                       << QStringList{} << "";
-        QTest::newRow("closed on the third") << QStringList{"x", "", "<none>"} << StartSignIn::NoToken << 3
-                                             << QStringList{} << noToken;
-        QTest::newRow("no fourth window") << QStringList{"a.b.c", "a.b.c", "a.b.c", partnerToken()}
-                                          << StartSignIn::InvalidToken << 3 << invalidBox << invalid;
-    }
-
-    void atStart()
-    {
-        QFETCH(QStringList, answers);
-        QFETCH(StartSignIn, outcome);
-        QFETCH(int, windows);
-        QFETCH(QStringList, shown);
-        QFETCH(QString, criticalLine);
-
-        ScriptedSource script{answers, {}};
-        AuthSession session(QString(), m_config);
-        LogCapture log;
-        QCOMPARE(signInAtStart(session, m_config, script.source()), outcome);
-        QCOMPARE(script.asked, QStringList(QVector<QString>(windows, Auth + "|").toList()));
-        QCOMPARE(boxes(), shown);
-        QCOMPARE(session.isValid(), outcome == StartSignIn::SignedIn);
-        if (!criticalLine.isEmpty())
-            QVERIFY(log.contains(QtCriticalMsg, criticalLine));
-        QVERIFY(!log.contains("Creating main window."));
-    }
-
-    void reSignIn_data()
-    {
+        QTest::addColumn<QString>("flow");
         QTest::addColumn<QStringList>("answers");
         QTest::addColumn<int>("result");
         QTest::addColumn<int>("windows");
-        QTest::addColumn<QStringList>("extraBoxes");
-        QTest::addColumn<QString>("warning");
+        QTest::addColumn<QStringList>("shown");
 
-        QTest::newRow("signed in") << QStringList{partnerToken()} << 0 << 1 << QStringList{} << "";
-        QTest::newRow("after two invalid") << QStringList{"", incompleteToken(), partnerToken()} << 0 << 3
-                                           << QStringList{} << "";
-        QTest::newRow("cancelled") << QStringList{"<none>"} << 1 << 1 << QStringList{}
-                                   << "Token retrieving was canceled";
-        QTest::newRow("three invalid") << QStringList{"x", "", incompleteToken(), partnerToken()} << 1 << 3
-                                       << QStringList{"Authentication Error/Authentication failed. Please try login again."}
-                                       << "Invalid token. Authentication Error. Your session has timed out. Please "
-                                          "login again.";
+        const QStringList invalidBox{"Corvel error/Invalid security token received, Corvel will be closed"};
+        const QString client = makeToken(R"({"data":{"client_id":5,"username":"c","user_display_name":"C"}})");
+        QTest::newRow("start: first window") << "start" << QStringList{partnerToken()} << int(StartSignIn::SignedIn)
+                                             << 1 << QStringList{};
+        QTest::newRow("start: closed") << "start" << QStringList{"<none>"} << int(StartSignIn::NoToken) << 1
+                                       << QStringList{};
+        QTest::newRow("start: second window") << "start" << QStringList{incompleteToken(), partnerToken()}
+                                              << int(StartSignIn::SignedIn) << 2 << QStringList{};
+        QTest::newRow("start: no fourth window") << "start" << QStringList{"", "a.b.c", "", partnerToken()}
+                                                 << int(StartSignIn::InvalidToken) << 3 << invalidBox;
+        QTest::newRow("re-sign-in: signed in") << "resign" << QStringList{partnerToken()} << 0 << 1
+                                               << QStringList{TimedOut};
+        QTest::newRow("re-sign-in: after two invalid") << "resign" << QStringList{"", incompleteToken(), partnerToken()}
+                                                       << 0 << 3 << QStringList{TimedOut};
+        QTest::newRow("re-sign-in: cancelled") << "resign" << QStringList{"<none>"} << 1 << 1 << QStringList{TimedOut};
+        QTest::newRow("re-sign-in: three invalid") << "resign" << QStringList{"x", "", incompleteToken(), partnerToken()}
+                                                   << 1 << 3 << QStringList{TimedOut, Failed};
+        QTest::newRow("log out: new operator") << "logout" << QStringList{client} << 1 << 1 << QStringList{};
+        QTest::newRow("log out: closed") << "logout" << QStringList{"<none>"} << 0 << 1 << QStringList{};
+        QTest::newRow("log out: invalid") << "logout" << QStringList{incompleteToken()} << 0 << 1 << QStringList{Failed};
     }
 
-    void reSignIn()
+    void flows()
     {
+        QFETCH(QString, flow);
         QFETCH(QStringList, answers);
         QFETCH(int, result);
         QFETCH(int, windows);
-        QFETCH(QStringList, extraBoxes);
-        QFETCH(QString, warning);
-
-        ScriptedSource script{answers, {}};
-        AuthSession session(partnerToken(), m_config);
-        LogCapture log;
-        QCOMPARE(reSignInAfterTimeout(session, nullptr, script.source()), result);
-        QCOMPARE(script.asked.size(), windows);
-        QCOMPARE(boxes(), QStringList{"Authentication Error/Your session has timed out. Please login again."}
-                              + extraBoxes);
-        QVERIFY(log.contains(QtWarningMsg, "Authentication Error Your session has timed out. Please login again."));
-        QCOMPARE(session.isValid(), result == 0);
-        if (!warning.isEmpty())
-            QVERIFY(log.contains(QtWarningMsg, warning));
-        if (answers.first() == "<none>")
-            QCOMPARE(session.token(), QString());
-    }
-
-    void logOut_data()
-    {
-        QTest::addColumn<QString>("answer");
-        QTest::addColumn<bool>("result");
-        QTest::addColumn<QStringList>("shown");
-
-        QTest::newRow("new operator") << makeToken(R"({"data":{"client_id":5,"username":"c","user_display_name":"C"}})")
-                                      << true << QStringList{};
-        QTest::newRow("closed") << "<none>" << false << QStringList{};
-        QTest::newRow("invalid") << incompleteToken() << false
-                                 << QStringList{"Authentication Error/Authentication failed. Please try login again."};
-    }
-
-    void logOut()
-    {
-        QFETCH(QString, answer);
-        QFETCH(bool, result);
         QFETCH(QStringList, shown);
 
-        ScriptedSource script{{answer}, {}};
-        AuthSession session(partnerToken(), m_config);
+        MessageBox::setAutoAnswer(true);
+        MessageBox::clearShown();
+        QStringList asked;
+        const TokenSource source = [&](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
+            asked << authUrl + "|" + logoutUrl;
+            const QString answer = answers.value(asked.size() - 1, "<none>");
+            return answer == "<none>" ? std::nullopt : std::optional<QString>(answer);
+        };
+        AuthSession session(flow == "start" ? QString() : partnerToken(), m_config);
         LogCapture log;
-        QCOMPARE(logOutAndSignIn(session, nullptr, script.source()), result);
-        QCOMPARE(script.asked, QStringList{Auth + "|https://console.example.invalid/auth/logout"});
-        QCOMPARE(boxes(), shown);
-        QVERIFY(log.contains(QtInfoMsg, "Logout procedure is called"));
-        QCOMPARE(session.isValid(), result);
-        if (result)
-            QCOMPARE(session.userData().role, UserRole::Client);
+        int got = 0;
+        if (flow == "start")
+            got = int(signInAtStart(session, m_config, source));
+        else if (flow == "resign")
+            got = reSignInAfterTimeout(session, nullptr, source);
+        else
+            got = logOutAndSignIn(session, nullptr, source);
+        QCOMPARE(got, result);
+        QCOMPARE(asked, QStringList(QVector<QString>(windows, Auth + "|" + (flow == "logout" ? Logout : "")).toList()));
+        QStringList boxes;
+        for (const auto& box : MessageBox::shown())
+            boxes << box.title + "/" + box.text;
+        QCOMPARE(boxes, shown);
+        const bool signedIn = flow == "resign" ? result == 0 : result == (flow == "logout" ? 1 : 0);
+        QCOMPARE(session.isValid(), signedIn);
+        if (answers.value(windows - 1) == "<none>" && flow != "start")
+            QCOMPARE(session.token(), QString());
+        if (flow == "start" && !signedIn)
+            QVERIFY(log.contains(QtCriticalMsg, result == int(StartSignIn::NoToken)
+                                                    ? "Failed to retrieve token. Corvel will be closed."
+                                                    : "Failed to parse CV token. Corvel will be closed."));
     }
 };
 

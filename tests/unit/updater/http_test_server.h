@@ -1,42 +1,66 @@
 #pragma once
 
-#include <QByteArray>
 #include <QHash>
-#include <QObject>
 #include <QStringList>
 #include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <memory>
 
 namespace CorvelTest {
 
-// A loopback HTTP/1.1 server with canned answers per path, for replies no real server gives on cue.
-class HttpTestServer : public QObject {
-    Q_OBJECT
+// A loopback HTTP/1.1 server with canned answers per path (404 otherwise), for replies no real
+// server gives on cue.
+class HttpTestServer {
 public:
     struct Response {
         int status = 200;
         QByteArray body;
         int delayMs = 0;
-        // Without a length the client cannot know the total size.
-        bool sendLength = true;
-        // Sends the headers and this many body bytes, then keeps the connection open.
-        int stallAfter = -1;
-        // Sends the headers and this many body bytes, then hangs up.
-        int dropAfter = -1;
-        QByteArray location;
+        bool sendLength = true; // without it the client cannot know the total size
+        int stallAfter = -1;    // send this many body bytes, then keep the connection open
     };
 
-    explicit HttpTestServer(QObject* parent = nullptr);
+    HttpTestServer()
+    {
+        QObject::connect(&m_server, &QTcpServer::newConnection, [this] {
+            while (QTcpSocket* socket = m_server.nextPendingConnection()) {
+                auto buffer = std::make_shared<QByteArray>();
+                QObject::connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+                QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket, buffer] {
+                    buffer->append(socket->readAll());
+                    if (buffer->contains("\r\n\r\n")) {
+                        answer(socket, QString::fromUtf8(buffer->split(' ').value(1)));
+                        buffer->clear();
+                    }
+                });
+            }
+        });
+        m_server.listen(QHostAddress::LocalHost, 0);
+    }
 
-    void setResponse(const QString& path, const Response& response);
-    QString url(const QString& path) const;
+    void setResponse(const QString& path, const Response& response) { m_responses.insert(path, response); }
+    QString url(const QString& path) const { return QString("http://127.0.0.1:%1%2").arg(m_server.serverPort()).arg(path); }
     QStringList requestedPaths() const { return m_requested; }
 
 private:
-    void onConnection();
-    void answer(class QTcpSocket* socket, const QByteArray& path);
+    void answer(QTcpSocket* socket, const QString& path)
+    {
+        m_requested << path;
+        const Response r = m_responses.value(path, Response{404, "not here"});
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(r.status) + " X\r\nConnection: close\r\n";
+        if (r.sendLength)
+            head += "Content-Length: " + QByteArray::number(r.body.size()) + "\r\n";
+        QTimer::singleShot(r.delayMs, socket, [socket, r, head] {
+            socket->write(head + "\r\n" + (r.stallAfter >= 0 ? r.body.left(r.stallAfter) : r.body));
+            if (r.stallAfter < 0)
+                socket->disconnectFromHost();
+        });
+    }
 
     QTcpServer m_server;
-    QHash<QByteArray, Response> m_responses;
+    QHash<QString, Response> m_responses;
     QStringList m_requested;
 };
 
