@@ -6,32 +6,39 @@
 namespace CorvelTest {
 
 namespace {
+// Every live capture receives every message, so captures can nest.
 QMutex g_mutex;
-QList<LogCapture::Entry> g_entries;
+QList<QList<LogCapture::Entry>*> g_active;
 QtMessageHandler g_previous = nullptr;
 
 void handler(QtMsgType type, const QMessageLogContext&, const QString& text)
 {
     QMutexLocker lock(&g_mutex);
-    g_entries.append({type, text});
+    for (auto* entries : g_active)
+        entries->append({type, text});
 }
 } // namespace
 
 LogCapture::LogCapture()
 {
-    clear();
-    g_previous = qInstallMessageHandler(handler);
+    QMutexLocker lock(&g_mutex);
+    if (g_active.isEmpty())
+        g_previous = qInstallMessageHandler(handler);
+    g_active.append(&m_entries);
 }
 
 LogCapture::~LogCapture()
 {
-    qInstallMessageHandler(g_previous);
+    QMutexLocker lock(&g_mutex);
+    g_active.removeOne(&m_entries);
+    if (g_active.isEmpty())
+        qInstallMessageHandler(g_previous);
 }
 
 QList<LogCapture::Entry> LogCapture::entries() const
 {
     QMutexLocker lock(&g_mutex);
-    return g_entries;
+    return m_entries;
 }
 
 QStringList LogCapture::texts() const
@@ -63,7 +70,7 @@ int LogCapture::count(const QString& text) const
 void LogCapture::clear()
 {
     QMutexLocker lock(&g_mutex);
-    g_entries.clear();
+    m_entries.clear();
 }
 
 } // namespace CorvelTest

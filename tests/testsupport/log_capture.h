@@ -7,7 +7,8 @@
 
 namespace CorvelTest {
 
-// Collects every Qt message while alive (and restores the previous handler afterwards).
+// Collects every Qt message while alive; captures may nest. The previous handler is restored when
+// the last one ends.
 class LogCapture {
 public:
     struct Entry {
@@ -26,6 +27,9 @@ public:
     bool contains(QtMsgType type, const QString& text) const;
     int count(const QString& text) const;
     void clear();
+
+private:
+    QList<Entry> m_entries;
 };
 
 } // namespace CorvelTest
