@@ -2,7 +2,7 @@
 // service simulator holding 0, 100 and 1000 jobs, next to the same call over plain TCP.
 //   bench_service_client [--rounds-scale F]
 #include "service/service_client.h"
-#include "service_testkit.h"
+#include "testsupport/service_sim.h"
 
 #include <thrift/async/TConcurrentClientSyncInfo.h>
 #include <thrift/protocol/TBinaryProtocol.h>
@@ -43,11 +43,11 @@ std::shared_ptr<CorvelServiceIf> plainClient(int port)
 
 bool measure(const QString& certDir, int jobs, bool plain, int rounds, Figures& figures)
 {
-    CorvelTest::SimProcess sim;
-    QStringList args{"--cert-dir", certDir, "--jobs", QString::number(jobs), "--tick-ms", "3600000"};
+    CorvelTest::ServiceSim sim;
+    QStringList args{"--jobs", QString::number(jobs), "--tick-ms", "3600000"};
     if (plain)
         args << "--plain";
-    const QString error = sim.start(args);
+    const QString error = sim.start(certDir, args);
     if (!error.isEmpty()) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return false;
@@ -99,7 +99,7 @@ int main(int argc, char** argv)
         qputenv("CORVEL_SOURCE_DIR", CORVEL_BENCH_SOURCE_DIR);
 
     QTemporaryDir dir;
-    const QString certError = CorvelTest::runMakeCerts(dir.path());
+    const QString certError = CorvelTest::ServiceSim::makeCerts(dir.path());
     if (!dir.isValid() || !certError.isEmpty()) {
         std::fprintf(stderr, "cannot make certificates: %s\n", qPrintable(certError));
         return 1;
