@@ -5,7 +5,7 @@
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "service/service_client.h"
-#include "service_sim_process.h"
+#include "testsupport/service_sim.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -94,9 +94,9 @@ struct TickFigures {
 TickFigures measureTick(const QString& certDir, int jobCount, const CorvelWidgets::IconFont& iconFont)
 {
     TickFigures figures;
-    ServiceSimProcess sim;
-    QString error;
-    if (!sim.start(certDir, {"--jobs", QString::number(jobCount), "--tick-ms", "3600000"}, error)) {
+    CorvelTest::ServiceSim sim;
+    const QString error = sim.start(certDir, {"--jobs", QString::number(jobCount), "--tick-ms", "3600000"});
+    if (!error.isEmpty()) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return figures;
     }
@@ -174,9 +174,9 @@ RebuildFigures measureRebuild(int rows, const CorvelWidgets::IconFont& iconFont,
 
 void measureIdle(const QString& certDir, int seconds, const CorvelWidgets::IconFont& iconFont)
 {
-    ServiceSimProcess sim;
-    QString error;
-    if (!sim.start(certDir, {"--jobs", "100", "--tick-ms", "3600000"}, error)) {
+    CorvelTest::ServiceSim sim;
+    const QString error = sim.start(certDir, {"--jobs", "100", "--tick-ms", "3600000"});
+    if (!error.isEmpty()) {
         std::fprintf(stderr, "%s\n", qPrintable(error));
         return;
     }
@@ -233,8 +233,8 @@ int main(int argc, char** argv)
     const CorvelWidgets::IconFont iconFont = loadIconFont();
 
     QTemporaryDir dir;
-    QString error;
-    if (!dir.isValid() || !ServiceSimProcess::makeCerts(dir.path(), error)) {
+    const QString error = dir.isValid() ? CorvelTest::ServiceSim::makeCerts(dir.path()) : "no temporary folder";
+    if (!error.isEmpty()) {
         std::fprintf(stderr, "cannot prepare certificates: %s\n", qPrintable(error));
         return 1;
     }

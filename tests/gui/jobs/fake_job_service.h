@@ -11,7 +11,7 @@
 #include <vector>
 
 // In-memory service with switchable failures, recording what the console asked of it.
-class FakeJobService : public CorvelService::CorvelServiceIf {
+class FakeJobService : public CorvelService::CorvelServiceNull {
 public:
     enum class Failure { None, Application, Transport };
 
@@ -26,12 +26,12 @@ public:
 
     static void fail(Failure failure)
     {
+        using namespace apache::thrift;
         if (failure == Failure::Application)
-            throw apache::thrift::TApplicationException(apache::thrift::TApplicationException::INTERNAL_ERROR,
-                                                        "job is locked by another operation");
+            throw TApplicationException(TApplicationException::INTERNAL_ERROR, "job is locked by another operation");
         if (failure == Failure::Transport)
-            throw apache::thrift::transport::TTransportException(
-                apache::thrift::transport::TTransportException::NOT_OPEN, "Called write on non-open socket");
+            throw transport::TTransportException(transport::TTransportException::NOT_OPEN,
+                                                 "Called write on non-open socket");
     }
 
     void getAllJobsInfo(std::vector<CorvelService::JobDescription>& result) override
@@ -40,53 +40,26 @@ public:
         fail(listFailure);
         result = jobs;
     }
-    void startJob(const std::string& id) override { action("startJob", id); }
-    void stopJob(const std::string& id) override { action("stopJob", id); }
-    void cancelJob(const std::string& id) override { action("cancelJob", id); }
-    void deleteJob(const std::string& id) override { action("deleteJob", id); }
+    void startJob(const std::string& id) override { record("startJob", id, actionFailure); }
+    void stopJob(const std::string& id) override { record("stopJob", id, actionFailure); }
+    void cancelJob(const std::string& id) override { record("cancelJob", id, actionFailure); }
+    void deleteJob(const std::string& id) override { record("deleteJob", id, actionFailure); }
     void getJobMutableSettings(CorvelService::JobMutableSettings& result, const std::string& id) override
     {
-        calls << QString::fromStdString("getJobMutableSettings:" + id);
-        fail(settingsFailure);
+        record("getJobMutableSettings", id, settingsFailure);
         result = storedSettings;
     }
     void setJobMutableSettings(const std::string& id, const CorvelService::JobMutableSettings& settings) override
     {
-        calls << QString::fromStdString("setJobMutableSettings:" + id);
-        fail(settingsFailure);
+        record("setJobMutableSettings", id, settingsFailure);
         storedSettings = settings;
         writtenDeleteVm = settings.delete_created_vm;
     }
 
-    void createJob(std::string&, const CorvelService::JobType::type, const std::string&,
-                   const CorvelService::JobConfiguration&) override
-    {
-        unexpected("createJob");
-    }
-    void retrieveRestorePoints(std::vector<std::string>&, const std::string&, const std::string&) override
-    {
-        unexpected("retrieveRestorePoints");
-    }
-    void retrieveMetadata(std::vector<CorvelService::DiskInfo>&, const std::string&, const std::string&,
-                          const std::string&) override
-    {
-        unexpected("retrieveMetadata");
-    }
-    int64_t retrieveHyperVRamBytesUsed() override
-    {
-        unexpected("retrieveHyperVRamBytesUsed");
-        return 0;
-    }
-    void retrieveHyperVNetworks(std::vector<CorvelService::VirtualNetwork>&) override
-    {
-        unexpected("retrieveHyperVNetworks");
-    }
-
 private:
-    void action(const char* method, const std::string& id)
+    void record(const char* method, const std::string& id, Failure failure)
     {
         calls << QString::fromLatin1(method) + ':' + QString::fromStdString(id);
-        fail(actionFailure);
+        fail(failure);
     }
-    void unexpected(const char* method) { calls << QString::fromLatin1(method); }
 };

@@ -1,13 +1,12 @@
 #include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_list_widget.h"
-#include "jobs/job_status_label.h"
 #include "jobs/job_table_widget.h"
-#include "jobs/job_work_widget.h"
 #include "service/service_client.h"
-#include "service_sim_process.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/service_sim.h"
 
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -16,6 +15,11 @@ using CvJobs::JobActionButtonsWidget;
 using CvJobs::JobTableWidget;
 
 namespace {
+
+int countStarting(const CorvelTest::LogCapture& log, const QString& prefix)
+{
+    return log.texts().filter(QRegularExpression("^" + QRegularExpression::escape(prefix))).size();
+}
 
 QStringList rowIds(const CvJobs::JobListWidget* list)
 {
@@ -33,98 +37,65 @@ class TestJobTableSim : public QObject {
 
 private:
     QTemporaryDir m_dir;
-    ServiceSimProcess m_sim;
-    int m_port = 0;
+    CorvelTest::ServiceSim m_sim;
 
-    std::shared_ptr<CorvelServiceIf> connect()
+    std::shared_ptr<CorvelServiceIf> connectTo(int port)
     {
-        return createServiceClient(m_dir.path().toStdString(), "localhost", m_port);
-    }
-
-    void startSim(const QStringList& arguments)
-    {
-        QString error;
-        QVERIFY2(m_sim.start(m_dir.path(), arguments, error), qPrintable(error));
-        m_port = m_sim.port();
+        return createServiceClient(m_dir.path().toStdString(), "localhost", port);
     }
 
 private slots:
     void initTestCase()
     {
         QVERIFY(m_dir.isValid());
-        QString error;
-        QVERIFY2(ServiceSimProcess::makeCerts(m_dir.path(), error), qPrintable(error));
+        const QString error = CorvelTest::ServiceSim::makeCerts(m_dir.path());
+        QVERIFY2(error.isEmpty(), qPrintable(error));
     }
 
     void cleanup() { m_sim.stop(); }
 
-    void rowsComeBackAfterServiceRestart()
+    void rowsComeBackAfterRestart()
     {
+        const int interval = 200;
         const QStringList stateArguments{"--state", m_dir.filePath("jobs.json"), "--tick-ms", "3600000"};
-        startSim(stateArguments + QStringList{"--jobs", "6"});
-        auto client = connect();
-        QVERIFY(client);
-
+        QString error = m_sim.start(m_dir.path(), stateArguments + QStringList{"--jobs", "6"});
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        const int port = m_sim.port();
         CorvelTest::LogCapture log;
-        JobTableWidget table(client, CorvelWidgets::IconFont("velmora-iconfont", {}));
-        table.setReconnectInterval(300);
-        table.setClientFactory([this] { return connect(); });
+        JobTableWidget table(connectTo(port), CorvelWidgets::IconFont("velmora-iconfont", {}));
+        QElapsedTimer sinceLoss;
+        QList<qint64> attempts;
+        table.refreshTimer()->setInterval(50);
+        table.setReconnectInterval(interval);
+        table.setClientFactory([&] {
+            attempts << sinceLoss.elapsed();
+            return connectTo(port);
+        });
         const QStringList before = rowIds(table.jobList());
         QVERIFY(!before.isEmpty());
 
         m_sim.stop();
+        sinceLoss.start();
         QTRY_VERIFY_WITH_TIMEOUT(table.isServiceLost(), 5000);
-        QTest::qWait(1500); // a few ticks and reconnect attempts into the outage
+        QTRY_VERIFY_WITH_TIMEOUT(attempts.size() >= 2, 5000);
         QCOMPARE(rowIds(table.jobList()), before);
-        int outageLines = 0;
-        for (const QString& line : log.texts())
-            outageLines += line.startsWith("Unknown exception: ") ? 1 : 0;
-        QCOMPARE(outageLines, 1);
 
-        startSim(stateArguments);
+        const QStringList faults{"--fault", "startJob=exception", "--fault", "stopJob=exception", "--fault",
+                                 "cancelJob=exception"};
+        error = m_sim.start(m_dir.path(), stateArguments + faults, port);
+        QVERIFY2(error.isEmpty(), qPrintable(error));
         QTRY_VERIFY_WITH_TIMEOUT(!table.isServiceLost(), 10000);
-        QVERIFY(table.client() != client);
-        QCOMPARE(rowIds(table.jobList()), before);
-        QVERIFY(log.contains(QtInfoMsg, "Connection to Corvel service restored."));
-
-        // The rebuilt rows act on the new connection.
-        CvJobs::JobActionButton* start = nullptr;
-        int startRow = -1;
-        for (int row = 0; row < table.jobList()->rowCount() && !start; ++row) {
-            for (auto* button : static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7))->buttons())
-                if (button->action() == JobAction::Start) {
-                    start = button;
-                    startRow = row;
-                }
-        }
-        QVERIFY2(start, "the demo jobs should include one that can be started");
-        const QString id = rowIds(table.jobList()).at(startRow);
-        const auto* work = static_cast<CvJobs::JobWorkWidget*>(table.jobList()->cell(startRow, 1));
-        const QString statusBefore = work->statusLabel()->text();
-        start->click();
-        QVERIFY(log.contains(QtInfoMsg, "onStartJob"));
-        // The row asked for a refresh at once: the new state is on screen without waiting for a tick.
-        const int row = rowIds(table.jobList()).indexOf(id);
-        QVERIFY(row >= 0);
-        work = static_cast<CvJobs::JobWorkWidget*>(table.jobList()->cell(row, 1));
-        QVERIFY(work->statusLabel()->text() != statusBefore);
-        QCOMPARE(work->statusLabel()->status(),
-                 static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7))->job().status);
-    }
-
-    void refusedActionKeepsButtons()
-    {
-        startSim({"--jobs", "6", "--tick-ms", "3600000", "--fault", "stopJob=exception", "--fault",
-                  "startJob=exception", "--fault", "cancelJob=exception"});
-        auto client = connect();
-        QVERIFY(client);
-        JobTableWidget table(client, CorvelWidgets::IconFont("velmora-iconfont", {}));
         table.refreshTimer()->stop();
-        CorvelTest::LogCapture log;
+        for (int i = 1; i < attempts.size(); ++i)
+            QVERIFY2(attempts[i] - attempts[i - 1] >= interval - 2, qPrintable(QString::number(i)));
+        QCOMPARE(countStarting(log, "Unknown exception: "), 1);
+        QVERIFY(log.contains(QtInfoMsg, "Connection to Corvel service restored."));
+        QCOMPARE(rowIds(table.jobList()), before);
+
+        // Refused actions reach the new connection and keep the buttons enabled.
         int pressed = 0;
         for (int row = 0; row < table.jobList()->rowCount(); ++row) {
-            auto* actions = static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7));
-            for (auto* button : actions->buttons()) {
+            for (auto* button : static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7))->buttons()) {
                 if (button->action() == JobAction::Delete)
                     continue;
                 button->click();
@@ -133,13 +104,10 @@ private slots:
             }
         }
         QVERIFY(pressed > 0);
-        int refusals = 0;
-        for (const auto& entry : log.entries())
-            refusals += entry.type == QtWarningMsg && entry.text.startsWith("Application exception: ") ? 1 : 0;
-        QCOMPARE(refusals, pressed);
-        // An application exception leaves the connection usable.
+        QCOMPARE(countStarting(log, "Application exception: "), pressed);
+        QCOMPARE(countStarting(log, "Unknown exception: "), 1);
         std::vector<JobDescription> jobs;
-        client->getAllJobsInfo(jobs);
+        table.client()->getAllJobsInfo(jobs); // still usable after the refusals
         QCOMPARE(jobs, table.jobList()->jobs());
     }
 };
