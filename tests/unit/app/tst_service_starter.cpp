@@ -6,6 +6,9 @@
 #include <QtTest>
 
 #include <map>
+#include <vector>
+
+Q_DECLARE_METATYPE(std::vector<unsigned long>)
 
 using namespace Corvel;
 using CorvelPlatform::ServiceControl;
@@ -78,77 +81,71 @@ class TestServiceStarter : public QObject {
     Q_OBJECT
 
 private slots:
-    void allRunning()
+    void startServices_data()
     {
+        using States = std::vector<unsigned long>;
+        QTest::addColumn<States>("iscsi"); // empty: the service does not exist
+        QTest::addColumn<bool>("iscsiStartFails");
+        QTest::addColumn<States>("recovery");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<int>("sleeps");
+        QTest::addColumn<int>("starts");
+        QTest::addColumn<QStringList>("opened");
+        QTest::addColumn<int>("logType");
+        QTest::addColumn<QString>("logLine");
+        const QStringList all{"msiscsi", "TolvexRecoveryService", "CorvelService"};
+        QTest::newRow("all running") << States{Running} << false << States{Running} << true << 0 << 0 << all
+                                     << int(QtInfoMsg) << "all running";
+        QTest::newRow("stopped one is started") << States{Running} << false
+                                                << States{Stopped, Stopped, Pending, Pending, Running} << true << 2
+                                                << 1 << all << int(QtInfoMsg) << "";
+        QTest::newRow("stuck start-pending") << States{Pending} << false << States{Running} << false << 180 << 0
+                                             << all << int(QtCriticalMsg)
+                                             << "failed to start the service. Waiting time has expired.";
+        QTest::newRow("iscsi missing") << States{} << false << States{Running} << false << 0 << 0
+                                       << QStringList{"msiscsi"} << int(QtCriticalMsg)
+                                       << "failed to get handle to msiscsi service. Error=1060";
+        QTest::newRow("start refused") << States{Stopped} << true << States{Running} << false << 0 << 1 << all
+                                       << int(QtCriticalMsg) << "failed to start the service. Error=1058";
+    }
+
+    void startServices()
+    {
+        using States = std::vector<unsigned long>;
+        QFETCH(States, iscsi);
+        QFETCH(bool, iscsiStartFails);
+        QFETCH(States, recovery);
+        QFETCH(bool, result);
+        QFETCH(int, sleeps);
+        QFETCH(int, starts);
+        QFETCH(QStringList, opened);
+        QFETCH(int, logType);
+        QFETCH(QString, logLine);
         auto control = std::make_shared<FakeServiceControl>();
-        for (const char* name : ServiceStarter::ServiceNames)
-            control->services[name] = {{Running}};
-        ServiceStarter starter(control, [](int) { QFAIL("no waiting expected"); });
+        if (!iscsi.empty())
+            control->services["msiscsi"] = {iscsi, 0, iscsiStartFails};
+        control->services["TolvexRecoveryService"] = {recovery};
+        control->services["CorvelService"] = {{Running}};
+        int slept = 0;
+        ServiceStarter starter(control, [&](int ms) {
+            QCOMPARE(ms, 1000);
+            ++slept;
+        });
         bool dialogShown = false;
         starter.onDialogShown = [&](QProgressDialog&) { dialogShown = true; };
         LogCapture log;
-        QVERIFY(starter.startServices());
-        QVERIFY(!dialogShown);
-        QVERIFY(log.contains(QtInfoMsg, "all running"));
-        QCOMPARE(control->starts, 0);
+        QCOMPARE(starter.startServices(), result);
+        QCOMPARE(slept, sleeps);
+        QCOMPARE(control->starts, starts);
+        QStringList openedNames;
+        for (const auto& name : control->opened)
+            openedNames << QString::fromStdString(name);
+        QCOMPARE(openedNames, opened);
+        // The dialog appears only when something had to be started.
+        QCOMPARE(dialogShown, result ? starts > 0 : opened.size() == 3);
+        if (!logLine.isEmpty())
+            QVERIFY2(log.contains(QtMsgType(logType), logLine), qPrintable(log.texts().join('\n')));
         QCOMPARE(control->openHandles, 0);
-    }
-
-    void startsStoppedServices()
-    {
-        auto control = std::make_shared<FakeServiceControl>();
-        control->services["msiscsi"] = {{Running}};
-        control->services["TolvexRecoveryService"] = {{Stopped, Stopped, Pending, Pending, Running}};
-        control->services["CorvelService"] = {{Running}};
-        int slept = 0;
-        ServiceStarter starter(control, [&](int ms) { slept += ms; });
-        QVERIFY(starter.startServices());
-        QCOMPARE(control->starts, 1);
-        QCOMPARE(slept, 2000);
-        QCOMPARE(control->openHandles, 0);
-    }
-
-    void stuckStartPendingExpiresAfter180Polls()
-    {
-        auto control = std::make_shared<FakeServiceControl>();
-        control->services["msiscsi"] = {{Pending}};
-        control->services["TolvexRecoveryService"] = {{Running}};
-        control->services["CorvelService"] = {{Running}};
-        int sleeps = 0;
-        ServiceStarter starter(control, [&](int ms) {
-            QCOMPARE(ms, 1000);
-            ++sleeps;
-        });
-        LogCapture log;
-        QVERIFY(!starter.startServices());
-        QCOMPARE(sleeps, 180);
-        QVERIFY(log.contains(QtCriticalMsg, "failed to start the service. Waiting time has expired."));
-        QCOMPARE(control->openHandles, 0);
-    }
-
-    void missingServiceFailsAtOnce()
-    {
-        auto control = std::make_shared<FakeServiceControl>();
-        control->services["TolvexRecoveryService"] = {{Running}};
-        control->services["CorvelService"] = {{Running}};
-        ServiceStarter starter(control, [](int) {});
-        LogCapture log;
-        QVERIFY(!starter.startServices());
-        QCOMPARE(control->opened, std::vector<std::string>{"msiscsi"});
-        QVERIFY(log.contains(QtCriticalMsg, "failed to get handle to msiscsi service. Error=1060"));
-        QCOMPARE(control->openHandles, 0);
-    }
-
-    void startFailureIsReported()
-    {
-        auto control = std::make_shared<FakeServiceControl>();
-        control->services["msiscsi"] = {{Stopped}, 0, true};
-        control->services["TolvexRecoveryService"] = {{Running}};
-        control->services["CorvelService"] = {{Running}};
-        ServiceStarter starter(control, [](int) {});
-        LogCapture log;
-        QVERIFY(!starter.startServices());
-        QVERIFY(log.contains(QtCriticalMsg, "failed to start the service. Error=1058"));
     }
 
     void cancelEndsAtNextPoll()
