@@ -5,6 +5,8 @@
 #include "jobs/service_call.h"
 
 #include <QDebug>
+
+#include <algorithm>
 #include <QEvent>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -60,6 +62,7 @@ void JobTableWidget::setClientFactory(ClientFactory factory)
 void JobTableWidget::setReconnectInterval(int milliseconds)
 {
     m_reconnectIntervalMs = milliseconds;
+    m_nextReconnectDelayMs = milliseconds;
 }
 
 void JobTableWidget::refresh()
@@ -101,12 +104,15 @@ bool JobTableWidget::eventFilter(QObject* watched, QEvent* event)
 
 bool JobTableWidget::reconnect()
 {
-    if (m_sinceReconnectAttempt.isValid() && m_sinceReconnectAttempt.elapsed() < m_reconnectIntervalMs)
+    if (m_sinceReconnectAttempt.isValid() && m_sinceReconnectAttempt.elapsed() < m_nextReconnectDelayMs)
         return false;
     m_sinceReconnectAttempt.start();
     ServiceClient fresh = m_clientFactory();
-    if (!fresh)
+    if (!fresh) {
+        m_nextReconnectDelayMs = std::min(2 * m_nextReconnectDelayMs, 10 * m_reconnectIntervalMs);
         return false;
+    }
+    m_nextReconnectDelayMs = m_reconnectIntervalMs;
     m_client = std::move(fresh);
     // Rows hold the client they were built with; rebuilding hands them the new one.
     m_list->setClient(m_client);

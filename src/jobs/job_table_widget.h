@@ -62,6 +62,9 @@ private:
     QTimer m_timer;
     QElapsedTimer m_sinceReconnectAttempt;
     int m_reconnectIntervalMs = DefaultReconnectIntervalMs;
+    // Doubles after each failed attempt, up to ten times the base, so a long outage does not
+    // fill the log with the factory's connection failures.
+    int m_nextReconnectDelayMs = DefaultReconnectIntervalMs;
     bool m_serviceLost = false;
 };
 
