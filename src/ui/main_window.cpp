@@ -30,9 +30,11 @@ const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs
 } // namespace
 
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
-                       std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config)
+                       std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config,
+                       const QString& updateDescriptorUrl)
     : ResizableWindow(nullptr), m_body(new QVBoxLayout),
-      m_updater(getString(config, ConfigKey::UpdateUrl, ConfigDefault::updateUrl())), m_session(session),
+      m_updater(getString(config, ConfigKey::UpdateUrl, ConfigDefault::updateUrl()), updateDescriptorUrl),
+      m_session(session),
       m_iconFont(iconFont), m_client(std::move(client)), m_config(config)
 {
     CVUpdater::useProgressDialog(m_updater);

@@ -28,8 +28,10 @@ class ToolBoxWidget;
 class MainWindow : public ResizableWindow {
     Q_OBJECT
 public:
+    // The update descriptor's location is fixed at build time; tests point it elsewhere.
     MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
-               std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config);
+               std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config,
+               const QString& updateDescriptorUrl = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL));
     ~MainWindow() override;
 
     // Keeps the update offer from being shown (it is dropped, not deferred).

@@ -1,6 +1,7 @@
 #include "CorvelService.h"
 #include "auth/auth_session.h"
 #include "build_config.h"
+#include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
@@ -275,13 +276,29 @@ private slots:
         QVERIFY(m_window->close());
     }
 
+    void closeWaitsForSlowUpdateCheck()
+    {
+        CorvelTest::CloudSim cloud({"--fault-delay", "/Corvel/autoupdate.xml=2500"});
+        QVERIFY(cloud.start());
+        CorvelTest::LogCapture log;
+        createWindow(partner(), QString(), cloud.origin() + "/Corvel/autoupdate.xml");
+        m_window->show();
+        QTRY_VERIFY(log.contains(QtInfoMsg, "Looking for download info at: " + cloud.origin() + "/Corvel/autoupdate.xml"));
+        QVERIFY(m_window->updateCheck().isRunning());
+        QVERIFY(m_window->close());
+        // The close returned only once the check had its answer from the slow server.
+        QVERIFY(m_window->updateCheck().isFinished());
+        QVERIFY(log.contains(QtInfoMsg, "Update is not required."));
+    }
+
 private:
-    void createWindow(const QString& token, const QString& updateUrl)
+    void createWindow(const QString& token, const QString& updateUrl,
+                      const QString& descriptorUrl = QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"))
     {
         m_config = QJsonObject{{"update_url", updateUrl}};
         m_session = std::make_unique<TmxAuth::AuthSession>(token, m_config);
-        m_window = std::make_unique<MainWindow>(*m_session, m_iconFont,
-                                                std::make_shared<CorvelService::CorvelServiceNull>(), m_config);
+        m_window = std::make_unique<MainWindow>(
+            *m_session, m_iconFont, std::make_shared<CorvelService::CorvelServiceNull>(), m_config, descriptorUrl);
     }
 
     void showWindow(const QString& token)
