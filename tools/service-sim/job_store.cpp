@@ -325,44 +325,36 @@ std::string JobStore::createJob(JobType::type type, const std::string& descripti
 
 void JobStore::startJob(const std::string& id)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    Job& job = find(id);
-    if (!(job.description.actions & JobAction::Start))
-        throw std::runtime_error("Job " + id + " cannot be started while " + statusName(job.description.status));
-    enter(job, JobStatus::Initializing);
-    saveAfterChange();
+    act(id, JobAction::Start, "started", JobStatus::Initializing);
 }
 
 void JobStore::stopJob(const std::string& id)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    Job& job = find(id);
-    if (!(job.description.actions & JobAction::Stop))
-        throw std::runtime_error("Job " + id + " cannot be stopped while " + statusName(job.description.status));
-    enter(job, JobStatus::Stopping);
-    saveAfterChange();
+    act(id, JobAction::Stop, "stopped", JobStatus::Stopping);
 }
 
 void JobStore::cancelJob(const std::string& id)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    Job& job = find(id);
-    // Initializing offers no action yet, but a cancel that arrives then is still honoured.
-    const JobStatus::type status = job.description.status;
-    if (status != JobStatus::Initializing && !(job.description.actions & JobAction::Cancel))
-        throw std::runtime_error("Job " + id + " cannot be cancelled while " + statusName(status));
-    job.description.substatus = "Cancelled by user";
-    enter(job, JobStatus::Stopping);
-    saveAfterChange();
+    act(id, JobAction::Cancel, "cancelled", JobStatus::Stopping);
 }
 
 void JobStore::deleteJob(const std::string& id)
 {
+    act(id, JobAction::Delete, "deleted", JobStatus::PendingDelete);
+}
+
+void JobStore::act(const std::string& id, JobAction::type action, const char* verb, JobStatus::type next)
+{
     std::lock_guard<std::mutex> lock(m_mutex);
     Job& job = find(id);
-    if (!(job.description.actions & JobAction::Delete))
-        throw std::runtime_error("Job " + id + " cannot be deleted while " + statusName(job.description.status));
-    enter(job, JobStatus::PendingDelete);
+    const JobStatus::type status = job.description.status;
+    // Initializing offers no action yet, but a cancel that arrives then is still honoured.
+    const bool lateCancel = action == JobAction::Cancel && status == JobStatus::Initializing;
+    if (!lateCancel && !(job.description.actions & action))
+        throw std::runtime_error("Job " + id + " cannot be " + verb + " while " + statusName(status));
+    if (action == JobAction::Cancel)
+        job.description.substatus = "Cancelled by user";
+    enter(job, next);
     saveAfterChange();
 }
 

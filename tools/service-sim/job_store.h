@@ -48,6 +48,9 @@ private:
     Job& find(const std::string& id);
     std::string nextId();
     void enter(Job& job, CorvelService::JobStatus::type status);
+    // Checks that the job allows the action now, then moves it on.
+    void act(const std::string& id, CorvelService::JobAction::type action, const char* verb,
+             CorvelService::JobStatus::type next);
     void advance(Job& job);
     void saveAfterChange();
     bool saveLocked(std::string& error);
