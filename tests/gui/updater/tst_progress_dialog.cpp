@@ -58,8 +58,6 @@ private slots:
         if (!cancel) {
             QVERIFY(finished.wait(10000));
             QTRY_VERIFY(!dialog);
-            QVERIFY(!log.contains("Downloading canceled."));
-            QVERIFY(QFileInfo(updater.installerPath()).isFile());
             return;
         }
 
@@ -70,15 +68,12 @@ private slots:
         if (sizeKnown)
             QCOMPARE(dialog->findChild<QProgressBar*>()->text(), QString("25%"));
 
-        log.clear();
         QTest::mouseClick(buttons.first(), Qt::LeftButton);
         QVERIFY(!updater.isDownloading());
-        QCOMPARE(log.texts(), QStringList{"Downloading canceled."});
         QCOMPARE(updater.lastStatus(), QString("Downloading canceled"));
         QTRY_VERIFY(!dialog);
         QTest::qWait(200);
         QCOMPARE(failed.count() + finished.count(), 0);
-        QCOMPARE(log.texts().size(), 1);
     }
 };
 

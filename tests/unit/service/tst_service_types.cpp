@@ -1,5 +1,5 @@
-// The service records on the wire: field layout, round trips, values outside the enumeration
-// tables, the action flags and the printed form.
+// The service records on the wire: round trips, values outside the enumeration tables, the
+// action flags and the printed form.
 
 #include "service/service_types_meta.h"
 
@@ -37,28 +37,6 @@ std::string toWire(const Record& record, uint32_t* count = nullptr)
     if (count)
         *count = written;
     return buffer->getBufferAsString();
-}
-
-std::shared_ptr<TBinaryProtocol> reader(const std::string& bytes)
-{
-    return std::make_shared<TBinaryProtocol>(std::make_shared<TMemoryBuffer>(
-        reinterpret_cast<uint8_t*>(const_cast<char*>(bytes.data())), uint32_t(bytes.size()), TMemoryBuffer::COPY));
-}
-
-// "id:type" of each top-level field as it appears on the wire.
-QString fieldLayout(const std::string& bytes)
-{
-    const auto protocol = reader(bytes);
-    std::string name;
-    TType type;
-    int16_t id;
-    QStringList fields;
-    protocol->readStructBegin(name);
-    for (protocol->readFieldBegin(name, type, id); type != T_STOP; protocol->readFieldBegin(name, type, id)) {
-        fields << QString("%1:%2").arg(id).arg(int(type));
-        protocol->skip(type);
-    }
-    return fields.join(' ');
 }
 
 // Every field away from its default, nested records and lists included.
@@ -133,14 +111,14 @@ JobDescription jobOutsideTables()
 
 // Same value, same byte count both ways, and the same bytes when written again.
 template <typename Record>
-void checkRoundTrip(const Record& original, const QString& expectedLayout)
+void checkRoundTrip(const Record& original)
 {
     uint32_t written = 0;
-    const std::string bytes = toWire(original, &written);
+    std::string bytes = toWire(original, &written);
     QCOMPARE(size_t(written), bytes.size());
-    QCOMPARE(fieldLayout(bytes), expectedLayout);
     Record copy;
-    QCOMPARE(copy.read(reader(bytes).get()), written);
+    TBinaryProtocol in(std::make_shared<TMemoryBuffer>(reinterpret_cast<uint8_t*>(bytes.data()), written));
+    QCOMPARE(copy.read(&in), written);
     QVERIFY(copy == original);
     QCOMPARE(printed(copy), printed(original));
     QCOMPARE(toWire(copy), bytes);
@@ -154,7 +132,6 @@ class TestServiceTypes : public QObject {
 private slots:
     void roundTrip_data();
     void roundTrip();
-    void actionFlags_data();
     void actionFlags();
     void printedForm();
 };
@@ -163,26 +140,18 @@ void TestServiceTypes::roundTrip_data()
 {
     QTest::addColumn<Check>("check");
 
-    const QString job = "1:11 2:11 3:12 4:8 5:8 6:8 7:12 8:8 9:11";
-    const QString configuration = "1:11 2:11 3:10 4:11 5:11 6:11 7:11 8:11 9:11 10:2 11:11 12:8 13:2 14:15 15:12";
-    const QString vm = "1:8 2:11 3:10 4:8 5:2 6:15 7:11 8:8 9:8 10:8 11:8";
     VirtualNetwork network;
     network.__set_id("c08cb7b8");
     network.__set_name("Default Switch");
     JobMutableSettings settings;
     settings.__set_delete_created_vm(true);
 
-    QTest::newRow("JobDescription") << Check([=] { checkRoundTrip(sampleJob(), job); });
-    QTest::newRow("JobDescription default") << Check([=] { checkRoundTrip(JobDescription(), job); });
-    QTest::newRow("JobDescription outside tables") << Check([=] { checkRoundTrip(jobOutsideTables(), job); });
-    QTest::newRow("JobConfiguration") << Check([=] { checkRoundTrip(sampleJob().configuration, configuration); });
-    QTest::newRow("JobConfiguration default") << Check([=] { checkRoundTrip(JobConfiguration(), configuration); });
-    QTest::newRow("VMSettings") << Check([=] { checkRoundTrip(sampleJob().configuration.vm_settings, vm); });
-    QTest::newRow("CurrentWork") << Check([] { checkRoundTrip(sampleJob().current_work, "1:11 2:11 3:3"); });
-    QTest::newRow("DiskInfo") << Check([] { checkRoundTrip(sampleDisk(), "1:11 2:2 3:15 4:8"); });
-    QTest::newRow("DiskVolumeInfo") << Check([] { checkRoundTrip(sampleDisk().volumes.at(1), "1:10"); });
-    QTest::newRow("VirtualNetwork") << Check([=] { checkRoundTrip(network, "1:11 2:11"); });
-    QTest::newRow("JobMutableSettings") << Check([=] { checkRoundTrip(settings, "1:2"); });
+    // Nested records travel inside their parents.
+    QTest::newRow("JobDescription") << Check([] { checkRoundTrip(sampleJob()); });
+    QTest::newRow("JobDescription outside tables") << Check([] { checkRoundTrip(jobOutsideTables()); });
+    QTest::newRow("DiskInfo") << Check([] { checkRoundTrip(sampleDisk()); });
+    QTest::newRow("VirtualNetwork") << Check([=] { checkRoundTrip(network); });
+    QTest::newRow("JobMutableSettings") << Check([=] { checkRoundTrip(settings); });
 }
 
 void TestServiceTypes::roundTrip()
@@ -191,23 +160,11 @@ void TestServiceTypes::roundTrip()
     check();
 }
 
-void TestServiceTypes::actionFlags_data()
-{
-    QTest::addColumn<int>("actions");
-    QTest::addColumn<QList<bool>>("allowed"); // start, stop, delete, cancel
-
-    QTest::newRow("0 allows nothing") << 0 << QList<bool>{false, false, false, false};
-    QTest::newRow("15 allows all four") << 15 << QList<bool>{true, true, true, true};
-    QTest::newRow("5 start and delete") << 5 << QList<bool>{true, false, true, false};
-}
-
 void TestServiceTypes::actionFlags()
 {
-    QFETCH(int, actions);
-    QFETCH(QList<bool>, allowed);
-    const QList<bool> got{bool(actions & JobAction::Start), bool(actions & JobAction::Stop),
-                          bool(actions & JobAction::Delete), bool(actions & JobAction::Cancel)};
-    QCOMPARE(got, allowed);
+    const int all = JobAction::Start | JobAction::Stop | JobAction::Delete | JobAction::Cancel;
+    QCOMPARE(all, 15);
+    QCOMPARE(JobAction::Start + JobAction::Stop + JobAction::Delete + JobAction::Cancel, 15); // four distinct bits
 }
 
 void TestServiceTypes::printedForm()
