@@ -84,7 +84,6 @@ private slots:
 
         QTest::newRow("valid") << partnerToken() << "";
         QTest::newRow("empty") << "" << "Token is empty. Authentication Error.";
-        QTest::newRow("undecodable") << "x.y!.z" << "Invalid token. Authentication Error.";
         QTest::newRow("incomplete") << incompleteToken() << "Invalid token. Authentication Error.";
     }
 
