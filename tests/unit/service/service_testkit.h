@@ -25,7 +25,6 @@ public:
     QString start(const QString& certDir, int version = 0, Reply reply = {});
     int port() const { return m_port; }
     int connections() const { return m_connections; }
-    int handshakes() const { return m_handshakes; }
 
 private:
     void serve();
@@ -37,7 +36,6 @@ private:
     int m_port = 0;
     std::atomic<bool> m_stopping{false};
     std::atomic<int> m_connections{0};
-    std::atomic<int> m_handshakes{0};
     std::thread m_thread;
 };
 

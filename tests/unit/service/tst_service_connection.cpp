@@ -51,7 +51,6 @@ class TestServiceConnection : public QObject {
 private slots:
     void dnsName_data();
     void dnsName();
-    void addresses();
     void createClient_data();
     void createClient();
     void hostileReplySizes_data();
@@ -99,17 +98,6 @@ void TestServiceConnection::dnsName()
              decision);
     QCOMPARE(ClientAccessManager("").verify(std::string("127.0.0.1"), name.constData(), name.size()),
              AccessManager::ALLOW);
-}
-
-void TestServiceConnection::addresses()
-{
-    // A decision on the peer address would end the library's check before the names are read.
-    const sockaddr_storage address{};
-    const char ip[4] = {127, 0, 0, 1};
-    ClientAccessManager named("localhost"), unnamed("");
-    QCOMPARE(named.verify(address), AccessManager::SKIP);
-    QCOMPARE(named.verify(address, ip, 4), AccessManager::SKIP);
-    QCOMPARE(unnamed.verify(address, ip, 4), AccessManager::ALLOW);
 }
 
 void TestServiceConnection::createClient_data()
@@ -163,8 +151,6 @@ void TestServiceConnection::createClient()
     const QStringList lines = log.texts();
     if (firstLine.isEmpty()) {
         QVERIFY2(lines.isEmpty(), qPrintable(lines.join('\n')));
-        // The server thread counts the handshake after the client has seen it finish.
-        QTRY_COMPARE_WITH_TIMEOUT(listener->handshakes(), 1, 5000);
     } else {
         QCOMPARE(lines.size(), 2);
         QVERIFY2(lines[0].startsWith(firstLine) && lines[0].size() > firstLine.size(), qPrintable(lines[0]));

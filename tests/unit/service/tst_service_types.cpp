@@ -172,9 +172,6 @@ void TestServiceTypes::printedForm()
     QCOMPARE(printed(sampleDisk()),
              std::string("DiskInfo(name=Disk 0, is_system=1, volumes=[DiskVolumeInfo(size=1024), "
                          "DiskVolumeInfo(size=-1)], style=GPT)"));
-    DiskInfo oddDisk;
-    oddDisk.__set_style(DiskStyle::type(3));
-    QCOMPARE(printed(oddDisk), std::string("DiskInfo(name=, is_system=0, volumes=[], style=3)"));
     const std::string odd = printed(jobOutsideTables());
     for (const char* part : {"job_type=-1", "status=42", "actions=15", "target_runtime_status=5",
                              "virtual_disk_type=1000", "virtualization_type=2"})

@@ -35,11 +35,9 @@ bool downloaded(Updater& updater)
 }
 
 // runUpdate() must refuse: nothing downloaded to run.
-bool refuses(Updater& updater, LogCapture& log)
+bool refuses(Updater& updater)
 {
-    log.clear();
-    return !updater.runUpdate() && log.contains(QtCriticalMsg, "Unexpected state of updater.") &&
-           updater.lastStatus() == "Unexpected state";
+    return !updater.runUpdate() && updater.lastStatus() == "Unexpected state";
 }
 } // namespace
 
@@ -55,7 +53,6 @@ private slots:
         m_temp.reset(new QTemporaryDir);
         m_oldTmpDir = qgetenv("TMPDIR");
         qputenv("TMPDIR", QFile::encodeName(m_temp->path()));
-        QCOMPARE(QStandardPaths::writableLocation(QStandardPaths::TempLocation), m_temp->path());
     }
 
     void cleanup()
@@ -69,18 +66,15 @@ private slots:
         QTest::addColumn<QByteArray>("version"); // empty: offered through the manual location
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QString>("fileName");
-        QTest::addColumn<QString>("status");       // empty: the download succeeds
-        QTest::addColumn<QString>("criticalLine"); // %1: the temporary folder
+        QTest::addColumn<QString>("status"); // empty: the download succeeds
 
-        const QString noReply = QStringLiteral("Cannot get reply from the server");
-        QTest::newRow("release") << QByteArray("1.7.1.12") << "" << "Corvel_x64_installer_1.7.1.12.exe" << "" << "";
-        QTest::newRow("manual location") << QByteArray() << "" << ManualFile << "" << "";
+        QTest::newRow("release") << QByteArray("1.7.1.12") << "" << "Corvel_x64_installer_1.7.1.12.exe" << "";
+        QTest::newRow("manual location") << QByteArray() << "" << ManualFile << "";
         QTest::newRow("path around the version") << QByteArray("../../1.7.1.12/x") << ""
-                                                 << "Corvel_x64_installer_1.7.1.12.exe" << "" << "";
-        QTest::newRow("not found") << QByteArray() << "404" << ManualFile << noReply << noReply + ".";
+                                                 << "Corvel_x64_installer_1.7.1.12.exe" << "";
+        QTest::newRow("not found") << QByteArray() << "404" << ManualFile << "Cannot get reply from the server";
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
-        QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << ManualFile << "Cannot open file"
-                                                  << QString("Cannot open file: %1/" + ManualFile);
+        QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << ManualFile << "Cannot open file";
     }
 
     void download()
@@ -89,7 +83,6 @@ private slots:
         QFETCH(QString, fault);
         QFETCH(QString, fileName);
         QFETCH(QString, status);
-        QFETCH(QString, criticalLine);
 
         QByteArray body;
         for (int i = 0; i < 300000; ++i)
@@ -104,11 +97,8 @@ private slots:
         QVERIFY(updater.checkForUpdates());
 
         const QString target = m_temp->filePath(fileName);
-        QString folder = m_temp->path();
-        if (fault == "no folder") {
+        if (fault == "no folder")
             qputenv("TMPDIR", QFile::encodeName(m_temp->filePath("gone")));
-            folder.clear();
-        }
         QFile leftover(target);
         if (status.isEmpty()) {
             // A leftover from an earlier run must not survive, whatever it holds.
@@ -118,7 +108,6 @@ private slots:
         }
 
         QSignalSpy failed(&updater, &Updater::downloadFailed);
-        LogCapture log;
         QCOMPARE(downloaded(updater), status.isEmpty());
         if (status.isEmpty()) {
             QCOMPARE(updater.installerPath(), target);
@@ -130,10 +119,9 @@ private slots:
         // The "Download failed" dialog shows the status the signal carries.
         QCOMPARE(failed.count(), 1);
         QCOMPARE(failed.first().first().toString(), status);
-        QVERIFY2(log.contains(QtCriticalMsg, criticalLine.arg(folder)), qPrintable(log.texts().join('\n')));
         QVERIFY(filesIn(m_temp->path()).isEmpty());
         QVERIFY(!QFileInfo::exists("/" + ManualFile));
-        QVERIFY(refuses(updater, log));
+        QVERIFY(refuses(updater));
     }
 
     void cancelAndRun()
@@ -154,13 +142,13 @@ private slots:
         QSignalSpy finished(&updater, &Updater::downloadFinished);
         QSignalSpy failed(&updater, &Updater::downloadFailed);
         LogCapture log;
-        QVERIFY(refuses(updater, log));
+        QVERIFY(refuses(updater));
         updater.startDownload();
-        QVERIFY(refuses(updater, log));
+        QVERIFY(refuses(updater));
         QTRY_VERIFY_WITH_TIMEOUT(log.contains(QString("Update progress: 10/%1").arg(script.size())), 10000);
-        log.clear();
         updater.startDownload(); // one at a time
-        QVERIFY(log.contains(QtCriticalMsg, "Unexpected state of updater."));
+        QCOMPARE(updater.lastStatus(), QString("Unexpected state"));
+        QTest::qWait(50);
         QCOMPARE(server.requestedPaths().size(), 1);
 
         updater.cancel();
@@ -170,7 +158,7 @@ private slots:
         QTest::qWait(300);
         QCOMPARE(finished.count() + failed.count(), 0);
         QVERIFY(filesIn(m_temp->path()).isEmpty());
-        QVERIFY(refuses(updater, log));
+        QVERIFY(refuses(updater));
 
         server.setResponse(InstallerPath, payload(script));
         QVERIFY(downloaded(updater));
@@ -185,7 +173,7 @@ private slots:
 
         // Declining the installation: the file stays, but nothing can be run from it any more.
         updater.reset();
-        QVERIFY(refuses(updater, log));
+        QVERIFY(refuses(updater));
         QVERIFY(QFileInfo(m_temp->filePath(ManualFile)).isFile());
     }
 };
