@@ -24,27 +24,6 @@ using CorvelTest::TlsTestServer;
 
 Q_DECLARE_METATYPE(AccessManager::Decision)
 
-namespace {
-
-// An incomplete getAllJobsInfo reply that claims 2^31-1 jobs, or one job with a 2 GiB id.
-QByteArray hugeReply(int32_t seqid, bool claimHugeId)
-{
-    auto buffer = std::make_shared<apache::thrift::transport::TMemoryBuffer>();
-    TBinaryProtocol out(buffer);
-    out.writeMessageBegin("getAllJobsInfo", T_REPLY, seqid);
-    out.writeStructBegin("CorvelService_getAllJobsInfo_result");
-    out.writeFieldBegin("success", T_LIST, 0);
-    out.writeListBegin(T_STRUCT, claimHugeId ? 1 : 0x7fffffff);
-    if (claimHugeId) {
-        out.writeStructBegin("JobDescription");
-        out.writeFieldBegin("id", T_STRING, 1);
-        out.writeI32(0x7fffffff); // the length only; the bytes never come
-    }
-    return QByteArray::fromStdString(buffer->getBufferAsString());
-}
-
-} // namespace
-
 class TestServiceConnection : public QObject {
     Q_OBJECT
 
@@ -149,10 +128,8 @@ void TestServiceConnection::createClient()
 
     QCOMPARE(bool(client), firstLine.isEmpty());
     const QStringList lines = log.texts();
-    if (firstLine.isEmpty()) {
-        QVERIFY2(lines.isEmpty(), qPrintable(lines.join('\n')));
-    } else {
-        QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.size(), firstLine.isEmpty() ? 0 : 2);
+    if (!firstLine.isEmpty()) {
         QVERIFY2(lines[0].startsWith(firstLine) && lines[0].size() > firstLine.size(), qPrintable(lines[0]));
         QVERIFY(log.contains(QtCriticalMsg, secondLine));
     }
@@ -171,9 +148,24 @@ void TestServiceConnection::hostileReplySizes()
 {
     QFETCH(bool, claimHugeId);
 
+    // An incomplete reply: the claimed bytes never come.
+    const auto reply = [=](int32_t seqid) {
+        auto buffer = std::make_shared<apache::thrift::transport::TMemoryBuffer>();
+        TBinaryProtocol out(buffer);
+        out.writeMessageBegin("getAllJobsInfo", T_REPLY, seqid);
+        out.writeStructBegin("CorvelService_getAllJobsInfo_result");
+        out.writeFieldBegin("success", T_LIST, 0);
+        out.writeListBegin(T_STRUCT, claimHugeId ? 1 : 0x7fffffff);
+        if (claimHugeId) {
+            out.writeStructBegin("JobDescription");
+            out.writeFieldBegin("id", T_STRING, 1);
+            out.writeI32(0x7fffffff);
+        }
+        return QByteArray::fromStdString(buffer->getBufferAsString());
+    };
     const QString dir = newPair("localhost");
     TlsTestServer server;
-    QVERIFY(server.start(dir, 0, [=](int32_t seqid) { return hugeReply(seqid, claimHugeId); }).isEmpty());
+    QVERIFY(server.start(dir, 0, reply).isEmpty());
     const auto client = createServiceClient(dir.toStdString(), "localhost", server.port());
     QVERIFY(client);
 
