@@ -1,7 +1,7 @@
 // Prints figures for the jobs table; run it from the build folder's bin/ (it starts the service
 // simulator found beside it):
 //   bench_jobs_table [--idle-seconds N] [--no-style] [--no-tick]
-#include "app/style_sheet.h"
+#include "core/style_sheet.h"
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "service/service_client.h"
@@ -105,7 +105,9 @@ TickFigures measureTick(const QString& certDir, int jobCount, const CorvelWidget
         std::fprintf(stderr, "no client\n");
         return figures;
     }
-    CvJobs::JobTableWidget table(client, iconFont);
+    CorvelService::ServiceConnection connection(CorvelService::ServiceConnection::Factory{});
+    connection.setClient(client);
+    CvJobs::JobTableWidget table(connection, iconFont);
     table.refreshTimer()->stop();
     table.resize(1175, 600);
     table.show();
@@ -181,7 +183,9 @@ void measureIdle(const QString& certDir, int seconds, const CorvelWidgets::IconF
         return;
     }
     auto client = createServiceClient(certDir.toStdString(), "localhost", sim.port());
-    CvJobs::JobTableWidget table(client, iconFont);
+    CorvelService::ServiceConnection connection(CorvelService::ServiceConnection::Factory{});
+    connection.setClient(client);
+    CvJobs::JobTableWidget table(connection, iconFont);
     table.resize(1175, 600);
     table.show();
     settle();

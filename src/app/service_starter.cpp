@@ -133,24 +133,4 @@ bool ServiceStarter::startAndWait(ServiceHandle service, QProgressDialog& dialog
     }
 }
 
-bool ServiceStarter::isHyperVRunning()
-{
-    HandleCloser closer(*m_control);
-    const ServiceHandle manager = m_control->openManager();
-    if (!manager) {
-        qCritical().noquote() << "OpenSCManager failed. Error=" + QString::number(m_control->lastError());
-        return false;
-    }
-    closer.keep(manager);
-    const ServiceHandle vmms = m_control->openService(manager, "vmms");
-    if (!vmms) {
-        qCritical().noquote() << "failed to get handle to Hyper-V Virtual Machine Management service. Error=" +
-                                     QString::number(m_control->lastError());
-        return false;
-    }
-    closer.keep(vmms);
-    const auto state = queryStatus(vmms);
-    return state && *state == ServiceControl::Running;
-}
-
 } // namespace Corvel

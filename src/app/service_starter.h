@@ -22,7 +22,6 @@ public:
                             Sleeper sleeper = {});
 
     bool startServices();
-    bool isHyperVRunning();
 
     // Called once the progress dialog exists (tests use it to press Cancel).
     std::function<void(QProgressDialog&)> onDialogShown;

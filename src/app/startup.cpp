@@ -1,17 +1,15 @@
 #include "app/startup.h"
 
-#include "app/cv_logger.h"
+#include "core/cv_logger.h"
 #include "app/service_starter.h"
-#include "app/settings.h"
-#include "app/style_sheet.h"
-#include "auth/auth_session.h"
+#include "core/settings.h"
+#include "core/style_sheet.h"
+#include "session/auth_session.h"
 #include "auth/login_window.h"
 #include "auth/sign_in_flows.h"
 #include "platform/platform.h"
-#include "service/service_client.h"
+#include "service/service_connection.h"
 #include "service/service_types_meta.h"
-#include "jobs/job_table_widget.h"
-#include "ui/home_widget.h"
 #include "ui/main_window.h"
 #include "ui/main_window_geometry.h"
 #include "widgets/icon_font.h"
@@ -52,8 +50,8 @@ int runConsole(int argc, char** argv)
     }
     qInfo() << "Logging intialized.";
 
-    const std::optional<QJsonObject> config = loadConfig(working + "/config.json");
-    if (!config) {
+    const std::optional<Settings> settings = loadSettings(working + "/config.json");
+    if (!settings) {
         qCritical() << "Failed to load config. Corvel will be closed.";
         CorvelPlatform::showNativeErrorBox("Corvel error",
                                            "Failed to open config.json file. Please make sure that file exists");
@@ -62,7 +60,7 @@ int runConsole(int argc, char** argv)
 
     TmxAuth::prepareWebEngine();
     QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL,
-                                   getBool(*config, ConfigKey::UseSoftwareOpengl, ConfigDefault::UseSoftwareOpengl));
+                                   settings->useSoftwareOpengl());
     QApplication app(argc, argv);
     initResources();
     // Unattended runs (scripted checks) must not block on a modal question.
@@ -100,7 +98,7 @@ int runConsole(int argc, char** argv)
         return ExitQuiet;
     }
 
-    if (!getBool(*config, ConfigKey::DisableServicesAutostart, ConfigDefault::DisableServicesAutostart)) {
+    if (!settings->disableServicesAutostart()) {
         ServiceStarter starter;
         if (!starter.startServices()) {
             qCritical() << "Failed to start services. Corvel will be closed.";
@@ -113,9 +111,9 @@ int runConsole(int argc, char** argv)
     }
 
     CorvelService::registerServiceMetaTypes();
-    const std::shared_ptr<CorvelService::CorvelServiceIf> client =
-        CorvelService::createServiceClient(workingDir().toStdString());
-    if (!client) {
+    CorvelService::ServiceConnection connection(
+        CorvelService::ServiceConnection::serviceFactory(workingDir().toStdString()));
+    if (!connection.connectNow()) {
         qCritical() << "Failed to create Corvel Service client. Corvel will be closed.";
         fatalBox(QStringLiteral("Corvel error"),
                  QStringLiteral("Failed to connect to Corvel service, please make sure that the service is installed "
@@ -123,8 +121,8 @@ int runConsole(int argc, char** argv)
         return ExitFailure;
     }
 
-    TmxAuth::AuthSession session(QString(), *config);
-    switch (TmxAuth::signInAtStart(session, *config)) {
+    TmxAuth::AuthSession session;
+    switch (TmxAuth::signInAtStart(session, settings->authUrl())) {
     case TmxAuth::StartSignIn::SignedIn:
         break;
     case TmxAuth::StartSignIn::NoToken:
@@ -133,11 +131,7 @@ int runConsole(int argc, char** argv)
     }
 
     qInfo() << "Creating main window.";
-    MainWindow window(session, *iconFont, client, *config);
-    // The shared client dies with a lost connection; the jobs table makes its replacement here.
-    const std::string serviceDir = workingDir().toStdString();
-    window.home()->jobTable()->setClientFactory(
-        [serviceDir] { return CorvelService::createServiceClient(serviceDir); });
+    MainWindow window(session, *iconFont, connection, *settings);
     window.showNormal();
     sizeAndCentreMainWindow(window);
     return app.exec();

@@ -1,24 +1,17 @@
 #include "auth/cloud_call_retry.h"
 
-#include "app/settings.h"
 #include "cloud/vusk_request.h"
 
 namespace TmxAuth {
 
-CloudCallRetry::CloudCallRetry(AuthSession* session, QWidget* parent, int retries)
-    : m_session(session), m_parent(parent), m_retries(retries)
+CloudCallRetry::CloudCallRetry(AuthSession* session, QWidget* parent, int retries, QString authUrl)
+    : m_session(session), m_parent(parent), m_retries(retries), m_authUrl(std::move(authUrl))
 {
-}
-
-int CloudCallRetry::configuredRetries(const QJsonObject& config)
-{
-    return Corvel::getInt(config, QString::fromLatin1(Corvel::ConfigKey::ConnectionRetriesNumber),
-                          Corvel::ConfigDefault::ConnectionRetriesNumber);
 }
 
 bool CloudCallRetry::retryAfter(const QString& name, const VuskAPI::RequestError& error)
 {
-    const int outcome = handleRequestError(m_parent, *m_session, error, m_tokenSource);
+    const int outcome = handleRequestError(m_parent, *m_session, error, m_authUrl, m_tokenSource);
     if (outcome == 0)
         return true;
     if (outcome == 2) {

@@ -3,7 +3,6 @@
 #include "auth/sign_in_flows.h"
 #include "cloud/request_error.h"
 
-#include <QJsonObject>
 #include <QString>
 
 #include <functional>
@@ -18,10 +17,8 @@ namespace TmxAuth {
 // shown and the counter starts over.
 class CloudCallRetry {
 public:
-    CloudCallRetry(AuthSession* session, QWidget* parent, int retries);
-
-    // connection_retries_number, with the built-in default.
-    static int configuredRetries(const QJsonObject& config);
+    // authUrl is where a re-sign-in after an expired session goes.
+    CloudCallRetry(AuthSession* session, QWidget* parent, int retries, QString authUrl);
 
     void setTokenSource(TokenSource source) { m_tokenSource = std::move(source); }
     int retries() const { return m_retries; }
@@ -41,6 +38,7 @@ private:
     AuthSession* m_session;
     QWidget* m_parent;
     int m_retries;
+    QString m_authUrl;
     int m_used = 0;
     TokenSource m_tokenSource;
 };

@@ -1,6 +1,6 @@
 #include "auth/login_window.h"
 
-#include "app/settings.h"
+#include "core/settings.h"
 
 #include <QCoreApplication>
 #include <QVBoxLayout>

@@ -1,6 +1,6 @@
 #include "auth/sign_in_flows.h"
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "auth/login_window.h"
 #include "widgets/message_box.h"
 
@@ -29,15 +29,10 @@ void showAuthenticationFailed(QWidget* parent)
 
 } // namespace
 
-QString authUrl(const QJsonObject& config)
-{
-    return Corvel::getString(config, QString::fromLatin1(Corvel::ConfigKey::AuthUrl), Corvel::ConfigDefault::authUrl());
-}
-
-StartSignIn signInAtStart(AuthSession& session, const QJsonObject& config, const TokenSource& source)
+StartSignIn signInAtStart(AuthSession& session, const QString& authUrl, const TokenSource& source)
 {
     for (int attempt = 0; attempt < MaxSignInWindows && !session.isValid(); ++attempt) {
-        const std::optional<QString> token = fetchToken(source, authUrl(config), QString(), nullptr);
+        const std::optional<QString> token = fetchToken(source, authUrl, QString(), nullptr);
         if (!token) {
             qCritical().noquote() << "Failed to retrieve token. Corvel will be closed.";
             return StartSignIn::NoToken;
@@ -54,14 +49,14 @@ StartSignIn signInAtStart(AuthSession& session, const QJsonObject& config, const
     return StartSignIn::SignedIn;
 }
 
-int reSignInAfterTimeout(AuthSession& session, QWidget* parent, const TokenSource& source)
+int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source)
 {
     qWarning().noquote() << "Authentication Error Your session has timed out. Please login again.";
     CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Authentication Error"),
                                         QStringLiteral("Your session has timed out. Please login again."));
     session.resetUserData();
     for (int failures = 0;;) {
-        const std::optional<QString> token = fetchToken(source, authUrl(session.config()), QString(), parent);
+        const std::optional<QString> token = fetchToken(source, authUrl, QString(), parent);
         if (!token) {
             session.setToken(QString());
             qWarning().noquote() << "Token retrieving was canceled";
@@ -76,9 +71,8 @@ int reSignInAfterTimeout(AuthSession& session, QWidget* parent, const TokenSourc
     }
 }
 
-bool logOutAndSignIn(AuthSession& session, QWidget* parent, const TokenSource& source)
+bool logOutAndSignIn(AuthSession& session, const QString& url, QWidget* parent, const TokenSource& source)
 {
-    const QString url = authUrl(session.config());
     qInfo().noquote() << "Logout procedure is called";
     session.resetUserData();
     const std::optional<QString> token = fetchToken(source, url, AuthSession::logoutUrl(url), parent);
@@ -93,11 +87,11 @@ bool logOutAndSignIn(AuthSession& session, QWidget* parent, const TokenSource& s
 }
 
 int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
-                       const TokenSource& source)
+                       const QString& authUrl, const TokenSource& source)
 {
     switch (error.kind) {
     case VuskAPI::RequestError::AuthenticationError:
-        return reSignInAfterTimeout(session, parent, source);
+        return reSignInAfterTimeout(session, authUrl, parent, source);
     case VuskAPI::RequestError::ServerError:
         qCritical().noquote() << "Server Error. Error code: " + QString::number(error.code);
         return 2;

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "auth/auth_session.h"
+#include "session/auth_session.h"
 #include "cloud/request_error.h"
 
-#include <QJsonObject>
 #include <QString>
 
 #include <functional>
@@ -17,9 +16,6 @@ namespace TmxAuth {
 // their own. Arguments: sign-in address, sign-out address (empty for none), parent.
 using TokenSource = std::function<std::optional<QString>(const QString&, const QString&, QWidget*)>;
 
-// auth_url from the configuration, with the built-in default.
-QString authUrl(const QJsonObject& config);
-
 enum class StartSignIn {
     SignedIn,
     // The window was closed: "Failed to retrieve token. Corvel will be closed." is logged; no dialog.
@@ -29,18 +25,19 @@ enum class StartSignIn {
 };
 // First sign-in, at most three windows. The caller ends the process (status 0) on anything but
 // SignedIn.
-StartSignIn signInAtStart(AuthSession& session, const QJsonObject& config, const TokenSource& source = {});
+StartSignIn signInAtStart(AuthSession& session, const QString& authUrl, const TokenSource& source = {});
 
 // 0 when signed in again, 1 when not.
-int reSignInAfterTimeout(AuthSession& session, QWidget* parent, const TokenSource& source = {});
+int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* parent,
+                         const TokenSource& source = {});
 
 // True when a new valid session exists.
-bool logOutAndSignIn(AuthSession& session, QWidget* parent, const TokenSource& source = {});
+bool logOutAndSignIn(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source = {});
 
 // For a failed cloud call: 0 signed in again (repeat the call), 1 sign-in abandoned, 2 server or
 // internal error.
 int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
-                       const TokenSource& source = {});
+                       const QString& authUrl, const TokenSource& source = {});
 
 // The operator's view of a failed call ("Server Error" / "Internal Error"; nothing for an
 // authentication error).

@@ -88,53 +88,53 @@ QNetworkReply* VuskRequest::fetch(const QString& address, const Lines& lines, Pa
     return reply;
 }
 
-QNetworkReply* VuskRequest::getClients(Callback<QList<TmxClient>> callback)
+void VuskRequest::getClients(Callback<QList<TmxClient>> callback)
 {
     qInfo().noquote() << "Retrieving clients list";
     const QString address = m_baseUrl + "/clients?partner_id=" + m_session->userData().resellerId;
     qDebug().noquote() << "Clients list request: " + address;
-    return fetch<QList<TmxClient>>(address, {"Got client: ", true, "Request for client failed. Error: "},
+    fetch<QList<TmxClient>>(address, {"Got client: ", true, "Request for client failed. Error: "},
                                    parseClients, std::move(callback));
 }
 
-QNetworkReply* VuskRequest::getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback)
+void VuskRequest::getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback)
 {
     qInfo().noquote() << "Retrieving data sources list";
     const QString address = m_baseUrl + "/datasources?client_id=" + QString::number(clientId);
     qDebug().noquote() << "Data sources list request: " + address;
-    return fetch<QList<ClientDataSource>>(address,
+    fetch<QList<ClientDataSource>>(address,
                                           {"Got data source: ", true, "Request for data source failed. Error: "},
                                           parseDataSources, std::move(callback));
 }
 
-QNetworkReply* VuskRequest::getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
+void VuskRequest::getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
                                        Callback<QList<ProtectedDevice>> callback)
 {
     qInfo().noquote() << "Retrieving devices list";
     const QString address = m_baseUrl + "/devices?datasource_id=" + QString::number(dataSourceId)
                             + "&datasource_type=" + dataSourceType + "&client_id=" + QString::number(clientId);
     qDebug().noquote() << "Devices list request: " + address;
-    return fetch<QList<ProtectedDevice>>(address, {"Got device: ", true, "Request for device failed. Error: "},
+    fetch<QList<ProtectedDevice>>(address, {"Got device: ", true, "Request for device failed. Error: "},
                                          parseDevices, std::move(callback));
 }
 
-QNetworkReply* VuskRequest::getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback)
+void VuskRequest::getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback)
 {
     qInfo().noquote() << "Retrieving token for datasource " + QString::number(dataSourceId) + " and device "
                              + QString::number(deviceId);
     const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/get_token"
                             + "?datasource_id=" + QString::number(dataSourceId);
     qDebug().noquote() << "Token for datasource request: " + address;
-    return fetch<DeviceToken>(address, {"Got token", false, "Request for token failed. Error: "}, parseDeviceToken,
+    fetch<DeviceToken>(address, {"Got token", false, "Request for token failed. Error: "}, parseDeviceToken,
                               std::move(callback));
 }
 
-QNetworkReply* VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback)
+void VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback)
 {
     qInfo().noquote() << "Retrieving encryption passphrase for device " + QString::number(deviceId);
     const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/encryption_passphrase";
     qDebug().noquote() << "Device phrase request: " + address;
-    return fetch<QString>(address, {"Got device passphrase", false, "Request for token failed. Error: "},
+    fetch<QString>(address, {"Got device passphrase", false, "Request for token failed. Error: "},
                           parsePassphrase, std::move(callback));
 }
 

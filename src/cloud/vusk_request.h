@@ -1,8 +1,7 @@
 #pragma once
 
-#include "auth/auth_session.h"
-#include "cloud/cloud_records.h"
-#include "cloud/request_error.h"
+#include "cloud/cloud_api.h"
+#include "session/auth_session.h"
 
 #include <QObject>
 #include <QString>
@@ -16,7 +15,7 @@ namespace VuskAPI {
 
 // Authenticated GET requests to the cloud recovery API. Every operation calls its callback exactly
 // once, unless this object is destroyed first (it owns every pending reply).
-class VuskRequest : public QObject {
+class VuskRequest : public QObject, public CloudApi {
     Q_OBJECT
 
 public:
@@ -27,12 +26,12 @@ public:
     static std::variant<QString, RequestError> replyResult(QNetworkReply* reply);
     static void logRequestError(const QString& name, const RequestError& error, int attemptsLeft);
 
-    QNetworkReply* getClients(Callback<QList<TmxClient>> callback);
-    QNetworkReply* getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback);
-    QNetworkReply* getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
-                              Callback<QList<ProtectedDevice>> callback);
-    QNetworkReply* getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback);
-    QNetworkReply* getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback);
+    void getClients(Callback<QList<TmxClient>> callback) override;
+    void getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback) override;
+    void getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
+                    Callback<QList<ProtectedDevice>> callback) override;
+    void getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback) override;
+    void getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback) override;
 
     // For an operator whose role is Client: the own client, straight from the session.
     quint64 clientId() const;

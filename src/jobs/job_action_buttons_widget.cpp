@@ -3,13 +3,16 @@
 #include "jobs/delete_vm_dialog.h"
 #include "jobs/delete_vm_dialog2.h"
 #include "jobs/job_action_button.h"
-#include "jobs/service_call.h"
+#include "service/service_call.h"
 
 #include <QDebug>
 #include <QVBoxLayout>
 #include <QPointer>
 
 namespace CvJobs {
+
+using CorvelService::CallOutcome;
+using CorvelService::callService;
 
 using CorvelService::JobAction;
 

@@ -2,11 +2,10 @@
 
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_header_widget.h"
-#include "jobs/service_call.h"
+#include "service/service_call.h"
 
 #include <QDebug>
 
-#include <algorithm>
 #include <QEvent>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -14,8 +13,12 @@
 
 namespace CvJobs {
 
-JobTableWidget::JobTableWidget(ServiceClient client, const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QWidget(parent), m_client(std::move(client)), m_header(new JobTableHeaderWidget),
+using CorvelService::CallOutcome;
+using CorvelService::callService;
+
+JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
+                               QWidget* parent)
+    : QWidget(parent), m_connection(connection), m_header(new JobTableHeaderWidget),
       m_list(new JobListWidget(iconFont)), m_headerScrollArea(new QScrollArea(this)),
       m_listScrollArea(new QScrollArea(this))
 {
@@ -43,10 +46,11 @@ JobTableWidget::JobTableWidget(ServiceClient client, const CorvelWidgets::IconFo
     m_listScrollArea->verticalScrollBar()->installEventFilter(this);
     layout->addWidget(m_listScrollArea, 1);
 
-    m_list->setClient(m_client);
+    m_list->setClient(m_connection.client());
     connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refresh);
+    connect(&m_connection, &CorvelService::ServiceConnection::clientChanged, this, &JobTableWidget::takeClient);
 
-    m_serviceLost = !m_client;
+    m_outageReported = m_connection.isLost();
     refresh();
 
     m_timer.setInterval(RefreshIntervalMs);
@@ -54,40 +58,28 @@ JobTableWidget::JobTableWidget(ServiceClient client, const CorvelWidgets::IconFo
     m_timer.start();
 }
 
-void JobTableWidget::setClientFactory(ClientFactory factory)
-{
-    m_clientFactory = std::move(factory);
-}
-
-void JobTableWidget::setReconnectInterval(int milliseconds)
-{
-    m_reconnectIntervalMs = milliseconds;
-    m_nextReconnectDelayMs = milliseconds;
-}
-
 void JobTableWidget::refresh()
 {
-    if (m_serviceLost && m_clientFactory && !reconnect())
+    if (m_connection.isLost() && !m_connection.reconnectIfDue())
         return;
-    if (!m_client)
+    const std::shared_ptr<CorvelService::CorvelServiceIf> client = m_connection.client();
+    if (!client)
         return;
 
     std::vector<CorvelService::JobDescription> jobs;
     // During an outage the first failure has been reported; the rest would repeat it twice a second.
-    switch (callService([&] { m_client->getAllJobsInfo(jobs); }, !m_serviceLost)) {
+    switch (callService([&] { client->getAllJobsInfo(jobs); }, QtWarningMsg, !m_outageReported)) {
     case CallOutcome::Ok:
         break;
     case CallOutcome::ApplicationFailure:
         return;
     case CallOutcome::OtherFailure:
-        if (!m_serviceLost) {
-            m_serviceLost = true;
-            m_sinceReconnectAttempt.start();
-        }
+        m_outageReported = true;
+        m_connection.reportLost(client);
         return;
     }
-    if (m_serviceLost) {
-        m_serviceLost = false;
+    if (m_outageReported) {
+        m_outageReported = false;
         qInfo("Connection to Corvel service restored.");
     }
     m_list->setJobs(jobs);
@@ -102,23 +94,11 @@ bool JobTableWidget::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
-bool JobTableWidget::reconnect()
+void JobTableWidget::takeClient(const std::shared_ptr<CorvelService::CorvelServiceIf>& client)
 {
-    if (m_sinceReconnectAttempt.isValid() && m_sinceReconnectAttempt.elapsed() < m_nextReconnectDelayMs)
-        return false;
-    m_sinceReconnectAttempt.start();
-    ServiceClient fresh = m_clientFactory();
-    if (!fresh) {
-        m_nextReconnectDelayMs = std::min(2 * m_nextReconnectDelayMs, 10 * m_reconnectIntervalMs);
-        return false;
-    }
-    m_nextReconnectDelayMs = m_reconnectIntervalMs;
-    m_client = std::move(fresh);
     // Rows hold the client they were built with; rebuilding hands them the new one.
-    m_list->setClient(m_client);
+    m_list->setClient(client);
     m_list->invalidate();
-    emit serviceClientChanged(m_client);
-    return true;
 }
 
 } // namespace CvJobs

@@ -1,6 +1,6 @@
 #include "ui/help_center_widget.h"
 
-#include "app/settings.h"
+#include "core/settings.h"
 #include "ui/tool_box_tile_widget.h"
 #include "widgets/icon_font.h"
 

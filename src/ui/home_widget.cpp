@@ -14,9 +14,9 @@ constexpr ushort NewRecoveryGlyph = 0xE958;
 constexpr int MinimumJobsHeight = 460;
 }
 
-HomeWidget::HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, const CorvelWidgets::IconFont& iconFont,
+HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                        QWidget* parent)
-    : QWidget(parent), m_jobTable(new CvJobs::JobTableWidget(std::move(client), iconFont)),
+    : QWidget(parent), m_jobTable(new CvJobs::JobTableWidget(connection, iconFont)),
       m_newRecovery(new QPushButton("Start New Recovery", this))
 {
     auto* frame = new QFrame(this);

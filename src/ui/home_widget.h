@@ -1,6 +1,6 @@
 #pragma once
 
-#include "CorvelService.h"
+#include "service/service_connection.h"
 
 #include <QWidget>
 
@@ -21,7 +21,7 @@ namespace Corvel {
 class HomeWidget : public QWidget {
     Q_OBJECT
 public:
-    HomeWidget(std::shared_ptr<CorvelService::CorvelServiceIf> client, const CorvelWidgets::IconFont& iconFont,
+    HomeWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                QWidget* parent = nullptr);
 
     CvJobs::JobTableWidget* jobTable() const { return m_jobTable; }

@@ -1,12 +1,11 @@
 #include "ui/main_window.h"
 
-#include "app/settings.h"
-#include "auth/auth_session.h"
+#include "session/auth_session.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window_tabs_widget.h"
 #include "ui/tool_box_widget.h"
-#include "updater/progress_dialog.h"
+#include "ui/progress_dialog.h"
 #include "widgets/cv_title_bar.h"
 #include "widgets/user_menu_button.h"
 
@@ -30,12 +29,10 @@ const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs
 } // namespace
 
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
-                       std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config,
+                       CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
                        const QString& updateDescriptorUrl)
-    : ResizableWindow(nullptr), m_body(new QVBoxLayout),
-      m_updater(getString(config, ConfigKey::UpdateUrl, ConfigDefault::updateUrl()), updateDescriptorUrl),
-      m_session(session),
-      m_iconFont(iconFont), m_client(std::move(client)), m_config(config)
+    : ResizableWindow(nullptr), m_body(new QVBoxLayout), m_updater(settings.updateUrl(), updateDescriptorUrl),
+      m_session(session), m_iconFont(iconFont), m_connection(connection), m_settings(settings)
 {
     CVUpdater::useProgressDialog(m_updater);
     setObjectName("main_window");
@@ -50,7 +47,7 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     titleBar()->setUserMenuButton(m_userMenu);
 
-    m_home = new HomeWidget(m_client, m_iconFont);
+    m_home = new HomeWidget(m_connection, m_iconFont);
     m_toolBox = new ToolBoxWidget(m_iconFont);
     m_helpCenter = new HelpCenterWidget(m_iconFont);
     auto tabIcon = [this](ushort glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
@@ -170,7 +167,7 @@ void MainWindow::startRecoveryWizard()
 
 void MainWindow::logOut()
 {
-    if (!TmxAuth::logOutAndSignIn(m_session, this, m_tokenSource)) {
+    if (!TmxAuth::logOutAndSignIn(m_session, m_settings.authUrl(), this, m_tokenSource)) {
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Warning;
         request.title = "Corvel";

@@ -1,14 +1,14 @@
 #pragma once
 
-#include "CorvelService.h"
 #include "auth/sign_in_flows.h"
+#include "core/settings.h"
+#include "service/service_connection.h"
 #include "updater/updater.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
 #include "widgets/resizable_window.h"
 
 #include <QFuture>
-#include <QJsonObject>
 
 #include <memory>
 
@@ -29,8 +29,9 @@ class MainWindow : public ResizableWindow {
     Q_OBJECT
 public:
     // The update descriptor's location is fixed at build time; tests point it elsewhere.
+    // The session and the connection must outlive the window.
     MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
-               std::shared_ptr<CorvelService::CorvelServiceIf> client, const QJsonObject& config,
+               CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
                const QString& updateDescriptorUrl = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL));
     ~MainWindow() override;
 
@@ -71,8 +72,8 @@ private:
 
     TmxAuth::AuthSession& m_session;
     const CorvelWidgets::IconFont m_iconFont;
-    std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
-    const QJsonObject& m_config;
+    CorvelService::ServiceConnection& m_connection;
+    const Corvel::Settings m_settings;
     TmxAuth::TokenSource m_tokenSource;
     CorvelWidgets::UserMenuButton* m_userMenu = nullptr;
     HomeWidget* m_home = nullptr;

@@ -91,8 +91,7 @@ private slots:
         QCOMPARE(op.windowsSeen(), 1);
         QVERIFY(!token->contains(CORVEL_TOKEN_SENTINEL));
         QVERIFY(sim.requests().contains("POST /authorization/vusk 200"));
-        const QJsonObject config;
-        AuthSession session(*token, config);
+        AuthSession session(*token);
         QCOMPARE(session.userData().username, QString("partner"));
 
         // Exactly the issued token: the simulator checks its signature.
@@ -109,12 +108,11 @@ private slots:
     {
         CloudSim sim({"--sentinel", CORVEL_TOKEN_SENTINEL});
         QVERIFY(sim.start());
-        const QJsonObject config{{"auth_url", sim.authUrl()}};
-        AuthSession session(sim.signIn("partner"), config);
+        AuthSession session(sim.signIn("partner"));
         const int before = sim.requests().size();
         Operator op("client");
         LogCapture log;
-        QVERIFY(logOutAndSignIn(session, nullptr));
+        QVERIFY(logOutAndSignIn(session, sim.authUrl(), nullptr));
         QCOMPARE(session.userData().username, QString("client"));
         QCOMPARE(log.texts().filter("Logout: redirecting from "),
                  QStringList{"Logout: redirecting from " + sim.origin() + "/login to " + sim.authUrl()});
@@ -128,10 +126,9 @@ private slots:
     {
         CloudSim sim({"--auto-sign-in", "broken", "--sentinel", CORVEL_TOKEN_SENTINEL});
         QVERIFY(sim.start());
-        const QJsonObject config{{"auth_url", sim.authUrl()}};
-        AuthSession session(QString(), config);
+        AuthSession session;
         LogCapture log;
-        QCOMPARE(reSignInAfterTimeout(session, nullptr), 1);
+        QCOMPARE(reSignInAfterTimeout(session, sim.authUrl(), nullptr), 1);
         QCOMPARE(sim.requests().filter("GET /authorization/vusk").size(), 3);
         QCOMPARE(MessageBox::shown().size(), 2);
         QCOMPARE(MessageBox::shown().last().text, QString("Authentication failed. Please try login again."));

@@ -1,4 +1,3 @@
-#include "fake_job_service.h"
 #include "jobs/delete_vm_dialog.h"
 #include "jobs/delete_vm_dialog2.h"
 #include "jobs/job_action_button.h"
@@ -6,7 +5,10 @@
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "jobs/job_work_widget.h"
+#include "testsupport/fake_service.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/manual_clock.h"
+#include "testsupport/modal.h"
 
 #include <QLabel>
 #include <QProgressBar>
@@ -18,7 +20,9 @@
 using namespace CorvelService;
 using CvJobs::JobActionButtonsWidget;
 using CvJobs::JobTableWidget;
-using Failure = FakeJobService::Failure;
+using CorvelTest::FakeService;
+using CorvelTest::whenModal;
+using Failure = FakeService::Failure;
 using Change = std::function<void(std::vector<JobDescription>&)>;
 
 Q_DECLARE_METATYPE(Failure)
@@ -48,21 +52,6 @@ QStringList rowIds(const CvJobs::JobListWidget* list)
     return ids;
 }
 
-int g_modalGeneration = 0;
-
-// Runs `handle` on the next modal dialog; pollers of a finished test function stop.
-void whenModal(std::function<void(QWidget*)> handle, int attemptsLeft = 400, int generation = g_modalGeneration)
-{
-    QTimer::singleShot(5, [handle, attemptsLeft, generation] {
-        if (generation != g_modalGeneration)
-            return;
-        if (QWidget* modal = QApplication::activeModalWidget())
-            handle(modal);
-        else if (attemptsLeft > 0)
-            whenModal(handle, attemptsLeft - 1, generation);
-    });
-}
-
 void flushDeferredDeletes() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
 
 } // namespace
@@ -71,14 +60,20 @@ class TestJobTable : public QObject {
     Q_OBJECT
 
 private:
-    std::shared_ptr<FakeJobService> m_service;
+    std::shared_ptr<FakeService> m_service;
+    std::shared_ptr<CorvelTest::ManualClock> m_clock;
+    std::unique_ptr<ServiceConnection> m_connection;
     std::unique_ptr<JobTableWidget> m_table;
 
-    JobTableWidget* makeTable(std::vector<JobDescription> jobs)
+    JobTableWidget* makeTable(std::vector<JobDescription> jobs, ServiceConnection::Factory factory = {})
     {
-        m_service = std::make_shared<FakeJobService>();
+        m_service = std::make_shared<FakeService>();
         m_service->jobs = std::move(jobs);
-        m_table = std::make_unique<JobTableWidget>(m_service, CorvelWidgets::IconFont("velmora-iconfont", {}));
+        m_clock = std::make_shared<CorvelTest::ManualClock>();
+        m_table.reset();
+        m_connection = std::make_unique<ServiceConnection>(std::move(factory), m_clock);
+        m_connection->setClient(m_service);
+        m_table = std::make_unique<JobTableWidget>(*m_connection, CorvelWidgets::IconFont("velmora-iconfont", {}));
         m_table->refreshTimer()->stop(); // tests drive the refreshes
         m_table->resize(1200, 500);
         m_table->show();
@@ -101,7 +96,7 @@ private:
 private slots:
     void cleanup()
     {
-        ++g_modalGeneration;
+        CorvelTest::forgetModalWaits();
         m_table.reset();
         flushDeferredDeletes();
         m_service.reset();
@@ -156,46 +151,56 @@ private slots:
         flushDeferredDeletes();
         QVERIFY(row);
         QCOMPARE(log.count(RefusedLog), 2);
+        // A refusal is an answer: the connection stands and its client stays.
+        QVERIFY(!m_connection->isLost());
+        QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(m_service));
         m_service->listFailure = Failure::None;
         table->refresh();
         QVERIFY(!table->jobList()->hasRows());
     }
 
-    void reconnectsAtMostOncePerInterval()
+    void reconnectBacksOff()
     {
         const int interval = 100;
-        auto* table = makeTable({makeJob("same", JobStatus::Stopped, JobAction::Start)});
-        auto replacement = std::make_shared<FakeJobService>();
-        replacement->jobs = m_service->jobs;
-        QElapsedTimer clock;
         QList<qint64> attempts;
         bool serviceBack = false;
-        table->setReconnectInterval(interval);
-        table->setClientFactory([&]() -> std::shared_ptr<CorvelServiceIf> {
-            attempts << clock.elapsed();
-            return serviceBack ? replacement : nullptr;
-        });
+        auto replacement = std::make_shared<FakeService>();
+        auto* table = makeTable({makeJob("same", JobStatus::Stopped, JobAction::Start)},
+                                [&]() -> ServiceConnection::Client {
+                                    attempts << m_clock->nowMs();
+                                    return serviceBack ? replacement : nullptr;
+                                });
+        replacement->jobs = m_service->jobs;
+        m_connection->setReconnectInterval(interval);
         CorvelTest::LogCapture log;
         m_service->listFailure = Failure::Transport;
-        clock.start();
         table->refresh();
         QVERIFY(table->isServiceLost());
-        table->refreshTimer()->start(5);
-        QTRY_VERIFY(attempts.size() >= 3);
-        serviceBack = true;
-        QTRY_VERIFY(!table->isServiceLost());
-        table->refreshTimer()->stop();
+        const qint64 lostAt = m_clock->nowMs();
+        auto stepUntil = [&](int count) {
+            for (int step = 0; step < 1000 && attempts.size() < count; ++step) {
+                m_clock->advance(10);
+                table->refresh();
+            }
+        };
+        stepUntil(6);
+        // Failed attempts back off: the wait doubles after each, up to ten intervals.
+        QList<qint64> waits;
+        for (int i = 0; i < attempts.size(); ++i)
+            waits << attempts[i] - (i == 0 ? lostAt : attempts[i - 1]);
+        QCOMPARE(waits, (QList<qint64>{100, 200, 400, 800, 1000, 1000}));
 
-        // Failed attempts back off: each wait is at least twice the one before, up to ten intervals.
-        for (int i = 1; i < attempts.size(); ++i)
-            QVERIFY2(attempts[i] - attempts[i - 1] >= std::min(interval << i, 10 * interval) - 2,
-                     qPrintable(QString::number(i)));
+        serviceBack = true;
+        stepUntil(7);
+        QVERIFY(!table->isServiceLost());
+        QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(replacement));
         QCOMPARE(m_service->listCalls, 2); // the dead client is not asked again
         QCOMPARE(log.count(TransportLog), 1);
+        QVERIFY(log.contains(QtInfoMsg, "Connection to Corvel service restored."));
         // Same list from the new client: the rows still move over to it.
         button("Start")->click();
-        QCOMPARE(replacement->calls, QStringList{"startJob:same"});
-        QVERIFY(m_service->calls.isEmpty());
+        QCOMPARE(replacement->calls(), QStringList{"startJob:same"});
+        QVERIFY(m_service->calls().isEmpty());
     }
 
     void actionButtons_data()
@@ -241,7 +246,7 @@ private slots:
 
         QTest::mouseClick(button(buttonText), Qt::LeftButton);
 
-        QCOMPARE(m_service->calls, QStringList{call});
+        QCOMPARE(m_service->calls(), QStringList{call});
         const bool succeeded = failure == Failure::None;
         // Success refreshes at once and locks the row until the new view is shown.
         QCOMPARE(m_service->listCalls, listCalls + (succeeded ? 1 : 0));
@@ -305,7 +310,7 @@ private slots:
         QCOMPARE(confirmationShown, !confirmation.isEmpty());
         QCOMPARE(m_service->writtenDeleteVm,
                  writtenDeleteVm < 0 ? std::optional<bool>() : std::optional<bool>(writtenDeleteVm == 1));
-        QCOMPARE(m_service->calls.contains("deleteJob:vm"), writtenDeleteVm >= 0);
+        QCOMPARE(m_service->calls().contains("deleteJob:vm"), writtenDeleteVm >= 0);
     }
 
     void refreshWhileDialogOpen()
@@ -327,7 +332,7 @@ private slots:
         });
         QTest::mouseClick(button("Delete Job"), Qt::LeftButton);
         QVERIFY(rowAliveWhileOpen);
-        QVERIFY(m_service->calls.contains("deleteJob:vm"));
+        QVERIFY(m_service->calls().contains("deleteJob:vm"));
         QTRY_VERIFY(row.isNull());
         QCOMPARE(static_cast<CvJobs::JobWorkWidget*>(table->jobList()->cell(0, 1))->progressBar()->value(), 90);
     }

@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <atomic>
+
 using namespace CorvelService;
 using CvJobs::JobActionButtonsWidget;
 using CvJobs::JobTableWidget;
@@ -53,14 +55,16 @@ private slots:
         QVERIFY2(error.isEmpty(), qPrintable(error));
         const int port = m_sim.port();
         CorvelTest::LogCapture log;
-        JobTableWidget table(connectTo(port), CorvelWidgets::IconFont("velmora-iconfont", {}));
-        int attempts = 0;
-        table.refreshTimer()->setInterval(50);
-        table.setReconnectInterval(200);
-        table.setClientFactory([&] {
+        std::atomic<int> attempts{0};
+        CorvelService::ServiceConnection connection([&] {
             ++attempts;
             return connectTo(port);
         });
+        connection.setReconnectInterval(200);
+        QVERIFY(connection.connectNow());
+        attempts = 0;
+        JobTableWidget table(connection, CorvelWidgets::IconFont("velmora-iconfont", {}));
+        table.refreshTimer()->setInterval(50);
         const std::vector<JobDescription> before = table.jobList()->jobs();
         QVERIFY(!before.empty());
 

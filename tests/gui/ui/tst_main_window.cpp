@@ -1,5 +1,5 @@
 #include "CorvelService.h"
-#include "auth/auth_session.h"
+#include "session/auth_session.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "ui/help_center_widget.h"
@@ -211,10 +211,12 @@ private:
     void createWindow(const QString& token, const QString& updateUrl,
                       const QString& descriptorUrl = QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"))
     {
-        m_config = QJsonObject{{"update_url", updateUrl}};
-        m_session = std::make_unique<TmxAuth::AuthSession>(token, m_config);
-        m_window = std::make_unique<MainWindow>(
-            *m_session, m_iconFont, std::make_shared<CorvelService::CorvelServiceNull>(), m_config, descriptorUrl);
+        m_window.reset();
+        m_session = std::make_unique<TmxAuth::AuthSession>(token);
+        m_connection = std::make_unique<CorvelService::ServiceConnection>(CorvelService::ServiceConnection::Factory{});
+        m_connection->setClient(std::make_shared<CorvelService::CorvelServiceNull>());
+        m_window = std::make_unique<MainWindow>(*m_session, m_iconFont, *m_connection,
+                                                Corvel::Settings(QJsonObject{{"update_url", updateUrl}}), descriptorUrl);
     }
 
     void showWindow(const QString& token)
@@ -230,8 +232,8 @@ private:
     }
 
     CorvelWidgets::IconFont m_iconFont{"velmora-iconfont", {}};
-    QJsonObject m_config;
     std::unique_ptr<TmxAuth::AuthSession> m_session;
+    std::unique_ptr<CorvelService::ServiceConnection> m_connection;
     std::unique_ptr<MainWindow> m_window;
 };
 

@@ -1,9 +1,10 @@
 #include "auth/cloud_call_retry.h"
+#include "core/settings.h"
 #include "cloud/vusk_request.h"
 #include "testsupport/cloud_sim.h"
 #include "widgets/message_box.h"
 
-#include "test_tokens.h"
+#include "testsupport/test_tokens.h"
 
 #include <QTimer>
 #include <QtTest>
@@ -45,7 +46,6 @@ std::optional<RequestError> runClients(CloudCallRetry& retry, VuskRequest& reque
 class TestCloudCallRetry : public QObject {
     Q_OBJECT
 
-    QJsonObject m_config;
 
 private slots:
     void init()
@@ -78,8 +78,9 @@ private slots:
         QFETCH(int, failures);
         QFETCH(int, issued);
         QFETCH(QStringList, shown);
-        AuthSession session(partnerToken(), m_config);
-        CloudCallRetry retry(&session, nullptr, retries < 0 ? CloudCallRetry::configuredRetries(m_config) : retries);
+        AuthSession session(partnerToken());
+        CloudCallRetry retry(&session, nullptr, retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries,
+                             QString());
         int calls = 0, value = 0, failed = 0;
         retry.run<int>(
             "Passphrase request",
@@ -104,10 +105,9 @@ private slots:
     {
         CloudSim sim({"--token-expiry", "1"});
         QVERIFY(sim.start());
-        const QJsonObject config{{"auth_url", sim.authUrl()}};
-        AuthSession session(sim.signIn("partner"), config);
+        AuthSession session(sim.signIn("partner"));
         VuskRequest request(&session, sim.vuskUrl());
-        CloudCallRetry retry(&session, nullptr, 5);
+        CloudCallRetry retry(&session, nullptr, 5, sim.authUrl());
         QString fresh;
         QStringList asked;
         retry.setTokenSource([&](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {

@@ -2,7 +2,7 @@
 #include "testsupport/log_capture.h"
 #include "widgets/message_box.h"
 
-#include "test_tokens.h"
+#include "testsupport/test_tokens.h"
 
 #include <QtTest>
 
@@ -20,7 +20,6 @@ const QString Failed = "Authentication Error/Authentication failed. Please try l
 class TestSignInFlows : public QObject {
     Q_OBJECT
 
-    QJsonObject m_config{{"auth_url", Auth}};
 
 private slots:
     // Each flow against scripted sign-in windows ("<none>": the window was closed).
@@ -67,15 +66,15 @@ private slots:
             const QString answer = answers.value(asked.size() - 1, "<none>");
             return answer == "<none>" ? std::nullopt : std::optional<QString>(answer);
         };
-        AuthSession session(flow == "start" ? QString() : partnerToken(), m_config);
+        AuthSession session(flow == "start" ? QString() : partnerToken());
         LogCapture log;
         int got = 0;
         if (flow == "start")
-            got = int(signInAtStart(session, m_config, source));
+            got = int(signInAtStart(session, Auth, source));
         else if (flow == "resign")
-            got = reSignInAfterTimeout(session, nullptr, source);
+            got = reSignInAfterTimeout(session, Auth, nullptr, source);
         else
-            got = logOutAndSignIn(session, nullptr, source);
+            got = logOutAndSignIn(session, Auth, nullptr, source);
         QCOMPARE(got, result);
         QCOMPARE(asked, QStringList(QVector<QString>(windows, Auth + "|" + (flow == "logout" ? Logout : "")).toList()));
         QStringList boxes;

@@ -35,7 +35,7 @@ struct Outcome {
 
 // Runs one operation and waits for its callback, which must come exactly once.
 template <typename T>
-Outcome call(std::function<QNetworkReply*(Callback<T>)> operation)
+Outcome call(std::function<void(Callback<T>)> operation)
 {
     Outcome out;
     int calls = 0;
@@ -57,14 +57,14 @@ Outcome call(std::function<QNetworkReply*(Callback<T>)> operation)
 Outcome run(VuskRequest& r, const QString& operation)
 {
     if (operation == "clients")
-        return call<QList<TmxClient>>([&](auto cb) { return r.getClients(cb); });
+        return call<QList<TmxClient>>([&](auto cb) { r.getClients(cb); });
     if (operation.startsWith("datasources"))
-        return call<QList<ClientDataSource>>([&](auto cb) { return r.getDataSources(operation.mid(12).toULongLong(), cb); });
+        return call<QList<ClientDataSource>>([&](auto cb) { r.getDataSources(operation.mid(12).toULongLong(), cb); });
     if (operation == "devices")
-        return call<QList<ProtectedDevice>>([&](auto cb) { return r.getDevices(13, "Disk & Image", 101, cb); });
+        return call<QList<ProtectedDevice>>([&](auto cb) { r.getDevices(13, "Disk & Image", 101, cb); });
     if (operation == "token")
-        return call<DeviceToken>([&](auto cb) { return r.getDeviceToken(13, 1301, cb); });
-    return call<QString>([&](auto cb) { return r.getEncryptionPassphrase(1001, cb); });
+        return call<DeviceToken>([&](auto cb) { r.getDeviceToken(13, 1301, cb); });
+    return call<QString>([&](auto cb) { r.getEncryptionPassphrase(1001, cb); });
 }
 
 } // namespace
@@ -73,14 +73,13 @@ class TestVuskRequest : public QObject {
     Q_OBJECT
 
     CloudSim m_sim;
-    QJsonObject m_config;
     std::unique_ptr<TmxAuth::AuthSession> m_partner;
 
 private slots:
     void initTestCase()
     {
         QVERIFY(m_sim.start());
-        m_partner = std::make_unique<TmxAuth::AuthSession>(m_sim.signIn("partner"), m_config);
+        m_partner = std::make_unique<TmxAuth::AuthSession>(m_sim.signIn("partner"));
         QVERIFY(m_partner->isValid());
     }
 
@@ -157,7 +156,7 @@ private slots:
             base = QString("http://127.0.0.1:%1/vusk").arg(probe.serverPort());
             probe.close();
         }
-        TmxAuth::AuthSession session(refused ? QString() : sim.signIn("partner"), m_config);
+        TmxAuth::AuthSession session(refused ? QString() : sim.signIn("partner"));
         VuskRequest request(&session, base);
         if (kind < 0) {
             for (const QString operation : {"clients", "devices", "token", "passphrase"}) {

@@ -1,4 +1,4 @@
-#include "app/style_sheet.h"
+#include "core/style_sheet.h"
 #include "testsupport/log_capture.h"
 #include "widgets/icon_font.h"
 

@@ -1,4 +1,4 @@
-#include "app/cv_logger.h"
+#include "core/cv_logger.h"
 
 #include <QDir>
 #include <QFile>

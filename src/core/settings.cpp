@@ -1,4 +1,4 @@
-#include "app/settings.h"
+#include "core/settings.h"
 
 #include "build_config.h"
 #include "platform/platform.h"
@@ -11,24 +11,40 @@
 
 namespace Corvel {
 
-namespace ConfigDefault {
-QString authUrl()
+bool Settings::useSoftwareOpengl() const
 {
-    return QStringLiteral(CORVEL_DEFAULT_AUTH_URL);
+    return getBool(m_config, QStringLiteral("use_software_opengl"), false);
 }
-QString updateUrl()
+
+bool Settings::disableServicesAutostart() const
 {
-    return QString();
+    return getBool(m_config, QStringLiteral("disable_services_autostart"), false);
 }
-QString vuskUrl()
+
+QString Settings::authUrl() const
 {
-    return QStringLiteral(CORVEL_DEFAULT_VUSK_URL);
+    return getString(m_config, QStringLiteral("auth_url"), QStringLiteral(CORVEL_DEFAULT_AUTH_URL));
 }
-QString bmrUrl()
+
+QString Settings::updateUrl() const
 {
-    return QStringLiteral(CORVEL_DEFAULT_BMR_URL);
+    return getString(m_config, QStringLiteral("update_url"), QString());
 }
-} // namespace ConfigDefault
+
+QString Settings::vuskUrl() const
+{
+    return getString(m_config, QStringLiteral("vusk_url"), QStringLiteral(CORVEL_DEFAULT_VUSK_URL));
+}
+
+int Settings::connectionRetriesNumber() const
+{
+    return getInt(m_config, QStringLiteral("connection_retries_number"), 5);
+}
+
+QString Settings::bmrUrl() const
+{
+    return getString(m_config, QStringLiteral("bmr_url"), QStringLiteral(CORVEL_DEFAULT_BMR_URL));
+}
 
 QString stripNuls(const std::wstring& raw)
 {
@@ -88,6 +104,14 @@ std::optional<QJsonObject> loadConfig(const QString& path)
         return std::nullopt;
     }
     return document.object();
+}
+
+std::optional<Settings> loadSettings(const QString& path)
+{
+    std::optional<QJsonObject> config = loadConfig(path);
+    if (!config)
+        return std::nullopt;
+    return Settings(std::move(*config));
 }
 
 bool getBool(const QJsonObject& config, const QString& key, bool defaultValue)

@@ -1,7 +1,8 @@
-#include "auth/auth_session.h"
+#include "session/auth_session.h"
 
 #include <QDebug>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 
 namespace TmxAuth {
@@ -28,8 +29,8 @@ QJsonValue member(const QJsonObject& data, const QString& name)
 
 } // namespace
 
-AuthSession::AuthSession(const QString& token, const QJsonObject& config)
-    : m_token(token), m_config(config), m_userData(decode(token))
+AuthSession::AuthSession(const QString& token)
+    : m_token(token), m_userData(decode(token))
 {
 }
 

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "auth/user_data.h"
+#include "session/user_data.h"
 
-#include <QJsonObject>
 #include <QString>
 
 #include <optional>
@@ -12,8 +11,7 @@ namespace TmxAuth {
 // The signed-in operator: the raw bearer token and what its payload says about the operator.
 class AuthSession {
 public:
-    // The configuration is not copied: it must outlive the session.
-    AuthSession(const QString& token, const QJsonObject& config);
+    explicit AuthSession(const QString& token = QString());
 
     void setToken(const QString& token);
     // The checked form used after a sign-in window; an empty optional is a programming error.
@@ -23,7 +21,6 @@ public:
     UserData userData() const { return m_userData; }
     bool isValid() const;
     void resetUserData();
-    const QJsonObject& config() const { return m_config; }
 
     static QString logoutUrl(const QString& authUrl);
     // Reads the payload segment of a token; every defect gives the default record.
@@ -31,7 +28,6 @@ public:
 
 private:
     QString m_token;
-    const QJsonObject& m_config;
     UserData m_userData;
 };
 

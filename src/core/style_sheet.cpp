@@ -1,4 +1,4 @@
-#include "app/style_sheet.h"
+#include "core/style_sheet.h"
 
 #include <QCursor>
 #include <QDebug>

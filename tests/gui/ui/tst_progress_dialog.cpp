@@ -1,6 +1,6 @@
 #include "http_test_server.h"
 #include "testsupport/log_capture.h"
-#include "updater/progress_dialog.h"
+#include "ui/progress_dialog.h"
 #include "updater/updater.h"
 
 #include <QProgressBar>

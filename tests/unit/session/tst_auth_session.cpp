@@ -1,7 +1,7 @@
-#include "auth/auth_session.h"
+#include "session/auth_session.h"
 #include "testsupport/log_capture.h"
 
-#include "test_tokens.h"
+#include "testsupport/test_tokens.h"
 
 #include <QtTest>
 
@@ -69,9 +69,8 @@ private slots:
         QFETCH(bool, valid);
         QFETCH(QStringList, logLines);
 
-        const QJsonObject config;
         LogCapture log;
-        const AuthSession session(tokenText, config);
+        const AuthSession session(tokenText);
         QCOMPARE(describe(session.userData()), user);
         QCOMPARE(session.isValid(), valid);
         QCOMPARE(log.texts(), logLines);
@@ -92,9 +91,8 @@ private slots:
         QFETCH(QString, tokenText);
         QFETCH(QString, logLine);
 
-        const QJsonObject config;
         // A rejected token must not leave the previous operator behind.
-        AuthSession session(makeToken(R"({"data":{"client_id":1,"username":"old","user_display_name":"Old"}})"), config);
+        AuthSession session(makeToken(R"({"data":{"client_id":1,"username":"old","user_display_name":"Old"}})"));
         LogCapture log;
         QCOMPARE(session.acceptToken(tokenText), logLine.isEmpty());
         QCOMPARE(session.isValid(), logLine.isEmpty());

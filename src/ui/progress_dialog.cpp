@@ -1,4 +1,4 @@
-#include "updater/progress_dialog.h"
+#include "ui/progress_dialog.h"
 
 #include "updater/updater.h"
 

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QtGlobal>
+
+#include <memory>
+
+namespace Corvel {
+
+// Time for code that waits, retries or backs off; tests hand in a clock they move by hand.
+class Clock {
+public:
+    virtual ~Clock() = default;
+    // Monotonic milliseconds from an arbitrary origin.
+    virtual qint64 nowMs() const = 0;
+    virtual void sleepMs(int milliseconds) = 0;
+
+    static std::shared_ptr<Clock> system();
+};
+
+} // namespace Corvel

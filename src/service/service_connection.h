@@ -1,0 +1,68 @@
+#pragma once
+
+#include "CorvelService.h"
+#include "core/clock.h"
+
+#include <QMetaType>
+#include <QObject>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace CorvelService {
+
+// The console's link to the local service: the current client everyone on the GUI thread uses, a
+// factory for worker threads that need a client of their own, and the reconnection after the
+// current client failed in transport (a Thrift client never recovers from that).
+class ServiceConnection : public QObject {
+    Q_OBJECT
+public:
+    using Client = std::shared_ptr<CorvelServiceIf>;
+    // Must be callable from any thread; returns an empty client on failure.
+    using Factory = std::function<Client()>;
+
+    static constexpr int DefaultReconnectIntervalMs = 3000;
+
+    explicit ServiceConnection(Factory factory, std::shared_ptr<Corvel::Clock> clock = Corvel::Clock::system(),
+                               QObject* parent = nullptr);
+
+    // The factory of the console: createServiceClient(workingDir).
+    static Factory serviceFactory(const std::string& workingDir);
+
+    // Makes the current client with the factory; false (and lost) when that fails.
+    bool connectNow();
+    // Replaces the current client (an empty one counts as lost).
+    void setClient(Client client);
+
+    Client client() const;
+    // A fresh client for the calling thread, independent of the current one.
+    Client createClient() const;
+
+    bool isLost() const;
+    // The call on `failed` broke its transport. Ignored when `failed` is no longer current.
+    void reportLost(const Client& failed);
+    // While lost, asks the factory again once the back-off has run out: first after the base
+    // interval, then doubling after each failure up to ten times the base. True when a new client
+    // took over (clientChanged has been emitted).
+    bool reconnectIfDue();
+    void setReconnectInterval(int milliseconds);
+
+signals:
+    void clientChanged(std::shared_ptr<CorvelService::CorvelServiceIf> client);
+
+private:
+    Factory m_factory;
+    std::shared_ptr<Corvel::Clock> m_clock;
+    mutable std::mutex m_mutex;
+    Client m_client;
+    bool m_lost = true;
+    qint64 m_lastAttemptMs = -1;
+    int m_intervalMs = DefaultReconnectIntervalMs;
+    int m_nextDelayMs = DefaultReconnectIntervalMs;
+};
+
+} // namespace CorvelService
+
+Q_DECLARE_METATYPE(std::shared_ptr<CorvelService::CorvelServiceIf>)

@@ -1,0 +1,155 @@
+#include "testsupport/fake_service.h"
+
+#include <thrift/TApplicationException.h>
+#include <thrift/transport/TTransportException.h>
+
+#include <QThread>
+
+namespace CorvelTest {
+
+using namespace CorvelService;
+
+void FakeService::failNext(const std::string& method, Failure failure, int times)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_failures[method].insert(m_failures[method].end(), static_cast<size_t>(times), failure);
+}
+
+void FakeService::setDelay(const std::string& method, int milliseconds)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_delays[method] = milliseconds;
+}
+
+QStringList FakeService::calls() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_calls;
+}
+
+int FakeService::callCount(const QString& method) const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    int count = 0;
+    for (const QString& call : m_calls)
+        if (call == method || call.startsWith(method + ':'))
+            ++count;
+    return count;
+}
+
+void FakeService::enter(const std::string& method, const std::string& argument, Failure standing, bool record)
+{
+    Failure failure = standing;
+    int delay = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        QString call = QString::fromStdString(method);
+        if (!argument.empty())
+            call += ':' + QString::fromStdString(argument);
+        if (record)
+            m_calls << call;
+        auto queued = m_failures.find(method);
+        if (queued != m_failures.end() && !queued->second.empty()) {
+            failure = queued->second.front();
+            queued->second.erase(queued->second.begin());
+        }
+        auto pause = m_delays.find(method);
+        if (pause != m_delays.end())
+            delay = pause->second;
+    }
+    if (delay > 0)
+        QThread::msleep(static_cast<unsigned long>(delay));
+    using namespace apache::thrift;
+    if (failure == Failure::Application)
+        throw TApplicationException(TApplicationException::INTERNAL_ERROR, "job is locked by another operation");
+    if (failure == Failure::Transport)
+        throw transport::TTransportException(transport::TTransportException::NOT_OPEN,
+                                             "Called write on non-open socket");
+}
+
+void FakeService::getAllJobsInfo(std::vector<JobDescription>& result)
+{
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        ++listCalls;
+    }
+    enter("getAllJobsInfo", {}, listFailure, false);
+    result = jobs;
+}
+
+void FakeService::startJob(const std::string& id)
+{
+    enter("startJob", id, actionFailure);
+}
+
+void FakeService::stopJob(const std::string& id)
+{
+    enter("stopJob", id, actionFailure);
+}
+
+void FakeService::cancelJob(const std::string& id)
+{
+    enter("cancelJob", id, actionFailure);
+}
+
+void FakeService::deleteJob(const std::string& id)
+{
+    enter("deleteJob", id, actionFailure);
+}
+
+void FakeService::getJobMutableSettings(JobMutableSettings& result, const std::string& id)
+{
+    enter("getJobMutableSettings", id, settingsFailure);
+    result = storedSettings;
+}
+
+void FakeService::setJobMutableSettings(const std::string& id, const JobMutableSettings& settings)
+{
+    enter("setJobMutableSettings", id, settingsFailure);
+    writtenDeleteVm = settings.delete_created_vm;
+}
+
+void FakeService::createJob(std::string& result, JobType::type type, const std::string& description,
+                            const JobConfiguration& configuration)
+{
+    enter("createJob", configuration.recovery_point);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    createdType = type;
+    createdDescription = description;
+    createdConfiguration = configuration;
+    result = createdJobId;
+}
+
+void FakeService::retrieveRestorePoints(std::vector<std::string>& result, const std::string&,
+                                        const std::string& deviceToken)
+{
+    enter("retrieveRestorePoints", deviceToken);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto found = restorePoints.find(deviceToken);
+    result = found == restorePoints.end() ? std::vector<std::string>() : found->second;
+}
+
+void FakeService::retrieveMetadata(std::vector<DiskInfo>& result, const std::string&, const std::string&,
+                                   const std::string& timestamp)
+{
+    enter("retrieveMetadata", timestamp);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto found = metadata.find(timestamp);
+    result = found == metadata.end() ? std::vector<DiskInfo>() : found->second;
+}
+
+int64_t FakeService::retrieveHyperVRamBytesUsed()
+{
+    enter("retrieveHyperVRamBytesUsed", {});
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return hyperVRamBytesUsed;
+}
+
+void FakeService::retrieveHyperVNetworks(std::vector<VirtualNetwork>& result)
+{
+    enter("retrieveHyperVNetworks", {});
+    std::lock_guard<std::mutex> lock(m_mutex);
+    result = networks;
+}
+
+} // namespace CorvelTest
