@@ -36,13 +36,6 @@ private slots:
         QVERIFY(log.entries().isEmpty());
     }
 
-    void realTablesScale()
-    {
-        // The console's own table: 22 doubles at 192 dpi.
-        QCOMPARE(processStyleSheet("$job_label_icon_size", 2.0), QString("44px "));
-        QCOMPARE(processStyleSheet("$main_window_tabs_widget_list_icon_size", 1.0), QString("26px 26px "));
-    }
-
     void undefinedVariableKeepsTextAndLogsOnce()
     {
         LogCapture log;

@@ -3,8 +3,13 @@
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "service/service_client.h"
+#include "session/auth_session.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/service_sim.h"
+#include "testsupport/test_tokens.h"
+#include "ui/home_widget.h"
+#include "ui/main_window.h"
+#include "widgets/message_box.h"
 
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -25,8 +30,8 @@ int countStarting(const CorvelTest::LogCapture& log, const QString& prefix)
 
 } // namespace
 
-// The table against the service simulator over mutual TLS.
-class TestJobTableSim : public QObject {
+// The main window's jobs table against the service simulator over mutual TLS.
+class TestMainWindowSim : public QObject {
     Q_OBJECT
 
 private:
@@ -63,7 +68,11 @@ private slots:
         connection.setReconnectInterval(200);
         QVERIFY(connection.connectNow());
         attempts = 0;
-        JobTableWidget table(connection, CorvelWidgets::IconFont("velmora-iconfont", {}));
+        TmxAuth::AuthSession session(partnerToken());
+        Corvel::MainWindow window(session, CorvelWidgets::IconFont("velmora-iconfont", {}), connection,
+                                  Corvel::Settings(), QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
+        window.setUpdateOfferBlocked(true);
+        JobTableWidget& table = *window.home()->jobTable();
         table.refreshTimer()->setInterval(50);
         const std::vector<JobDescription> before = table.jobList()->jobs();
         QVERIFY(!before.empty());
@@ -98,5 +107,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestJobTableSim)
-#include "tst_job_table_sim.moc"
+QTEST_MAIN(TestMainWindowSim)
+#include "tst_main_window_sim.moc"
