@@ -23,6 +23,7 @@ public:
     void setTokenSource(TokenSource source) { m_tokenSource = std::move(source); }
     int retries() const { return m_retries; }
     int used() const { return m_used; }
+    void reset() { m_used = 0; }
 
     // `issue` starts the call with the callback it is given (e.g. a VuskRequest operation).
     // `onSuccess` gets the value; `onFailure`, if any, the error that was finally given up on.

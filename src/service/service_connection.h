@@ -39,6 +39,8 @@ public:
     Client client() const;
     // A fresh client for the calling thread, independent of the current one.
     Client createClient() const;
+    // The factory itself, for work that may outlive this object.
+    Factory factory() const { return m_factory; }
 
     bool isLost() const;
     // The call on `failed` broke its transport. Ignored when `failed` is no longer current.

@@ -6,6 +6,12 @@
 #include "ui/main_window_tabs_widget.h"
 #include "ui/tool_box_widget.h"
 #include "ui/progress_dialog.h"
+#include "jobs/job_started_window.h"
+#include "jobs/job_table_widget.h"
+#include "wizard/job_assembly.h"
+#include "wizard/recovery_wizard.h"
+
+#include <thrift/TApplicationException.h>
 #include "widgets/cv_title_bar.h"
 #include "widgets/user_menu_button.h"
 
@@ -162,7 +168,74 @@ void MainWindow::startRecoveryWizard()
     case TmxAuth::UserRole::Partner:
         break;
     }
-    qInfo() << "The recovery wizard is not part of this build.";
+
+    RecoveryWizard wizard(this, m_iconFont,
+                          {m_session, m_settings, m_connection, m_wizardCloud, m_serviceControl, m_tokenSource, {}});
+    centreOverThis(wizard);
+    wizard.setWindowFlags(wizard.windowFlags() | Qt::Tool);
+    qInfo() << "Recozery wizard started.";
+    if (wizard.exec() != QDialog::Accepted) {
+        qInfo() << "Recozery wizard rejected.";
+        return;
+    }
+    const RecoveryWizardValues values = wizard.values();
+    if (!values.recoveryType)
+        return;
+    launchJob(values);
+}
+
+void MainWindow::launchJob(const RecoveryWizardValues& values)
+{
+    qInfo().noquote() << JobAssembly::valuesLog(values);
+    if (*values.recoveryType == CorvelService::JobType::Virtualization)
+        qInfo().noquote() << JobAssembly::vmSettingsLog(values);
+    const CorvelService::JobConfiguration configuration = JobAssembly::configuration(values);
+
+    qInfo() << "Creating recovery job.";
+    const std::shared_ptr<CorvelService::CorvelServiceIf> client = m_connection.client();
+    std::string jobId;
+    try {
+        if (!client)
+            throw std::runtime_error("No connection to Corvel service");
+        client->createJob(jobId, *values.recoveryType, values.jobDescription.toStdString(), configuration);
+    } catch (const apache::thrift::TApplicationException& e) {
+        qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
+        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to create job");
+        return;
+    } catch (const std::exception& e) {
+        qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
+        m_connection.reportLost(client);
+        CorvelWidgets::MessageBox::critical(this, "Unknown error", "Failed to create job");
+        return;
+    }
+
+    qInfo() << "Recovery job created successfully.";
+    try {
+        client->startJob(jobId);
+    } catch (const apache::thrift::TApplicationException& e) {
+        qWarning("Application exception: %s\n", e.what());
+        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to start job");
+        return;
+    } catch (const std::exception& e) {
+        qWarning("Unknown exception: %s\n", e.what());
+        m_connection.reportLost(client);
+        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to start job");
+        return;
+    }
+
+    qInfo() << "Recovery job started successfully.";
+    m_home->jobTable()->refresh();
+    CvJobs::JobStartedWindow started(m_iconFont, this, *values.recoveryType);
+    started.adjustSize();
+    centreOverThis(started);
+    started.exec();
+}
+
+void MainWindow::centreOverThis(QWidget& dialog) const
+{
+    dialog.ensurePolished();
+    dialog.adjustSize();
+    dialog.move(x() + (width() - dialog.width()) / 2, y() + (height() - dialog.height()) / 2);
 }
 
 void MainWindow::logOut()

@@ -12,8 +12,14 @@
 
 #include <memory>
 
+namespace CorvelPlatform {
+class ServiceControl;
+}
 namespace CorvelWidgets {
 class UserMenuButton;
+}
+namespace VuskAPI {
+class CloudApi;
 }
 
 namespace Corvel {
@@ -21,6 +27,7 @@ namespace Corvel {
 class HomeWidget;
 class HelpCenterWidget;
 class MainWindowTabsWidget;
+struct RecoveryWizardValues;
 class ToolBoxWidget;
 
 // The console's single top-level window: tabs for Home, Toolbox and Help Center, the user menu,
@@ -38,8 +45,15 @@ public:
     // Keeps the update offer from being shown (it is dropped, not deferred).
     void setUpdateOfferBlocked(bool blocked) { m_updateOfferBlocked = blocked; }
 
-    // Where the log-out flow gets its new token; the login window unless set.
+    // Where the log-out flow and the wizard's re-sign-in get a new token; the login window unless set.
     void setTokenSource(TmxAuth::TokenSource source) { m_tokenSource = std::move(source); }
+    // What the recovery wizard talks to instead of the cloud at vusk_url and the machine's service
+    // manager (tests). The cloud must outlive the window.
+    void setWizardCloud(VuskAPI::CloudApi* cloud) { m_wizardCloud = cloud; }
+    void setServiceControl(std::shared_ptr<CorvelPlatform::ServiceControl> control)
+    {
+        m_serviceControl = std::move(control);
+    }
 
     CVUpdater::Updater& updater() { return m_updater; }
     QFuture<void> updateCheck() const { return m_updateCheck; }
@@ -63,6 +77,8 @@ private:
     void showUpdateReady();
     void showDownloadFailed(const QString& lastStatus);
     void logOut();
+    void launchJob(const RecoveryWizardValues& values);
+    void centreOverThis(QWidget& dialog) const;
     QMessageBox::StandardButton ask(CorvelWidgets::MessageBox::Request request);
 
     QVBoxLayout* m_body;
@@ -75,6 +91,8 @@ private:
     CorvelService::ServiceConnection& m_connection;
     const Corvel::Settings m_settings;
     TmxAuth::TokenSource m_tokenSource;
+    VuskAPI::CloudApi* m_wizardCloud = nullptr;
+    std::shared_ptr<CorvelPlatform::ServiceControl> m_serviceControl;
     CorvelWidgets::UserMenuButton* m_userMenu = nullptr;
     HomeWidget* m_home = nullptr;
     ToolBoxWidget* m_toolBox = nullptr;

@@ -1,7 +1,10 @@
 #include "CorvelService.h"
 #include "session/auth_session.h"
 #include "testsupport/cloud_sim.h"
+#include "testsupport/fake_cloud.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/modal.h"
+#include "wizard/recovery_wizard.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window.h"
@@ -126,7 +129,25 @@ private slots:
         QFETCH(QString, token);
         QFETCH(QString, expectedBox);
         showWindow(token);
+        CorvelTest::FakeCloud cloud;
+        m_window->setWizardCloud(&cloud);
+        QString wizardTitle;
+        QRect wizardGeometry;
+        CorvelTest::whenModal([&](QWidget* modal) {
+            if (auto* wizard = qobject_cast<Corvel::RecoveryWizard*>(modal)) {
+                wizardTitle = wizard->title();
+                wizardGeometry = wizard->geometry();
+                wizard->reject();
+            }
+        });
+        LogCapture log;
         QTest::mouseClick(m_window->home()->newRecoveryButton(), Qt::LeftButton);
+        // Only partners and clients reach the wizard, centred over the window; closing it makes no job.
+        QCOMPARE(wizardTitle, expectedBox.isEmpty() ? QString("Recovery Type") : QString());
+        if (expectedBox.isEmpty()) {
+            QVERIFY(qAbs(wizardGeometry.center().x() - m_window->geometry().center().x()) <= 1);
+            QVERIFY(log.contains(QtInfoMsg, "Recozery wizard rejected."));
+        }
         QStringList boxes;
         for (const auto& box : MessageBox::shown())
             boxes << QString("%1 %2/%3").arg(box.icon).arg(box.title, box.text);

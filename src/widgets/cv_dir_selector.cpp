@@ -1,0 +1,60 @@
+#include "widgets/cv_dir_selector.h"
+
+#include "widgets/folder_dialog.h"
+#include "widgets/icon_font.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace CorvelWidgets {
+
+namespace {
+constexpr ushort FolderGlyph = 0xE919;
+}
+
+CvDirSelector::CvDirSelector(const QString& path, const IconFont& iconFont, bool required, QWidget* parent)
+    : QWidget(parent), m_label(new QLabel), m_edit(new QLineEdit(path)), m_browse(new QPushButton("Browse"))
+{
+    m_label->setObjectName("field_label");
+    m_label->setTextFormat(Qt::RichText);
+    m_label->setText(required ? QStringLiteral("<font color=\"#FF6e21\">*</font>LOCATION:") : QStringLiteral("LOCATION:"));
+    m_edit->setAccessibleName("LOCATION:");
+    m_browse->setObjectName("button_secondary");
+    m_browse->setIcon(iconFont.icon(FolderGlyph, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+    m_browse->setAccessibleName("Browse");
+
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, 0, 0, 0);
+    row->addWidget(m_edit, 1);
+    row->addWidget(m_browse);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_label);
+    layout->addLayout(row);
+
+    connect(m_edit, &QLineEdit::textChanged, this, &CvDirSelector::dirChanged);
+    connect(m_browse, &QPushButton::clicked, this, &CvDirSelector::browseClicked);
+    connect(m_browse, &QPushButton::clicked, this, &CvDirSelector::browse);
+}
+
+QString CvDirSelector::path() const
+{
+    return m_edit->text();
+}
+
+void CvDirSelector::setPath(const QString& path)
+{
+    m_edit->setText(path);
+}
+
+void CvDirSelector::browse()
+{
+    const QString chosen = FolderDialog::getExistingDirectory(this, "Open Directory", m_edit->text());
+    if (!chosen.isEmpty())
+        m_edit->setText(chosen);
+}
+
+} // namespace CorvelWidgets

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "core/settings.h"
+#include "wizard/recovery_wizard_page.h"
+
+class QPushButton;
+
+namespace Corvel {
+
+// Bare metal restore is not run from here: the page points at the recovery ISO.
+class PageBMRSettings : public RecoveryWizardPage {
+    Q_OBJECT
+public:
+    PageBMRSettings(const Settings& settings, const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+
+    QPushButton* downloadButton() const { return m_download; }
+
+private:
+    void openIsoAddress();
+
+    const Settings& m_settings;
+    QPushButton* m_download;
+};
+
+} // namespace Corvel

@@ -1,0 +1,185 @@
+#include "wizard/pages/page_disks_selector.h"
+
+#include "widgets/loader_widget.h"
+#include "widgets/message_box.h"
+#include "wizard/page_flow.h"
+#include "wizard/pages/page_buttons.h"
+#include "wizard/recovery_wizard_values.h"
+#include "wizard/wizard_rules.h"
+
+#include <thrift/TApplicationException.h>
+
+#include <QCheckBox>
+#include <QDebug>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <QtConcurrent>
+
+#include <algorithm>
+
+namespace Corvel {
+
+using namespace CorvelService;
+
+namespace {
+
+QLabel* label(const QString& text, const char* objectName)
+{
+    auto* label = new QLabel(text);
+    label->setObjectName(objectName);
+    return label;
+}
+
+} // namespace
+
+PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageContext& context,
+                                     const CorvelWidgets::IconFont& iconFont, QWidget* parent)
+    : RecoveryWizardPage(iconFont, "Physical Disks", parent), m_values(values),
+      m_serviceFactory(context.serviceFactory), m_retries(context.settings.connectionRetriesNumber()),
+      m_diskList(new QWidget), m_diskLayout(new QVBoxLayout(m_diskList)), m_exportRow(new QWidget),
+      m_dynamic(new QCheckBox("Create Dynamic (Thin) Disk Volumes")), m_loader(new CorvelWidgets::LoaderWidget),
+      m_next(PageButtons::next(iconFont))
+{
+    m_diskLayout->setContentsMargins(0, 0, 0, 0);
+    auto* exportLayout = new QVBoxLayout(m_exportRow);
+    exportLayout->setContentsMargins(0, 0, 0, 0);
+    exportLayout->addWidget(label("EXPORT TYPE:", "field_label"));
+    exportLayout->addWidget(label("*Default disk volume export type is Static(Thick)", "note_label"));
+    exportLayout->addWidget(m_dynamic);
+
+    QPushButton* back = PageButtons::back(iconFont);
+    connectBack(back);
+    connect(m_next, &QPushButton::clicked, this, [this] {
+        writeValues();
+        emit nextPageRequested(PageFlow::AfterDisksSelector);
+    });
+    m_next->setEnabled(false);
+    connect(&m_watcher, &QFutureWatcher<Metadata>::finished, this, &PageDisksSelector::onMetadataFinished);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->setContentsMargins(0, 30, 0, 0);
+    buttons->addWidget(m_loader);
+    buttons->addStretch();
+    buttons->addWidget(back);
+    buttons->addWidget(m_next);
+    QVBoxLayout* layout = contentLayout();
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(label("<b>Which Physical Disk Do You Want To Restore?</b>", "sub_header"));
+    layout->addWidget(label("AVAILABLE DISKS:", "field_label"));
+    layout->addWidget(label("*Some disks might not be exported (if all volumes excluded)", "note_label"));
+    layout->addWidget(m_diskList);
+    layout->addWidget(m_exportRow);
+    layout->addStretch();
+    layout->addLayout(buttons);
+    finishLayout(true);
+}
+
+void PageDisksSelector::onPageShown()
+{
+    m_dynamicAllowed = WizardRules::dynamicAllowed(m_values->virtualDiskType);
+    m_exportRow->setVisible(m_dynamicAllowed);
+    const QStringList point{m_values->deviceHost, m_values->deviceToken, m_values->snapshot};
+    if (point == m_loadedPoint) {
+        buildList();
+        return;
+    }
+    if (point == m_pendingPoint && m_watcher.isRunning())
+        return;
+    m_diskList->hide();
+    m_exportRow->hide();
+    m_disks.clear();
+    m_loader->showLoader("Loading disks info");
+    m_next->setEnabled(false);
+    m_pendingPoint = point;
+    m_watcher.setFuture(QtConcurrent::run(&PageDisksSelector::retrieveMetadata, m_serviceFactory,
+                                          m_values->deviceHost.toStdString(), m_values->deviceToken.toStdString(),
+                                          m_values->snapshot.toStdString(), m_retries));
+}
+
+PageDisksSelector::Metadata PageDisksSelector::retrieveMetadata(const ServiceConnection::Factory& factory,
+                                                                const std::string& host, const std::string& token,
+                                                                const std::string& snapshot, int retries)
+{
+    const std::shared_ptr<CorvelServiceIf> client = factory ? factory() : nullptr;
+    if (!client) {
+        qCritical() << "Failed to create Corvel Service client";
+        return std::nullopt;
+    }
+    for (int attempt = 0; attempt <= retries; ++attempt) {
+        std::vector<DiskInfo> disks;
+        try {
+            client->retrieveMetadata(disks, host, token, snapshot);
+            return disks;
+        } catch (const apache::thrift::TApplicationException& e) {
+            qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
+        } catch (const std::exception& e) {
+            qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
+        }
+        qInfo().noquote() << "Retrying attempts left: " + QString::number(retries - attempt);
+    }
+    qCritical() << "Failed to get metadata. All attempts exhausted.";
+    return std::nullopt;
+}
+
+void PageDisksSelector::onMetadataFinished()
+{
+    m_loader->hideLoader();
+    const Metadata result = m_watcher.result();
+    const QStringList point = m_pendingPoint;
+    m_pendingPoint.clear();
+    if (!result) {
+        qCritical() << "Failed to load disks metadata.";
+        CorvelWidgets::MessageBox::critical(
+            this, "Corvel error",
+            "Failed to load disks metadata, please make sure that the Corvel service is installed and running");
+        return;
+    }
+    m_loadedPoint = point;
+    for (const DiskInfo& disk : *result)
+        m_disks[disk.name] = disk;
+    buildList();
+}
+
+void PageDisksSelector::buildList()
+{
+    qDeleteAll(m_boxes);
+    m_boxes.clear();
+    int number = 0;
+    for (const auto& [name, disk] : m_disks) {
+        auto* box = new QCheckBox(WizardRules::diskLabel(number++, disk));
+        box->setChecked(true);
+        box->setProperty("disk_name", QString::fromStdString(name));
+        connect(box, &QCheckBox::stateChanged, this, &PageDisksSelector::updateNext);
+        m_diskLayout->addWidget(box);
+        m_boxes.append(box);
+    }
+    m_diskList->show();
+    m_exportRow->setVisible(m_dynamicAllowed);
+    updateNext();
+}
+
+void PageDisksSelector::updateNext()
+{
+    m_next->setEnabled(std::any_of(m_boxes.cbegin(), m_boxes.cend(), [](QCheckBox* box) { return box->isChecked(); }));
+}
+
+void PageDisksSelector::writeValues()
+{
+    m_values->disksNames.clear();
+    m_values->systemDiskStyle = DiskStyle::RAW;
+    int index = 0;
+    for (const auto& [name, disk] : m_disks) {
+        QCheckBox* box = m_boxes.value(index++);
+        if (!box || !box->isChecked())
+            continue;
+        m_values->disksNames.append(QString::fromStdString(name));
+        if (disk.is_system)
+            m_values->systemDiskStyle = disk.style;
+    }
+    if (m_dynamicAllowed)
+        m_values->useDynamicVirtualDisk = m_dynamic->isChecked();
+}
+
+} // namespace Corvel

@@ -1,0 +1,210 @@
+#include "wizard/pages/page_vm_settings.h"
+
+#include "platform/platform.h"
+#include "wizard/page_flow.h"
+#include "wizard/pages/cv_networks_selector.h"
+#include "wizard/pages/page_buttons.h"
+#include "wizard/recovery_wizard_values.h"
+#include "wizard/wizard_rules.h"
+
+#include <thrift/TApplicationException.h>
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDebug>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QIntValidator>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSpinBox>
+#include <QThread>
+#include <QVBoxLayout>
+#include <QtConcurrent>
+
+namespace Corvel {
+
+using namespace CorvelService;
+
+namespace {
+
+constexpr quint64 MiB = 1048576;
+const QColor ErrorColour("#E0301E");
+
+QLabel* label(const QString& text, const char* objectName = "field_label")
+{
+    auto* label = new QLabel(text);
+    label->setObjectName(objectName);
+    return label;
+}
+
+QSpinBox* spin(int minimum, int maximum, qint64 value, const QString& name)
+{
+    auto* box = new QSpinBox;
+    box->setRange(minimum, maximum);
+    box->setValue(static_cast<int>(value));
+    box->setAccessibleName(name);
+    return box;
+}
+
+} // namespace
+
+PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskStyle::type* systemDiskStyle,
+                               const PageContext& context, const CorvelWidgets::IconFont& iconFont, QWidget* parent)
+    : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent), m_vm(vmSettings),
+      m_systemDiskStyle(systemDiskStyle), m_name(new QLineEdit), m_ram(new QComboBox),
+      m_ramInfo(label(QString(), "ram_cores_info")),
+      m_cores(spin(1, QThread::idealThreadCount(), 1, "CPU Cores:")),
+      m_reserve(spin(0, 100, 0, "VIRTUAL MACHINE RESERVE (Percentage):")),
+      m_limit(spin(0, 100, 100, "VIRTUAL MACHINE LIMIT (Percentage):")),
+      m_weight(spin(0, 10000, 100, "RELATIVE WEIGHT:")), m_generation1(new QRadioButton("Hyper-V (Generation 1)")),
+      m_generation2(new QRadioButton("Hyper-V (Generation 2)")),
+      m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start")),
+      m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont)),
+      m_next(PageButtons::next(iconFont))
+{
+    m_name->setPlaceholderText("Enter VM name");
+    m_name->setMaxLength(128);
+    m_name->setAccessibleName("NAME:");
+    m_ram->setObjectName("no_color_combo");
+    m_ram->setEditable(true);
+    m_ram->setAccessibleName("RAM:");
+    m_boot->setChecked(m_vm->bootOnStart);
+    m_next->setEnabled(false);
+
+    connect(m_name, &QLineEdit::textChanged, this, [this](const QString& text) {
+        m_vm->name = text.trimmed();
+        m_nameValid = !m_vm->name.isEmpty();
+        updateNext();
+    });
+    connect(m_cores, qOverload<int>(&QSpinBox::valueChanged), this, [this](int value) { m_vm->cpuCores = value; });
+    connect(m_reserve, qOverload<int>(&QSpinBox::valueChanged), this, [this](int value) { m_vm->reserve = value; });
+    connect(m_limit, qOverload<int>(&QSpinBox::valueChanged), this, [this](int value) { m_vm->limit = value; });
+    connect(m_weight, qOverload<int>(&QSpinBox::valueChanged), this,
+            [this](int value) { m_vm->relativeWeight = value; });
+    connect(m_generation1, &QRadioButton::toggled, this,
+            [this](bool checked) { m_vm->generation = checked ? 1 : 2; });
+    connect(m_boot, &QCheckBox::toggled, this, [this](bool checked) { m_vm->bootOnStart = checked; });
+    connect(m_networks, &CorvelWidgets::CvNetworksSelector::onNetworkSelectionChanged, this,
+            [this](const QStringList& networks) { m_vm->networkAdapters = networks; });
+    QPushButton* back = PageButtons::back(iconFont);
+    connectBack(back);
+    connectNext(m_next, PageFlow::AfterVmSettings);
+
+    auto* form = new QGridLayout;
+    form->setHorizontalSpacing(12);
+    int row = 0;
+    form->addWidget(label("NAME:"), row, 0);
+    form->addWidget(m_name, row++, 1, 1, 2);
+    form->addWidget(label("RAM:"), row, 0);
+    form->addWidget(m_ram, row, 1);
+    form->addWidget(label("MiB"), row++, 2);
+    form->addWidget(m_ramInfo, row++, 1, 1, 2);
+    form->addWidget(label("CPU Cores:"), row, 0);
+    form->addWidget(m_cores, row++, 1);
+    form->addWidget(label("Host CPU Cores: " + QString::number(QThread::idealThreadCount()), "ram_cores_info"), row++,
+                    1, 1, 2);
+    form->addWidget(label("VIRTUAL MACHINE RESERVE (Percentage):"), row, 0);
+    form->addWidget(m_reserve, row++, 1);
+    form->addWidget(label("VIRTUAL MACHINE LIMIT (Percentage):"), row, 0);
+    form->addWidget(m_limit, row++, 1);
+    form->addWidget(label("RELATIVE WEIGHT:"), row, 0);
+    form->addWidget(m_weight, row++, 1);
+
+    auto* buttons = new QHBoxLayout;
+    buttons->setContentsMargins(0, 30, 0, 0);
+    buttons->addStretch();
+    buttons->addWidget(back);
+    buttons->addWidget(m_next);
+
+    QVBoxLayout* layout = contentLayout();
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
+    layout->addLayout(form);
+    layout->addWidget(label("Virtual Machine Type:"));
+    layout->addWidget(label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
+                            "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
+                            "Generation 2",
+                            "wizard_page_desription"));
+    layout->addWidget(m_generation1);
+    layout->addWidget(label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
+    layout->addWidget(m_generation2);
+    layout->addWidget(label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
+    layout->addWidget(m_boot);
+    layout->addWidget(m_networks);
+    layout->addLayout(buttons);
+    finishLayout(true);
+
+    connect(&m_watcher, &QFutureWatcher<quint64>::finished, this, &PageVmSettings::onMemoryKnown);
+    m_watcher.setFuture(QtConcurrent::run(&PageVmSettings::retrieveRamUsed, context.serviceFactory));
+}
+
+quint64 PageVmSettings::retrieveRamUsed(const ServiceConnection::Factory& factory)
+{
+    const std::shared_ptr<CorvelServiceIf> client = factory ? factory() : nullptr;
+    if (!client) {
+        qCritical() << "Failed to create Corvel Service client";
+        return 0;
+    }
+    try {
+        return static_cast<quint64>(client->retrieveHyperVRamBytesUsed());
+    } catch (const apache::thrift::TApplicationException& e) {
+        qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
+    } catch (const std::exception& e) {
+        qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
+    }
+    qCritical() << "Failed to get RAM used by Hyper-V.";
+    return 0;
+}
+
+void PageVmSettings::onMemoryKnown()
+{
+    const quint64 total = CorvelPlatform::totalPhysicalMemory();
+    const quint64 used = m_watcher.result();
+    m_maxRamBytes = total > used ? total - used : 0;
+    const quint64 maxMiB = m_maxRamBytes / MiB;
+    m_ram->setValidator(new QIntValidator(32, static_cast<int>(qMin<quint64>(maxMiB, INT_MAX)), m_ram));
+    connect(m_ram, &QComboBox::currentTextChanged, this, &PageVmSettings::checkRam);
+    m_ramInfo->setText("AVAILABLE RAM: " + QString::number(maxMiB) + " MiB");
+    m_ram->addItems(WizardRules::ramChoices(m_maxRamBytes));
+    m_memoryKnown = true;
+}
+
+void PageVmSettings::checkRam(const QString& text)
+{
+    const WizardRules::RamCheck check = WizardRules::checkRam(text, m_maxRamBytes);
+    if (!check.problem.isEmpty())
+        qCritical().noquote() << check.problem;
+    if (check.ramBytes)
+        m_vm->ramBytes = *check.ramBytes;
+    if (QLineEdit* editor = m_ram->lineEdit()) {
+        QPalette palette = editor->palette();
+        palette.setColor(QPalette::Text, check.valid ? QApplication::palette().color(QPalette::Text) : ErrorColour);
+        editor->setPalette(palette);
+    }
+    m_ramValid = check.valid;
+    updateNext();
+}
+
+void PageVmSettings::updateNext()
+{
+    m_next->setEnabled(m_nameValid && m_ramValid);
+}
+
+void PageVmSettings::onPageShown()
+{
+    const WizardRules::Generations generations = WizardRules::generationsFor(*m_systemDiskStyle);
+    m_generation1->setEnabled(true);
+    m_generation2->setEnabled(true);
+    m_generation2->setChecked(true);
+    m_vm->generation = 2;
+    if (generations.checked == 1)
+        m_generation1->setChecked(true);
+    m_generation1->setEnabled(generations.generation1Enabled);
+    m_generation2->setEnabled(generations.generation2Enabled);
+}
+
+} // namespace Corvel

@@ -1,0 +1,131 @@
+#include "wizard/recovery_wizard.h"
+
+#include "cloud/vusk_request.h"
+#include "core/hyperv_check.h"
+#include "platform/platform.h"
+#include "service/service_connection.h"
+#include "wizard/pages/page_bmr_settings.h"
+#include "wizard/pages/page_disks_selector.h"
+#include "wizard/pages/page_file_recover_settings.h"
+#include "wizard/pages/page_local_cache.h"
+#include "wizard/pages/page_recovery_data_source.h"
+#include "wizard/pages/page_recovery_point.h"
+#include "wizard/pages/page_recovery_type.h"
+#include "wizard/pages/page_virtual_disk_options.h"
+#include "wizard/pages/page_virtual_disk_type.h"
+#include "wizard/pages/page_virtualization_type.h"
+#include "wizard/pages/page_vm_settings.h"
+#include "wizard/resizable_stacked_widget.h"
+
+#include <QDebug>
+#include <QPushButton>
+
+namespace Corvel {
+
+RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& iconFont,
+                               RecoveryWizardContext context)
+    : CustomBarWindow(iconFont, parent), m_stack(new CorvelWidgets::ResizableStackedWidget),
+      m_context(std::move(context))
+{
+    setObjectName("recovery_wizard");
+    if (!m_context.cloud) {
+        m_ownCloud = std::make_unique<VuskAPI::VuskRequest>(&m_context.session, m_context.settings.vuskUrl());
+        m_context.cloud = m_ownCloud.get();
+    }
+    if (!m_context.serviceControl)
+        m_context.serviceControl = CorvelPlatform::systemServiceControl();
+    const bool hyperV = isHyperVRunning(*m_context.serviceControl);
+
+    PageContext pages{m_context.session, m_context.settings, *m_context.cloud, m_context.connection.factory(),
+                      m_context.tokenSource, m_context.localCacheCheck};
+    registerPage(RecoveryType, new PageRecoveryType(&m_values.recoveryType, hyperV, iconFont));
+    registerPage(VirtualDiskType, new PageVirtualDiskType(&m_values.virtualDiskType, iconFont));
+    registerPage(BMRSettings, new PageBMRSettings(m_context.settings, iconFont));
+    registerPage(VirtualizationType, new PageVirtualizationType(&m_values.virtualizationType, iconFont));
+    registerPage(RecoveryDataSource, new PageRecoveryDataSource(&m_values, pages, iconFont));
+    registerPage(RecoveryPoint, new PageRecoveryPoint(&m_values, pages, iconFont));
+    registerPage(DisksSelector, new PageDisksSelector(&m_values, pages, iconFont));
+    registerPage(LocalCache, new PageLocalCache(&m_values, pages, iconFont));
+    registerPage(VmSettings, new PageVmSettings(&m_values.vmSettings, &m_values.systemDiskStyle, pages, iconFont));
+    registerPage(VirtualDiskOptions, new PageVirtualDiskOptions(&m_values.vmSettings, iconFont));
+    registerPage(FileRecoverSettings,
+                 new PageFileRecoverSettings(&m_values.mountPoint, &m_values.recoveryType, iconFont));
+
+    m_history.append(RecoveryType);
+    showPage(RecoveryType);
+    contentLayout()->addWidget(m_stack);
+}
+
+RecoveryWizard::~RecoveryWizard() = default;
+
+RecoveryWizardPage* RecoveryWizard::page(WizardPage id) const
+{
+    return qobject_cast<RecoveryWizardPage*>(m_stack->widget(id));
+}
+
+RecoveryWizardPage* RecoveryWizard::currentPage() const
+{
+    return qobject_cast<RecoveryWizardPage*>(m_stack->currentWidget());
+}
+
+void RecoveryWizard::registerPage(WizardPage id, RecoveryWizardPage* page)
+{
+    m_stack->insertWidget(id, page);
+    connect(page, &RecoveryWizardPage::nextPageRequested, this, &RecoveryWizard::nextPage);
+    connect(page, &RecoveryWizardPage::previousPageRequested, this, &RecoveryWizard::previousPage);
+    connect(page, &RecoveryWizardPage::completeWizard, this, &QDialog::accept);
+    connect(page, &RecoveryWizardPage::closeWizard, this, &QWidget::close);
+}
+
+void RecoveryWizard::nextPage(WizardPage page)
+{
+    m_history.append(page);
+    showPage(page);
+}
+
+void RecoveryWizard::previousPage()
+{
+    if (m_history.isEmpty()) {
+        qCritical() << "Empty pages stack!";
+        return;
+    }
+    m_history.removeLast();
+    if (m_history.isEmpty()) {
+        reject();
+        return;
+    }
+    showPage(m_history.last());
+}
+
+void RecoveryWizard::showPage(int index)
+{
+    qInfo().noquote() << "Wizard page changed to " + QString::number(index);
+    m_stack->setCurrentIndex(index);
+    auto* page = qobject_cast<RecoveryWizardPage*>(m_stack->widget(index));
+    if (!page) {
+        qCritical() << "Non-wizard page in pages container!";
+        return;
+    }
+    page->onPageShown();
+    setTitle(page->title());
+    // The stack follows the page's size; the dialog follows the stack, keeping its centre.
+    m_stack->updateGeometry();
+    if (isVisible())
+        resizeAroundCentre();
+}
+
+void RecoveryWizard::showEvent(QShowEvent* event)
+{
+    CustomBarWindow::showEvent(event);
+    // Sizes asked for before the dialog is on screen can be off (scrolled pages on low screens).
+    resizeAroundCentre();
+}
+
+void RecoveryWizard::resizeAroundCentre()
+{
+    const QPoint centre = geometry().center();
+    adjustSize();
+    move(centre - QPoint(width() / 2, height() / 2));
+}
+
+} // namespace Corvel

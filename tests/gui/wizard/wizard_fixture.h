@@ -1,0 +1,71 @@
+#pragma once
+
+#include "core/settings.h"
+#include "platform/platform.h"
+#include "service/service_connection.h"
+#include "session/auth_session.h"
+#include "testsupport/fake_cloud.h"
+#include "testsupport/fake_service.h"
+#include "widgets/icon_font.h"
+#include "wizard/recovery_wizard.h"
+
+#include <QJsonObject>
+
+#include <memory>
+
+class QWidget;
+namespace Corvel {
+class RecoveryWizardPage;
+}
+
+// Loads the console's fonts, icon font and style sheet as start-up does (for screenshots).
+CorvelWidgets::IconFont applyConsoleLook();
+
+// Clicks a widget's centre like a mouse would.
+void clickOn(QWidget* widget);
+// The child of the current page with this object name and text (any text when empty).
+template <typename T>
+T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
+
+// A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
+// clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
+struct WizardFixture {
+    explicit WizardFixture(const QString& token, QJsonObject config = {});
+
+    // Service manager whose "vmms" is running or not.
+    static std::shared_ptr<CorvelPlatform::ServiceControl> hyperV(bool running);
+
+    std::unique_ptr<Corvel::RecoveryWizard> makeWizard(bool hyperVRunning = true);
+
+    // Each step does what an operator does on the current page to move on, and waits for the
+    // next page; false (with the reason in `failure`) when that did not happen.
+    bool chooseTile(Corvel::RecoveryWizard& wizard, const QString& caption);
+    bool passDataSource(Corvel::RecoveryWizard& wizard);
+    bool passRecoveryPoint(Corvel::RecoveryWizard& wizard);
+    bool passDisks(Corvel::RecoveryWizard& wizard);
+    bool passLocalCache(Corvel::RecoveryWizard& wizard);
+    bool passVmSettings(Corvel::RecoveryWizard& wizard, const QString& name = "FS-01 test");
+    bool passDiskOptions(Corvel::RecoveryWizard& wizard);
+    bool pressButton(Corvel::RecoveryWizard& wizard, const QString& text);
+    QString failure;
+
+    CorvelWidgets::IconFont iconFont{"velmora-iconfont", {}};
+    TmxAuth::AuthSession session;
+    Corvel::Settings settings;
+    std::shared_ptr<CorvelTest::FakeService> service = std::make_shared<CorvelTest::FakeService>();
+    CorvelService::ServiceConnection connection;
+    CorvelTest::FakeCloud cloud;
+    // checkLocalCache's answers: (path, passphrase) -> result; anything else 5.
+    QList<QStringList> cacheChecks;
+    std::int32_t cacheResult = 0;
+};
+
+template <typename T>
+T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
+{
+    for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
+        if (text.isEmpty() || candidate->property("text").toString() == text
+            || candidate->accessibleName() == text)
+            return candidate;
+    return nullptr;
+}
