@@ -45,6 +45,8 @@ DateLineEditWithButtonsDaysMove::DateLineEditWithButtonsDaysMove(const QString& 
 void DateLineEditWithButtonsDaysMove::setAvailableDates(const QList<QDate>& dates)
 {
     QCalendarWidget* calendar = m_popup->calendar();
+    // A new range moves the calendar's selection; that is not the operator picking a date.
+    const QSignalBlocker quiet(calendar);
     calendar->setDateTextFormat(QDate(), QTextCharFormat());
     if (!dates.isEmpty()) {
         calendar->setDateRange(dates.last(), dates.first());
