@@ -36,6 +36,9 @@ DEFAULT_DATA = {
         {"id_": 101, "partner_id": 7, "username": "northwind", "name": "Northwind Ltd"},
         {"id_": 102, "partner_id": 7, "username": "harbourside", "name": "Harbourside Clinic"},
         {"id_": 103, "partner_id": 7, "username": "quarry", "name": "Quarry & Sons"},
+        {"id_": 104, "partner_id": 7, "username": "Abbotsford", "name": "Abbotsford Dental"},
+        {"id_": 105, "partner_id": 7, "username": "crabtree", "name": "Crabtree Bakery"},
+        {"id_": 106, "partner_id": 7, "username": "lakeside", "name": "Lakeside Abbey"},
         {"id_": 201, "partner_id": 9, "username": "elsewhere", "name": "Elsewhere GmbH"},
     ],
     "datasources": [
@@ -53,13 +56,17 @@ DEFAULT_DATA = {
     "devices": [
         {"id_": 1001, "datasource_id": 11, "name": "FS-01"},
         {"id_": 1002, "datasource_id": 11, "name": "SQL-02"},
+        {"id_": 1003, "datasource_id": 11, "name": "NEW-LAPTOP"},
+        {"id_": 0, "datasource_id": 12, "name": "UNREGISTERED-PC"},
         {"id_": 1201, "datasource_id": 12, "name": "LAPTOP-ACC-1"},
         {"id_": 1301, "datasource_id": 13, "name": "IMG-NODE"},
         {"id_": 3000000000, "datasource_id": 13, "name": "IMG-HUGE-ID"},
         {"id_": 2101, "datasource_id": 21, "name": "CLINIC-DC"},
         {"id_": 3101, "datasource_id": 31, "name": "QUARRY-PC"},
     ],
-    "passphrases": {"1001": "amber-falcon-42", "1301": "quiet river stone"},
+    "passphrases": {"1001": "amber-falcon-42", "1002": "copper-heron-17", "1003": "slate-otter-88",
+                    "1201": "linen-kite-05", "1301": "quiet river stone", "2101": "birch-lantern-31",
+                    "3101": "cobalt-meadow-64"},
 }
 
 HELP_EPILOG = """\
@@ -87,6 +94,14 @@ fault injection (PATH matches the request path without the query, by prefix):
 data file (--data): JSON with the keys of the built-in set: "users" (name -> token "data"
 members, or {"broken": true}), "clients", "datasources", "devices" (records plus their
 parent ids "partner_id", "client_id", "datasource_id"), "passphrases" (device id -> text).
+
+built-in set, worth knowing for demos and tests:
+  partner (reseller 7): clients 101 northwind, 102 harbourside, 103 quarry, 104 Abbotsford,
+    105 crabtree, 106 lakeside ("Lakeside Abbey": "ab" in the name only)
+  client 101: data sources 11 (devices 1001 FS-01, 1002 SQL-02, 1003 NEW-LAPTOP with no
+    restore points), 12 (1201 LAPTOP-ACC-1, and a device with id 0), 13 (1301, 3000000000)
+  encryption passphrases: 1001 amber-falcon-42, 1002 copper-heron-17, 1003 slate-otter-88,
+    1201 linen-kite-05, 1301 "quiet river stone", 2101 birch-lantern-31, 3101 cobalt-meadow-64
 """
 
 

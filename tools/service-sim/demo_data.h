@@ -14,7 +14,10 @@ namespace CorvelSim {
 // The same inputs (and the same day) always give the same answers.
 namespace DemoData {
 
-// Names "yyyy_MM_dd_hh_mm_ss" over the four weeks before today: several on some days, none on
+// Device tokens that start with this have no restore points (the cloud simulator's device 1003).
+inline constexpr const char* kNoRestorePointsToken = "device-token-1003-";
+
+// Names "yyyy_MM_dd_hh_mm_ss" over the two months before today: several on some days, none on
 // others, and one malformed name among them. Ascending.
 std::vector<std::string> restorePoints(const std::string& deviceHost, const std::string& deviceToken,
                                        const QDate& today);

@@ -91,7 +91,9 @@ private slots:
         QTest::addColumn<QString>("value"); // %1: the simulator's origin
 
         QTest::newRow("clients") << "clients" << "GET /vusk/clients?partner_id=7 200"
-                                 << "101 northwind Northwind Ltd, 102 harbourside Harbourside Clinic, 103 quarry Quarry & Sons";
+                                 << "101 northwind Northwind Ltd, 102 harbourside Harbourside Clinic, 103 quarry Quarry & Sons, "
+                                    "104 Abbotsford Abbotsford Dental, 105 crabtree Crabtree Bakery, "
+                                    "106 lakeside Lakeside Abbey";
         QTest::newRow("data sources") << "datasources 101" << "GET /vusk/datasources?client_id=101 200"
                                       << "11 S-11 server https://ds11.sim.invalid, 12 S-12 workstation "
                                          "https://ds12.sim.invalid, 13 S-13 Disk & Image https://ds13.sim.invalid";
