@@ -57,8 +57,8 @@ DEFAULT_DATA = {
         {"id_": 1001, "datasource_id": 11, "name": "FS-01"},
         {"id_": 1002, "datasource_id": 11, "name": "SQL-02"},
         {"id_": 1003, "datasource_id": 11, "name": "NEW-LAPTOP"},
-        {"id_": 0, "datasource_id": 12, "name": "UNREGISTERED-PC"},
         {"id_": 1201, "datasource_id": 12, "name": "LAPTOP-ACC-1"},
+        {"id_": 0, "datasource_id": 12, "name": "UNREGISTERED-PC"},
         {"id_": 1301, "datasource_id": 13, "name": "IMG-NODE"},
         {"id_": 3000000000, "datasource_id": 13, "name": "IMG-HUGE-ID"},
         {"id_": 2101, "datasource_id": 21, "name": "CLINIC-DC"},
@@ -88,7 +88,8 @@ endpoints:
   otherwise 401.
 
 fault injection (PATH matches the request path without the query, by prefix):
-  --fault-status /vusk/clients=500   --fault-delay /vusk=2000   --fault-empty /vusk/devices
+  --fault-status /vusk/clients=500   --fault-status /vusk/clients=500x1 (the first request only)
+  --fault-delay /vusk=2000   --fault-empty /vusk/devices
   --fault-malformed /Corvel/autoupdate.xml
 
 data file (--data): JSON with the keys of the built-in set: "users" (name -> token "data"
@@ -148,10 +149,22 @@ class Simulator:
         self.token_uses = {}  # token -> API requests served
         self.serial = itertools.count(1)
         self.log_file = open(args.log, "a", encoding="utf-8") if args.log else None
-        self.fault_status = parse_pairs(args.fault_status, "--fault-status", int)
+        self.fault_status = parse_pairs(args.fault_status, "--fault-status", parse_status)
+        self.fault_status_served = {}  # path prefix -> faults answered so far
         self.fault_delay = parse_pairs(args.fault_delay, "--fault-delay", int)
         self.installer = installer_bytes()
         self.iso = iso_bytes()
+
+    def take_status_fault(self, path):
+        for prefix, (code, times) in self.fault_status:
+            if path.startswith(prefix):
+                with self.lock:
+                    served = self.fault_status_served.get(prefix, 0)
+                    if times is not None and served >= times:
+                        return None
+                    self.fault_status_served[prefix] = served + 1
+                return code
+        return None
 
     def log(self, line):
         with self.lock:
@@ -186,6 +199,12 @@ class Simulator:
             used = self.token_uses.get(token, 0) + 1
             self.token_uses[token] = used
         return self.args.token_expiry is None or used <= self.args.token_expiry
+
+
+def parse_status(text):
+    """CODE, or CODExN for a fault that answers only the first N matching requests."""
+    code, _, times = text.partition("x")
+    return (int(code), int(times) if times else None)
 
 
 def matching(pairs, path):
@@ -240,7 +259,7 @@ class Handler(BaseHTTPRequestHandler):
         delay = matching(self.sim.fault_delay, path)
         if delay:
             time.sleep(delay / 1000.0)
-        status = matching(self.sim.fault_status, path)
+        status = self.sim.take_status_fault(path)
         if status is not None:
             self.reply(status, json.dumps({"error": "injected fault", "status": status}))
             return True
@@ -430,8 +449,9 @@ def main(argv=None):
                         help="version in the update descriptor (default 1.7.0.377)")
     parser.add_argument("--auto-sign-in", metavar="USER", help="sign USER in without showing the form")
     parser.add_argument("--log", metavar="FILE", help="append one line per request to FILE (also on stderr)")
-    parser.add_argument("--fault-status", metavar="PATH=CODE", action="append",
-                        help="answer requests under PATH with status CODE (repeatable)")
+    parser.add_argument("--fault-status", metavar="PATH=CODE[xN]", action="append",
+                        help="answer requests under PATH with status CODE, or only the first N of them "
+                             "with CODExN (repeatable)")
     parser.add_argument("--fault-delay", metavar="PATH=MS", action="append",
                         help="wait MS milliseconds before answering under PATH (repeatable)")
     parser.add_argument("--fault-empty", metavar="PATH", action="append",

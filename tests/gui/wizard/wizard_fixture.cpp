@@ -58,7 +58,10 @@ DiskInfo disk(const std::string& name, bool system, DiskStyle::type style, std::
 } // namespace
 
 WizardFixture::WizardFixture(const QString& token, QJsonObject config)
-    : session(token), settings(std::move(config)), connection([this] { return service; })
+    : session(token), settings(std::move(config)),
+      connection([this]() -> CorvelService::ServiceConnection::Client {
+          return serviceFactory ? serviceFactory() : service;
+      })
 {
     connection.setClient(service);
     cloud.clients = {{101, "northwind", "Northwind Ltd"},

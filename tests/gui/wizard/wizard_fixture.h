@@ -53,6 +53,8 @@ struct WizardFixture {
     TmxAuth::AuthSession session;
     Corvel::Settings settings;
     std::shared_ptr<CorvelTest::FakeService> service = std::make_shared<CorvelTest::FakeService>();
+    // Where the wizard's workers get their clients: the fake service unless set.
+    CorvelService::ServiceConnection::Factory serviceFactory;
     CorvelService::ServiceConnection connection;
     CorvelTest::FakeCloud cloud;
     // checkLocalCache's answers: (path, passphrase) -> result; anything else 5.

@@ -1,0 +1,222 @@
+#include "wizard_fixture.h"
+
+#include "service/service_client.h"
+#include "testsupport/cloud_sim.h"
+#include "testsupport/log_capture.h"
+#include "testsupport/service_sim.h"
+#include "widgets/message_box.h"
+#include "widgets/styled_combobox.h"
+#include "wizard/pages/page_recovery_data_source.h"
+#include "wizard/pages/page_recovery_point.h"
+#include "wizard/restore_points.h"
+
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace Corvel;
+using CorvelTest::CloudSim;
+using CorvelTest::LogCapture;
+using CorvelWidgets::MessageBox;
+
+namespace {
+
+QStringList texts(const QListWidget* list)
+{
+    QStringList out;
+    for (int i = 0; i < list->count(); ++i)
+        out << list->item(i)->text();
+    return out;
+}
+
+QStringList texts(const QComboBox* combo)
+{
+    QStringList out;
+    for (int i = 0; i < combo->count(); ++i)
+        out << combo->itemText(i);
+    return out;
+}
+
+} // namespace
+
+// The wizard's cloud and service pages against the simulators: the cloud over HTTP, the service
+// over mutual TLS.
+class TestWizardSims : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_certs;
+    CorvelTest::ServiceSim m_service;
+    int m_signIns = 0;
+
+    struct Run {
+        std::unique_ptr<WizardFixture> fixture;
+        std::unique_ptr<RecoveryWizard> wizard;
+    };
+
+    // A wizard on the data source page, talking to `cloud` and the service simulator.
+    Run openDataSource(CloudSim& cloud, const QString& user, int retries = 5)
+    {
+        Run run;
+        const QJsonObject config{{"vusk_url", cloud.vuskUrl()},
+                                 {"auth_url", cloud.authUrl()},
+                                 {"connection_retries_number", retries}};
+        run.fixture = std::make_unique<WizardFixture>(cloud.signIn(user), config);
+        const std::string dir = m_certs.path().toStdString();
+        const int port = m_service.port();
+        run.fixture->serviceFactory = [dir, port] { return CorvelService::createServiceClient(dir, "localhost", port); };
+        RecoveryWizardContext context{run.fixture->session, run.fixture->settings, run.fixture->connection,
+                                      nullptr, WizardFixture::hyperV(true), {}, {}};
+        m_signIns = 0;
+        context.tokenSource = [this, &cloud, user](const QString&, const QString&, QWidget*) -> std::optional<QString> {
+            ++m_signIns;
+            return cloud.signIn(user);
+        };
+        run.wizard = std::make_unique<RecoveryWizard>(nullptr, run.fixture->iconFont, std::move(context));
+        run.wizard->show();
+        run.fixture->chooseTile(*run.wizard, "Recover Files");
+        return run;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_certs.isValid());
+        const QString error = CorvelTest::ServiceSim::makeCerts(m_certs.path());
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        QVERIFY2(m_service.start(m_certs.path()).isEmpty(), "service simulator");
+        MessageBox::setAutoAnswer(true);
+        RecoveryWizardPage::setScreenHeightOverride(1080);
+    }
+
+    void init() { MessageBox::clearShown(); }
+
+    void partner()
+    {
+        CloudSim cloud;
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "partner");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTRY_COMPARE(page->clientList()->count(), 6);
+        QCOMPARE(page->searchField()->placeholderText(), QString("Type to search..."));
+
+        // Usernames only, in any case: "Lakeside Abbey" has "ab" in its name alone.
+        QTest::keyClicks(page->searchField(), "AB");
+        QCOMPARE(texts(page->clientList()),
+                 (QStringList{"Abbotsford (Abbotsford Dental)", "crabtree (Crabtree Bakery)"}));
+        page->searchField()->clear();
+
+        page->clientList()->setCurrentRow(0);
+        QTRY_COMPARE(texts(page->dataSourceCombo()),
+                     (QStringList{"FS-01 file server", "Accounting laptops", "Imaging appliance"}));
+        QTRY_COMPARE(texts(page->deviceCombo()), (QStringList{"FS-01", "SQL-02", "NEW-LAPTOP"}));
+        QVERIFY(page->nextButton()->isEnabled());
+        QCOMPARE(run.wizard->values().deviceId, quint64(1001));
+
+        // The data source below has a device whose id is 0: it can be chosen, Next stays off.
+        page->dataSourceCombo()->setCurrentIndex(1);
+        QTRY_COMPARE(texts(page->deviceCombo()), (QStringList{"LAPTOP-ACC-1", "UNREGISTERED-PC"}));
+        page->deviceCombo()->setCurrentIndex(1);
+        QCOMPARE(run.wizard->values().deviceId, quint64(0));
+        QVERIFY(!page->nextButton()->isEnabled());
+
+        // Another client clears every level below it.
+        page->clientList()->setCurrentRow(1);
+        QCOMPARE(run.wizard->values().dataSourceId, quint64(0));
+        QCOMPARE(run.wizard->values().deviceId, quint64(0));
+        QVERIFY(!page->deviceCombo()->isEnabled());
+        QTRY_COMPARE(texts(page->dataSourceCombo()), QStringList{"Clinic server"});
+        QCOMPARE(run.wizard->values().clientName, QString("harbourside (Harbourside Clinic)"));
+        QVERIFY(MessageBox::shown().isEmpty());
+    }
+
+    void client()
+    {
+        CloudSim cloud;
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "client");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QVERIFY(!page->clientList()->isVisibleTo(page));
+        QVERIFY(!page->searchField()->isVisibleTo(page));
+        QCOMPARE(run.wizard->values().clientId, quint64(101));
+        QTRY_VERIFY(page->nextButton()->isEnabled());
+        QVERIFY(cloud.requests().filter("/vusk/clients").isEmpty());
+    }
+
+    void lateDevicesReplyIsIgnored()
+    {
+        CloudSim cloud({"--fault-delay", "/vusk/devices=400"});
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "client");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTRY_COMPARE(page->dataSourceCombo()->count(), 3);
+        // The first data source's devices are on their way; the operator picks another one.
+        page->dataSourceCombo()->setCurrentIndex(1);
+        QTRY_COMPARE_WITH_TIMEOUT(cloud.requests().filter("/vusk/devices").size(), 2, 5000);
+        QTRY_VERIFY(page->deviceCombo()->isEnabled());
+        QTest::qWait(100);
+        QCOMPARE(texts(page->deviceCombo()), (QStringList{"LAPTOP-ACC-1", "UNREGISTERED-PC"}));
+    }
+
+    void serverErrorThenSuccessShowsNothing()
+    {
+        CloudSim cloud({"--fault-status", "/vusk/clients=500x1"});
+        QVERIFY(cloud.start());
+        LogCapture log;
+        Run run = openDataSource(cloud, "partner");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTRY_COMPARE(page->clientList()->count(), 6);
+        QCOMPARE(cloud.requests().filter("/vusk/clients"),
+                 (QStringList{"GET /vusk/clients?partner_id=7 500", "GET /vusk/clients?partner_id=7 200"}));
+        QVERIFY(MessageBox::shown().isEmpty());
+    }
+
+    void expiredSessionSignsInOnce()
+    {
+        CloudSim cloud({"--token-expiry", "1"});
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "partner");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTRY_COMPARE(page->clientList()->count(), 6);
+        page->clientList()->setCurrentRow(0);
+        QTRY_VERIFY(page->dataSourceCombo()->count() > 0);
+        QCOMPARE(m_signIns, 1);
+        QCOMPARE(cloud.requests().filter("/vusk/datasources"),
+                 (QStringList{"GET /vusk/datasources?client_id=101 401", "GET /vusk/datasources?client_id=101 200"}));
+    }
+
+    // The restore points come from the service simulator with the device token from the cloud.
+    void restorePoints()
+    {
+        CloudSim cloud;
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "client");
+        auto* source = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTRY_VERIFY(source->nextButton()->isEnabled());
+        QVERIFY(run.fixture->pressButton(*run.wizard, "Next"));
+        auto* page = static_cast<PageRecoveryPoint*>(run.wizard->currentPage());
+        QTRY_VERIFY_WITH_TIMEOUT(page->timeList()->count() > 0, 10000);
+
+        // What the service listed for this token, read the same way.
+        std::vector<std::string> listed;
+        auto client = CorvelService::createServiceClient(m_certs.path().toStdString(), "localhost", m_service.port());
+        QVERIFY(client);
+        client->retrieveRestorePoints(listed, run.wizard->values().deviceHost.toStdString(),
+                                      run.wizard->values().deviceToken.toStdString());
+        QStringList names;
+        for (const std::string& name : listed)
+            names << QString::fromStdString(name);
+        const QList<QDate> dates = RestorePoints::availableDates(names);
+        QVERIFY(dates.size() < names.size()); // one name does not parse
+        QStringList expected;
+        for (const auto& entry : RestorePoints::timesOn(names, dates.first()))
+            expected << entry.text;
+        QCOMPARE(texts(page->timeList()), expected);
+        QVERIFY(m_service.log().contains("retrieveRestorePoints"));
+    }
+};
+
+QTEST_MAIN(TestWizardSims)
+#include "tst_wizard_sims.moc"
