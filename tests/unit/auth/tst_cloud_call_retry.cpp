@@ -31,7 +31,7 @@ std::optional<RequestError> runClients(CloudCallRetry& retry, VuskRequest& reque
     int outcomes = 0;
     retry.run<QList<TmxClient>>(
         "Clients request", [&request](Callback<QList<TmxClient>> cb) { request.getClients(cb); },
-        [&](const QList<TmxClient>& clients) { outcomes += clients.size() == 3 ? 1 : 100; },
+        [&](const QList<TmxClient>& clients) { outcomes += clients.size() == 6 ? 1 : 100; },
         [&](const RequestError& e) {
             ++outcomes;
             error = e;
