@@ -381,6 +381,16 @@ std::vector<JobDescription> JobStore::allJobs()
     return jobs;
 }
 
+int64_t JobStore::virtualMachineRam()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    int64_t total = 0;
+    for (const Job& job : m_jobs)
+        if (job.description.job_type == JobType::Virtualization && job.description.status != JobStatus::Deleted)
+            total += job.description.configuration.vm_settings.ram_bytes;
+    return total;
+}
+
 size_t JobStore::size()
 {
     std::lock_guard<std::mutex> lock(m_mutex);

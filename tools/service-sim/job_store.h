@@ -37,6 +37,8 @@ public:
     void tick();
 
     size_t size();
+    // Memory of the virtual machines of the virtualization jobs.
+    int64_t virtualMachineRam();
 
 private:
     struct Job {

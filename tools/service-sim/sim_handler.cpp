@@ -1,6 +1,8 @@
 #include "sim_handler.h"
 
 #include "demo_data.h"
+#include "job_check.h"
+#include "platform/platform.h"
 #include "sim_log.h"
 
 #include <QDate>
@@ -30,10 +32,17 @@ SimHandler::SimHandler(JobStore& store)
 void SimHandler::createJob(std::string& result, JobType::type jobType, const std::string& description,
                            const JobConfiguration& configuration)
 {
+    const std::string call = "createJob type=" + CorvelService::to_string(jobType) + " description=\"" + description
+                             + "\" " + describe(configuration);
+    const std::int64_t total = static_cast<std::int64_t>(CorvelPlatform::totalPhysicalMemory());
+    const std::string refusal = jobRefusal(jobType, configuration, QDateTime::currentDateTimeUtc().date(),
+                                           total - retrieveRamUsed());
+    if (!refusal.empty()) {
+        logLine(call + " -> refused: " + refusal);
+        throw std::invalid_argument(refusal);
+    }
     result = m_store.createJob(jobType, description, configuration);
-    logLine("createJob type=" + CorvelService::to_string(jobType) + " device=\"" + configuration.device_name
-            + "\" recovery_point=" + configuration.recovery_point + " description=\"" + description + "\" -> "
-            + result);
+    logLine(call + " -> " + result);
 }
 
 void SimHandler::startJob(const std::string& jobId)
@@ -96,10 +105,15 @@ void SimHandler::retrieveMetadata(std::vector<DiskInfo>& result, const std::stri
     result = DemoData::metadata(deviceHost, deviceToken, timestamp);
 }
 
+int64_t SimHandler::retrieveRamUsed()
+{
+    return DemoData::hyperVRamBytesUsed() + m_store.virtualMachineRam();
+}
+
 int64_t SimHandler::retrieveHyperVRamBytesUsed()
 {
     logLine("retrieveHyperVRamBytesUsed");
-    return DemoData::hyperVRamBytesUsed();
+    return retrieveRamUsed();
 }
 
 void SimHandler::retrieveHyperVNetworks(std::vector<VirtualNetwork>& result)

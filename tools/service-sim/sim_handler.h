@@ -6,8 +6,9 @@
 
 namespace CorvelSim {
 
-// The service's answers: jobs from the store, the rest from DemoData. Logs one line per call
-// (never the device token or the local-cache password).
+// The service's answers: jobs from the store, the rest from DemoData. Logs one line per call, a
+// job's whole configuration with the device token and the share credentials masked. Refuses a
+// job the real service would refuse, naming the field.
 class SimHandler : public CorvelService::CorvelServiceIf {
 public:
     explicit SimHandler(JobStore& store);
@@ -29,6 +30,9 @@ public:
     void retrieveHyperVNetworks(std::vector<CorvelService::VirtualNetwork>& result) override;
 
 private:
+    // Hyper-V's own use plus the machines of the virtualization jobs that exist.
+    int64_t retrieveRamUsed();
+
     JobStore& m_store;
 };
 

@@ -61,12 +61,16 @@ QString failureOf(const std::function<void()>& call)
 
 } // namespace
 
+Q_DECLARE_METATYPE(std::function<void(CorvelService::JobConfiguration&)>)
+
 class TestServiceSimulator : public QObject {
     Q_OBJECT
 
 private slots:
     void initTestCase();
     void allMethods();
+    void createJobChecks_data();
+    void createJobChecks();
     void faultyReplies_data();
     void faultyReplies();
     void refusesWrongClientCertificate();
@@ -111,11 +115,7 @@ void TestServiceSimulator::allMethods()
     auto client = start(sim, args);
     QVERIFY(client);
     std::vector<JobDescription> jobs;
-    JobConfiguration configuration;
-    configuration.device_name = "FS-01";
-    configuration.device_id = 40211;
-    configuration.recovery_point = "2024_05_30_02_00_00";
-    configuration.disks_names = {"Disk 0", "Disk 2"};
+    const JobConfiguration configuration = ServiceSim::validConfiguration(*client, JobType::FileRecovery);
     std::string id;
     client->createJob(id, JobType::FileRecovery, "Recover invoices", configuration);
     JobMutableSettings settings;
@@ -179,6 +179,77 @@ void TestServiceSimulator::allMethods()
     client->retrieveHyperVNetworks(networks);
     QVERIFY(networks.size() >= 2);
     QVERIFY(networks[0].id != networks[1].id && !networks[0].name.empty());
+}
+
+using Change = std::function<void(JobConfiguration&)>;
+
+void TestServiceSimulator::createJobChecks_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<Change>("change");
+    QTest::addColumn<QString>("refusal"); // empty: accepted
+    const auto row = [](const char* name, JobType::type type, Change change, const char* refusal) {
+        QTest::newRow(name) << int(type) << change << QString(refusal);
+    };
+    const Change none = [](JobConfiguration&) {};
+    row("file recovery", JobType::FileRecovery, none, "");
+    row("export", JobType::VirtualExport, none, "");
+    row("virtualization", JobType::Virtualization, none, "");
+    row("unknown type", JobType::type(7), none, "job_type: ");
+    row("forged token", JobType::FileRecovery, [](JobConfiguration& c) { c.device_token = "guess"; }, "device_token: ");
+    row("foreign restore point", JobType::FileRecovery,
+        [](JobConfiguration& c) { c.recovery_point = "2001_01_01_00_00_00"; }, "recovery_point: ");
+    row("no mount point", JobType::FileRecovery, [](JobConfiguration& c) { c.mount_point.clear(); }, "mount_point: ");
+    row("unknown disk", JobType::VirtualExport, [](JobConfiguration& c) { c.disks_names.push_back("Disk 9"); },
+        "disks_names: ");
+    row("no VM name", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.name.clear(); },
+        "vm_settings.name: ");
+    row("more memory than the host", JobType::Virtualization,
+        [](JobConfiguration& c) { c.vm_settings.ram_bytes = int64_t(1) << 50; }, "vm_settings.ram_bytes: ");
+    row("generation 3", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.generation = 3; },
+        "vm_settings.generation: ");
+    row("unknown network", JobType::Virtualization,
+        [](JobConfiguration& c) { c.vm_settings.network_adapters = {"Nowhere"}; }, "vm_settings.network_adapters: ");
+}
+
+// The simulator refuses what the real service refuses, naming the field; accepted jobs carry what
+// they were given, a virtual machine takes its memory, and the log shows every field but secrets.
+void TestServiceSimulator::createJobChecks()
+{
+    QFETCH(int, type);
+    QFETCH(Change, change);
+    QFETCH(QString, refusal);
+    ServiceSim sim;
+    auto client = start(sim);
+    QVERIFY(client);
+    const JobType::type jobType = JobType::type(type);
+    JobConfiguration configuration =
+        ServiceSim::validConfiguration(*client, type > 2 ? JobType::FileRecovery : jobType);
+    configuration.local_cache_login = "cache-user";
+    configuration.local_cache_password = "cache-secret";
+    change(configuration);
+    const int64_t ramBefore = client->retrieveHyperVRamBytesUsed();
+    std::string id;
+    const QString failure = failureOf([&] { client->createJob(id, jobType, "Quarterly check", configuration); });
+    if (!refusal.isEmpty()) {
+        QVERIFY2(failure.startsWith(QString("application %1: %2").arg(TApplicationException::UNKNOWN).arg(refusal)),
+                 qPrintable(failure));
+        return;
+    }
+    QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    std::vector<JobDescription> jobs;
+    client->getAllJobsInfo(jobs);
+    QCOMPARE(jobs.size(), size_t(1));
+    QCOMPARE(jobs[0].job_type, jobType);
+    QCOMPARE(jobs[0].description, std::string("Quarterly check"));
+    QCOMPARE(jobs[0].configuration.device_name, std::string("FS-01"));
+    QCOMPARE(client->retrieveHyperVRamBytesUsed() - ramBefore,
+             jobType == JobType::Virtualization ? configuration.vm_settings.ram_bytes : 0);
+    const QString log = sim.log();
+    QVERIFY(log.contains("createJob type=" + QString::fromStdString(to_string(jobType))));
+    QVERIFY(log.contains("recovery_point=" + QString::fromStdString(configuration.recovery_point)));
+    QVERIFY(log.contains("device_token=***") && log.contains("local_cache_password=***"));
+    QVERIFY(!log.contains("device-token-1001") && !log.contains("cache-secret") && !log.contains("cache-user"));
 }
 
 void TestServiceSimulator::faultyReplies_data()
