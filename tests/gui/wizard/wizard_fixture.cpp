@@ -223,3 +223,21 @@ bool WizardFixture::passDiskOptions(Corvel::RecoveryWizard& wizard)
 {
     return pressButton(wizard, "Next");
 }
+
+bool WizardFixture::finish(Corvel::RecoveryWizard& wizard)
+{
+    QPushButton* start = nullptr;
+    for (QPushButton* button : wizard.currentPage()->findChildren<QPushButton*>())
+        if (button->objectName() == "button_primary")
+            start = button;
+    if (!start || !start->isEnabled()) {
+        failure = "no start button on " + wizard.currentPage()->title();
+        return false;
+    }
+    clickOn(start);
+    if (!waitFor([&] { return !wizard.isVisible(); }, 2000)) {
+        failure = "the wizard stayed open";
+        return false;
+    }
+    return wizard.result() == QDialog::Accepted;
+}

@@ -47,6 +47,8 @@ struct WizardFixture {
     bool passVmSettings(Corvel::RecoveryWizard& wizard, const QString& name = "FS-01 test");
     bool passDiskOptions(Corvel::RecoveryWizard& wizard);
     bool pressButton(Corvel::RecoveryWizard& wizard, const QString& text);
+    // The last page's start button: the wizard closes accepted.
+    bool finish(Corvel::RecoveryWizard& wizard);
     QString failure;
 
     CorvelWidgets::IconFont iconFont{"velmora-iconfont", {}};
