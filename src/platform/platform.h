@@ -53,4 +53,9 @@ std::uint32_t logicalDrivesMask();
 // Total physical memory in bytes, 0 when unknown.
 std::uint64_t totalPhysicalMemory();
 
+// Makes a local-cache path reachable (UTF-8). A network share path (\\server\share\...) is
+// connected with the credentials, either of which may be empty; then the path must be an existing,
+// readable folder. 0 on success, else the system error code.
+unsigned long connectNetworkPath(const std::string& path, const std::string& login, const std::string& password);
+
 } // namespace CorvelPlatform

@@ -1,7 +1,9 @@
 #include "platform.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace CorvelPlatform {
@@ -109,6 +111,19 @@ std::uint64_t totalPhysicalMemory()
     if (pages <= 0 || pageSize <= 0)
         return 0;
     return static_cast<std::uint64_t>(pages) * static_cast<std::uint64_t>(pageSize);
+}
+
+unsigned long connectNetworkPath(const std::string& path, const std::string&, const std::string&)
+{
+    // No shares to connect here: the path must be a folder this process can list.
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0)
+        return static_cast<unsigned long>(errno);
+    if (!S_ISDIR(info.st_mode))
+        return ENOTDIR;
+    if (access(path.c_str(), R_OK | X_OK) != 0)
+        return static_cast<unsigned long>(errno);
+    return 0;
 }
 
 } // namespace CorvelPlatform

@@ -1,6 +1,7 @@
 #include "platform.h"
 
 #include <windows.h>
+#include <winnetwk.h>
 
 #include <vector>
 
@@ -143,6 +144,57 @@ std::uint64_t totalPhysicalMemory()
     if (!GlobalMemoryStatusEx(&status))
         return 0;
     return status.ullTotalPhys;
+}
+
+namespace {
+
+std::wstring wide(const std::string& utf8)
+{
+    if (utf8.empty())
+        return std::wstring();
+    const int length = MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
+    std::wstring out(static_cast<size_t>(length), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), &out[0], length);
+    return out;
+}
+
+// "\\server\share" of "\\server\share\folder\...", or empty for a local path.
+std::wstring shareRoot(const std::wstring& path)
+{
+    if (path.size() < 3 || path[0] != L'\\' || path[1] != L'\\')
+        return std::wstring();
+    const size_t server = path.find(L'\\', 2);
+    if (server == std::wstring::npos)
+        return std::wstring();
+    const size_t share = path.find(L'\\', server + 1);
+    return share == std::wstring::npos ? path : path.substr(0, share);
+}
+
+} // namespace
+
+unsigned long connectNetworkPath(const std::string& path, const std::string& login, const std::string& password)
+{
+    const std::wstring widePath = wide(path);
+    std::wstring root = shareRoot(widePath);
+    if (!root.empty()) {
+        std::wstring user = wide(login);
+        std::wstring secret = wide(password);
+        NETRESOURCEW resource{};
+        resource.dwType = RESOURCETYPE_DISK;
+        resource.lpRemoteName = &root[0];
+        const DWORD result = WNetAddConnection2W(&resource, secret.empty() ? nullptr : secret.c_str(),
+                                                 user.empty() ? nullptr : user.c_str(), 0);
+        SecureZeroMemory(&secret[0], secret.size() * sizeof(wchar_t));
+        // Already connected (with these or other credentials) is fine when the folder can be read.
+        if (result != NO_ERROR && result != ERROR_SESSION_CREDENTIAL_CONFLICT && result != ERROR_ALREADY_ASSIGNED)
+            return result;
+    }
+    const DWORD attributes = GetFileAttributesW(widePath.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return GetLastError();
+    if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
+        return ERROR_DIRECTORY;
+    return 0;
 }
 
 } // namespace CorvelPlatform

@@ -2,6 +2,7 @@
 
 #include "cloud/vusk_request.h"
 #include "core/hyperv_check.h"
+#include "localcache/local_cache_check.h"
 #include "platform/platform.h"
 #include "service/service_connection.h"
 #include "wizard/pages/page_bmr_settings.h"
@@ -38,6 +39,11 @@ RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& i
 
     PageContext pages{m_context.session, m_context.settings, *m_context.cloud, m_context.connection.factory(),
                       m_context.tokenSource, m_context.localCacheCheck};
+    if (!pages.localCacheCheck)
+        pages.localCacheCheck = [](const std::string& path, const std::string& login, const std::string& password,
+                                   const std::string& passphrase) {
+            return checkLocalCache(path, login, password, passphrase);
+        };
     registerPage(RecoveryType, new PageRecoveryType(&m_values.recoveryType, hyperV, iconFont));
     registerPage(VirtualDiskType, new PageVirtualDiskType(&m_values.virtualDiskType, iconFont));
     registerPage(BMRSettings, new PageBMRSettings(m_context.settings, iconFont));

@@ -1,0 +1,124 @@
+#include "localcache/local_cache_check.h"
+
+#include "mirel.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <vector>
+
+namespace Corvel {
+
+namespace {
+
+constexpr size_t ErrorBufferBytes = 32768;
+
+// True on success; otherwise prints the error, frees it and reports failure.
+bool succeeded(mirel_error* error)
+{
+    if (!error)
+        return true;
+    std::vector<char> buffer(ErrorBufferBytes);
+    mirel_error_print(error, buffer.data(), buffer.size());
+    mirel_error_free(error);
+    std::printf("Mirel error: %s\n", buffer.data());
+    std::fflush(stdout);
+    return false;
+}
+
+mirel_keyring* keyringFrom(const std::string& passphrase)
+{
+    mirel_keyring* keyring = mirel_keyring_create();
+    if (!keyring)
+        return nullptr;
+    const std::string slot = "ckms=" + passphrase;
+    if (!succeeded(mirel_keyring_add_slot(keyring, slot.c_str()))) {
+        mirel_keyring_free(keyring);
+        return nullptr;
+    }
+    return keyring;
+}
+
+} // namespace
+
+bool canWriteIn(const std::string& path)
+{
+    namespace fs = std::filesystem;
+    std::error_code code;
+    if (!fs::is_directory(fs::path(path), code))
+        return false;
+    std::random_device random;
+    const fs::path file = fs::path(path) / ("corvel-write-test-" + std::to_string(random()) + ".tmp");
+    {
+        std::ofstream out(file, std::ios::binary | std::ios::trunc);
+        if (!out)
+            return false;
+        out << "test";
+        out.flush();
+        const bool written = bool(out);
+        out.close();
+        if (!written || out.fail()) {
+            fs::remove(file, code);
+            return false;
+        }
+    }
+    return fs::remove(file, code) && !code;
+}
+
+std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
+                             const std::string& passphrase)
+{
+    return checkLocalCache(path, login, password, passphrase, &canWriteIn);
+}
+
+std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
+                             const std::string& passphrase, const WriteTest& writeTest)
+{
+    if (!succeeded(mirel_setup_remote_connection(path.c_str(), login.c_str(), password.c_str())))
+        return LocalCacheUnreachable;
+
+    mirel_builder* builder = mirel_builder_read_only(mirel_builder_path(mirel_builder_new(), path.c_str()), 1);
+    mirel_keyring* keyring = keyringFrom(passphrase);
+    std::int32_t result = LocalCacheNotARepository;
+    if (!keyring) {
+        result = LocalCacheNoKeyring;
+    } else if (!succeeded(mirel_builder_keyring(builder, keyring, 0))) {
+        result = LocalCacheKeyRefused;
+    } else {
+        mirel_repository* repository = nullptr;
+        succeeded(mirel_builder_open(builder, &repository));
+        builder = nullptr; // consumed, whatever happened
+        if (repository) {
+            result = writeTest && writeTest(path) ? LocalCacheOpened : LocalCacheNotWritable;
+            mirel_close(repository);
+        }
+    }
+    if (keyring)
+        mirel_keyring_free(keyring);
+    if (builder)
+        mirel_builder_close(builder);
+    return result;
+}
+
+const char* describeLocalCacheCheck(std::int32_t result)
+{
+    switch (result) {
+    case LocalCacheOpened:
+        return "the local cache opened and its folder is writable";
+    case LocalCacheNotWritable:
+        return "the local cache opened, but nothing can be written in its folder (read-only)";
+    case LocalCacheUnreachable:
+        return "the path cannot be reached (missing, not a folder, or the share refused the credentials)";
+    case LocalCacheNoKeyring:
+        return "no keyring could be made from the passphrase (is it empty?)";
+    case LocalCacheKeyRefused:
+        return "the local cache does not open with this passphrase";
+    case LocalCacheNotARepository:
+        return "there is no local cache at this path, or it is damaged";
+    default:
+        return "unknown result";
+    }
+}
+
+} // namespace Corvel
