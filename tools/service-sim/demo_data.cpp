@@ -1,5 +1,7 @@
 #include "demo_data.h"
 
+#include <map>
+
 #include <cstdio>
 
 namespace CorvelSim {
@@ -169,6 +171,17 @@ JobConfiguration demoConfiguration(int n, JobType::type type)
         break;
     }
     return c;
+}
+
+std::string encryptionPassphrase(int64_t deviceId)
+{
+    // Kept in step with tools/cloud-sim/cloud_sim.py.
+    static const std::map<int64_t, std::string> passphrases = {
+        {1001, "amber-falcon-42"}, {1002, "copper-heron-17"}, {1003, "slate-otter-88"},    {1201, "linen-kite-05"},
+        {1301, "quiet river stone"}, {2101, "birch-lantern-31"}, {3101, "cobalt-meadow-64"},
+    };
+    const auto it = passphrases.find(deviceId);
+    return it == passphrases.end() ? std::string() : it->second;
 }
 
 } // namespace DemoData

@@ -34,5 +34,8 @@ CorvelService::JobConfiguration demoConfiguration(int n, CorvelService::JobType:
 
 uint64_t hash(const std::string& text);
 
+// The encryption passphrase the cloud simulator gives each demo device; empty for others.
+std::string encryptionPassphrase(int64_t deviceId);
+
 } // namespace DemoData
 } // namespace CorvelSim

@@ -1,6 +1,7 @@
 #include "job_check.h"
 
 #include "demo_data.h"
+#include "localcache/local_cache_check.h"
 
 #include <algorithm>
 #include <sstream>
@@ -68,6 +69,14 @@ std::string jobRefusal(JobType::type type, const JobConfiguration& c, const QDat
     }
     if (c.mount_point.empty())
         return "mount_point: missing";
+    if (!c.local_cache_path.empty()) {
+        const std::int32_t result =
+            Corvel::checkLocalCache(c.local_cache_path, c.local_cache_login, c.local_cache_password,
+                                    DemoData::encryptionPassphrase(c.device_id));
+        if (result != Corvel::LocalCacheOpened && result != Corvel::LocalCacheNotWritable)
+            return "local_cache_path: the local cache does not open (" + std::to_string(result) + ": "
+                   + Corvel::describeLocalCacheCheck(result) + ")";
+    }
     if (type != JobType::Virtualization)
         return {};
     const VMSettings& vm = c.vm_settings;

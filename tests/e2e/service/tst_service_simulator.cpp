@@ -208,6 +208,8 @@ void TestServiceSimulator::createJobChecks_data()
         [](JobConfiguration& c) { c.vm_settings.ram_bytes = int64_t(1) << 50; }, "vm_settings.ram_bytes: ");
     row("generation 3", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.generation = 3; },
         "vm_settings.generation: ");
+    row("no local cache there", JobType::FileRecovery,
+        [](JobConfiguration& c) { c.local_cache_path = "/nonexistent/cache"; }, "local_cache_path: ");
     row("unknown network", JobType::Virtualization,
         [](JobConfiguration& c) { c.vm_settings.network_adapters = {"Nowhere"}; }, "vm_settings.network_adapters: ");
 }
