@@ -50,8 +50,13 @@ void DateLineEditWithButtonsDaysMove::setAvailableDates(const QList<QDate>& date
     calendar->setDateTextFormat(QDate(), QTextCharFormat());
     if (!dates.isEmpty()) {
         calendar->setDateRange(dates.last(), dates.first());
-        for (const QDate& date : dates)
-            calendar->setDateTextFormat(date, m_popup->availableFormat());
+        // A day with several restore points is listed several times; it needs its format once.
+        QDate previous;
+        for (const QDate& date : dates) {
+            if (date != previous)
+                calendar->setDateTextFormat(date, m_popup->availableFormat());
+            previous = date;
+        }
     }
     m_availableDates = dates;
     if (!dates.isEmpty()) {
