@@ -2,6 +2,7 @@
 // developer can look at them: wizard_screenshots OUTPUT_FOLDER [partner|client]
 #include "wizard_fixture.h"
 
+#include "jobs/job_started_window.h"
 #include "testsupport/test_tokens.h"
 #include "wizard/recovery_wizard_page.h"
 #include "wizard/resizable_stacked_widget.h"
@@ -90,5 +91,8 @@ int main(int argc, char** argv)
     auto wizard = fixture.makeWizard(false);
     wizard->show();
     shoot(*wizard, "recovery-type-without-hyper-v");
+    CvJobs::JobStartedWindow started(iconFont, nullptr, CorvelService::JobType::FileRecovery);
+    started.show();
+    shoot(started, "job-started");
     return ok ? 0 : 1;
 }
