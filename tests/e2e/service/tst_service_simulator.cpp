@@ -162,23 +162,6 @@ void TestServiceSimulator::allMethods()
     QVERIFY(waitForJob(*client, id, [](const JobDescription* j) { return !j; }));
     client->getAllJobsInfo(jobs);
     QVERIFY(jobs.empty());
-
-    std::vector<std::string> points;
-    client->retrieveRestorePoints(points, "backup-1.cloud.invalid", "token-a");
-    const auto valid = std::find_if(points.begin(), points.end(), [](const std::string& point) {
-        return QDateTime::fromString(QString::fromStdString(point), "yyyy_MM_dd_hh_mm_ss").isValid();
-    });
-    QVERIFY(valid != points.end());
-    std::vector<DiskInfo> disks;
-    client->retrieveMetadata(disks, "backup-1.cloud.invalid", "token-a", *valid);
-    QCOMPARE(std::count_if(disks.begin(), disks.end(), [](const DiskInfo& d) { return d.is_system; }), 1L);
-    QVERIFY(!disks[0].volumes.empty() && disks[0].volumes[0].size > 0);
-
-    QVERIFY(client->retrieveHyperVRamBytesUsed() > 0);
-    std::vector<VirtualNetwork> networks;
-    client->retrieveHyperVNetworks(networks);
-    QVERIFY(networks.size() >= 2);
-    QVERIFY(networks[0].id != networks[1].id && !networks[0].name.empty());
 }
 
 using Change = std::function<void(JobConfiguration&)>;
