@@ -1,7 +1,7 @@
 #include "wizard/pages/page_bmr_settings.h"
 
 #include "widgets/icon_font.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 
 #include <QDebug>
 #include <QDesktopServices>
@@ -49,14 +49,10 @@ PageBMRSettings::PageBMRSettings(const Settings& settings, const CorvelWidgets::
     close->setObjectName("button_primary");
     close->setAccessibleName("Close");
     connect(close, &QPushButton::clicked, this, &RecoveryWizardPage::closeWizard);
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(close);
+    auto* buttons = PageParts::footer({}, {back, close});
     contentLayout()->addWidget(header);
     contentLayout()->addWidget(description);
     contentLayout()->addWidget(tile);

@@ -3,7 +3,7 @@
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
 
@@ -23,33 +23,22 @@ namespace Corvel {
 
 using namespace CorvelService;
 
-namespace {
-
-QLabel* label(const QString& text, const char* objectName)
-{
-    auto* label = new QLabel(text);
-    label->setObjectName(objectName);
-    return label;
-}
-
-} // namespace
-
 PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageContext& context,
                                      const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Physical Disks", parent), m_values(values),
       m_serviceFactory(context.serviceFactory), m_retries(context.settings.connectionRetriesNumber()),
       m_diskList(new QWidget), m_diskLayout(new QVBoxLayout(m_diskList)), m_exportRow(new QWidget),
       m_dynamic(new QCheckBox("Create Dynamic (Thin) Disk Volumes")), m_loader(new CorvelWidgets::LoaderWidget),
-      m_next(PageButtons::next(iconFont))
+      m_next(PageParts::next(iconFont))
 {
     m_diskLayout->setContentsMargins(0, 0, 0, 0);
     auto* exportLayout = new QVBoxLayout(m_exportRow);
     exportLayout->setContentsMargins(0, 0, 0, 0);
-    exportLayout->addWidget(label("EXPORT TYPE:", "field_label"));
-    exportLayout->addWidget(label("*Default disk volume export type is Static(Thick)", "note_label"));
+    exportLayout->addWidget(PageParts::label("EXPORT TYPE:", "field_label"));
+    exportLayout->addWidget(PageParts::label("*Default disk volume export type is Static(Thick)", "note_label"));
     exportLayout->addWidget(m_dynamic);
 
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connect(m_next, &QPushButton::clicked, this, [this] {
         writeValues();
@@ -58,17 +47,12 @@ PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageCon
     m_next->setEnabled(false);
     connect(&m_watcher, &QFutureWatcher<Metadata>::finished, this, &PageDisksSelector::onMetadataFinished);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addWidget(m_loader);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({m_loader}, {back, m_next});
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(label("<b>Which Physical Disk Do You Want To Restore?</b>", "sub_header"));
-    layout->addWidget(label("AVAILABLE DISKS:", "field_label"));
-    layout->addWidget(label("*Some disks might not be exported (if all volumes excluded)", "note_label"));
+    layout->addWidget(PageParts::label("<b>Which Physical Disk Do You Want To Restore?</b>", "sub_header"));
+    layout->addWidget(PageParts::label("AVAILABLE DISKS:", "field_label"));
+    layout->addWidget(PageParts::label("*Some disks might not be exported (if all volumes excluded)", "note_label"));
     layout->addWidget(m_diskList);
     layout->addWidget(m_exportRow);
     layout->addStretch();

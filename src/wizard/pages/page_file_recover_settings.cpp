@@ -4,7 +4,7 @@
 #include "widgets/cv_dir_selector.h"
 #include "widgets/icon_font.h"
 #include "widgets/styled_combobox.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/wizard_rules.h"
 
 #include <QGroupBox>
@@ -75,7 +75,7 @@ PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint,
         m_driveCombo->setEnabled(checked);
         m_dirSelector->setEnabled(!checked);
     });
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connect(m_start, &QPushButton::clicked, this, &RecoveryWizardPage::completeWizard);
 
@@ -86,11 +86,7 @@ PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint,
     groupLayout->addWidget(m_pathButton);
     groupLayout->addWidget(m_dirSelector);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_start);
+    auto* buttons = PageParts::footer({}, {back, m_start});
     QVBoxLayout* layout = contentLayout();
     layout->setSpacing(0);
     layout->setContentsMargins(0, 0, 0, 0);

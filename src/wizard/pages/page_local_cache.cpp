@@ -7,7 +7,7 @@
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/restore_points.h"
 
@@ -28,13 +28,6 @@ namespace {
 
 const QString ErrorTitle = QStringLiteral("local cache page error");
 
-QLabel* label(const QString& text, const char* objectName)
-{
-    auto* label = new QLabel(text);
-    label->setObjectName(objectName);
-    return label;
-}
-
 } // namespace
 
 PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& context,
@@ -44,8 +37,8 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
       m_cacheButton(new QRadioButton("Restore using a local cache")),
       m_path(new CorvelWidgets::CvDirSelector("C:\\", iconFont, false)),
       m_credentials(new CorvelWidgets::CvCredentialsEditor(iconFont)), m_description(new QLineEdit),
-      m_loader(new CorvelWidgets::LoaderWidget), m_back(PageButtons::back(iconFont)),
-      m_cancel(new QPushButton("Cancel")), m_next(PageButtons::next(iconFont))
+      m_loader(new CorvelWidgets::LoaderWidget), m_back(PageParts::back(iconFont)),
+      m_cancel(new QPushButton("Cancel")), m_next(PageParts::next(iconFont))
 {
     m_summary->setTextFormat(Qt::RichText);
     m_cloudButton->setChecked(true);
@@ -75,25 +68,19 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     connect(m_cancel, &QPushButton::clicked, this, &RecoveryWizardPage::closeWizard);
     connect(m_next, &QPushButton::clicked, this, &PageLocalCache::onNext);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addWidget(m_loader);
-    buttons->addStretch();
-    buttons->addWidget(m_back);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({m_loader}, {m_back, m_cancel, m_next});
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(label("<b>How Do You Want to Retrieve the Data?</b>", "sub_header"));
+    layout->addWidget(PageParts::label("<b>How Do You Want to Retrieve the Data?</b>", "sub_header"));
     layout->addWidget(m_summary);
-    layout->addWidget(label("You have the option to accelerate your restore by reading<br/>data previously stored in "
+    layout->addWidget(PageParts::label("You have the option to accelerate your restore by reading<br/>data previously stored in "
                             "a \"local cache\" instead of data<br/>from the cloud.",
                             "wizard_page_desription"));
     layout->addWidget(m_cloudButton);
     layout->addWidget(m_cacheButton);
     layout->addWidget(m_path);
     layout->addWidget(m_credentials);
-    layout->addWidget(label("RECOVERY DESCRIPTION (OPTIONAL):", "field_label"));
+    layout->addWidget(PageParts::label("RECOVERY DESCRIPTION (OPTIONAL):", "field_label"));
     layout->addWidget(m_description);
     layout->addLayout(buttons);
     finishLayout(true);

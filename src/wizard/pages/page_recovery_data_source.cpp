@@ -6,7 +6,7 @@
 #include "widgets/loader_widget.h"
 #include "widgets/styled_combobox.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 
 #include <QAction>
@@ -29,13 +29,6 @@ namespace {
 constexpr int ClientIdRole = Qt::UserRole + 5;
 const QString CallName = QStringLiteral("Clients request");
 
-QLabel* fieldLabel(const QString& text)
-{
-    auto* label = new QLabel(text);
-    label->setObjectName("field_label_rec_point");
-    return label;
-}
-
 } // namespace
 
 PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, const PageContext& context,
@@ -44,7 +37,7 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
       m_retry(&context.session, this, context.settings.connectionRetriesNumber(), context.settings.authUrl()),
       m_role(context.session.userData().role), m_dataSources(new CorvelWidgets::StyledCombobox(nullptr, false)),
       m_devices(new CorvelWidgets::StyledCombobox(nullptr, false)), m_loader(new CorvelWidgets::LoaderWidget),
-      m_next(PageButtons::next(iconFont))
+      m_next(PageParts::next(iconFont))
 {
     qRegisterMetaType<ClientDataSource>("ClientDataSource");
     qRegisterMetaType<ProtectedDevice>("ProtectedDevice");
@@ -53,12 +46,12 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
     auto* header = new QLabel("<b>What Do You Want To Restore?</b>");
     header->setObjectName("sub_header");
 
-    QLabel* clientLabel = fieldLabel("CLIENT:");
+    QLabel* clientLabel = PageParts::label("CLIENT:", "field_label_rec_point");
     m_search = new QLineEdit;
     m_search->setAccessibleName("CLIENT:");
     m_search->addAction(iconFont.icon(0xE95A, {{"color", "#878C96"}, {"color-active", "#FF6e21"}}),
                         QLineEdit::LeadingPosition);
-    QLabel* resultsLabel = fieldLabel("RESULTS:");
+    QLabel* resultsLabel = PageParts::label("RESULTS:", "field_label_rec_point");
     m_clientList = new QListWidget;
     m_clientList->setObjectName("new_job_wizard_list");
     m_clientList->setAccessibleName("RESULTS:");
@@ -70,17 +63,12 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
 
     m_dataSources->setAccessibleName("DATA SOURCE:");
     m_devices->setAccessibleName("PROTECTED SYSTEM:");
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connectNext(m_next, PageFlow::AfterDataSource);
     m_next->setEnabled(false);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addWidget(m_loader);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({m_loader}, {back, m_next});
 
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
@@ -89,9 +77,9 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
     for (QWidget* widget : {static_cast<QWidget*>(clientLabel), static_cast<QWidget*>(m_search),
                             static_cast<QWidget*>(resultsLabel), static_cast<QWidget*>(m_clientList), separator})
         layout->addWidget(widget);
-    layout->addWidget(fieldLabel("DATA SOURCE:"));
+    layout->addWidget(PageParts::label("DATA SOURCE:", "field_label_rec_point"));
     layout->addWidget(m_dataSources);
-    layout->addWidget(fieldLabel("PROTECTED SYSTEM:"));
+    layout->addWidget(PageParts::label("PROTECTED SYSTEM:", "field_label_rec_point"));
     layout->addWidget(m_devices);
     layout->addLayout(buttons);
     finishLayout(true);

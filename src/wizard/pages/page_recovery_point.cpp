@@ -6,7 +6,7 @@
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/restore_points.h"
 
@@ -32,13 +32,6 @@ namespace {
 // a text there makes the view reserve an icon's room in front of every time.)
 constexpr int NameRole = Qt::UserRole;
 
-QLabel* fieldLabel(const QString& text)
-{
-    auto* label = new QLabel(text);
-    label->setObjectName("field_label_rec_point");
-    return label;
-}
-
 } // namespace
 
 PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageContext& context,
@@ -47,7 +40,7 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
       m_serviceFactory(context.serviceFactory), m_retries(context.settings.connectionRetriesNumber()),
       m_retry(&context.session, this, m_retries, context.settings.authUrl()),
       m_datePicker(new CorvelWidgets::DateLineEditWithButtonsDaysMove("mm/dd/yyyy", iconFont)),
-      m_timeList(new QListWidget), m_loader(new CorvelWidgets::LoaderWidget), m_next(PageButtons::next(iconFont))
+      m_timeList(new QListWidget), m_loader(new CorvelWidgets::LoaderWidget), m_next(PageParts::next(iconFont))
 {
     m_retry.setTokenSource(context.tokenSource);
 
@@ -59,7 +52,7 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
     m_timeList->horizontalScrollBar()->setObjectName("new_job_wizard_list_scroll_bar");
     m_datePicker->setAccessibleName("SNAPSHOT DATE:");
 
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connect(m_next, &QPushButton::clicked, this, [this] {
         if (const auto next = PageFlow::afterRecoveryPoint(m_values->recoveryType))
@@ -67,19 +60,14 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
     });
     m_next->setEnabled(false);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addWidget(m_loader);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({m_loader}, {back, m_next});
 
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(header);
-    layout->addWidget(fieldLabel("SNAPSHOT DATE:"));
+    layout->addWidget(PageParts::label("SNAPSHOT DATE:", "field_label_rec_point"));
     layout->addWidget(m_datePicker);
-    layout->addWidget(fieldLabel("SNAPSHOT TIME:"));
+    layout->addWidget(PageParts::label("SNAPSHOT TIME:", "field_label_rec_point"));
     layout->addWidget(m_timeList);
     layout->addLayout(buttons);
     finishLayout(true);

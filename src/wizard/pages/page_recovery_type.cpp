@@ -3,6 +3,7 @@
 #include "widgets/cv_wizard_button.h"
 #include "widgets/icon_font.h"
 #include "wizard/page_flow.h"
+#include "wizard/pages/page_parts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -63,10 +64,7 @@ PageRecoveryType::PageRecoveryType(std::optional<JobType::type>* recoveryType, b
     m_cancel->setAccessibleName("Cancel");
     connectBack(m_cancel);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(m_cancel);
+    auto* buttons = PageParts::footer({}, {m_cancel});
 
     QVBoxLayout* layout = contentLayout();
     layout->setSpacing(0);

@@ -2,7 +2,7 @@
 
 #include "widgets/cv_dir_selector.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
 
@@ -21,13 +21,6 @@ using CorvelService::VirtualDiskType;
 
 namespace {
 
-QLabel* label(const QString& text, const char* objectName)
-{
-    auto* label = new QLabel(text);
-    label->setObjectName(objectName);
-    return label;
-}
-
 QString defaultStorageFolder()
 {
     return qEnvironmentVariable("LOCALAPPDATA") + "\\Hyper-V";
@@ -39,7 +32,7 @@ PageVirtualDiskOptions::PageVirtualDiskOptions(RecoveryWizardVmSettings* vmSetti
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Virtual Disk Options", parent), m_vm(vmSettings),
       m_dirSelector(new CorvelWidgets::CvDirSelector(defaultStorageFolder(), iconFont, false)),
-      m_next(PageButtons::next(iconFont))
+      m_next(PageParts::next(iconFont))
 {
     m_formats[VirtualDiskType::VhdGenOne] = new QRadioButton("VHD (2TiB Maximum Disk Size)");
     m_formats[VirtualDiskType::VhdxGenTwo] = new QRadioButton("VHDX");
@@ -54,26 +47,22 @@ PageVirtualDiskOptions::PageVirtualDiskOptions(RecoveryWizardVmSettings* vmSetti
         m_vm->storageLocation = path;
         updateNext();
     });
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connect(m_next, &QPushButton::clicked, this, &PageVirtualDiskOptions::goNext);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({}, {back, m_next});
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(label("<b>How do you want to mount the Virtual Disk image(s)?</b>", "sub_header"));
-    layout->addWidget(label("Select the Virtual Disk Format you wish to use. VHD(Legacy)<br/>disks have a maximum 2TiB "
+    layout->addWidget(PageParts::label("<b>How do you want to mount the Virtual Disk image(s)?</b>", "sub_header"));
+    layout->addWidget(PageParts::label("Select the Virtual Disk Format you wish to use. VHD(Legacy)<br/>disks have a maximum 2TiB "
                             "capacity limit. VHDX(Modern) disks<br/>are required for larger volume sizes",
                             "wizard_page_desription"));
-    layout->addWidget(label("Virtual Disk Format:", "field_label"));
+    layout->addWidget(PageParts::label("Virtual Disk Format:", "field_label"));
     for (const auto& entry : m_formats)
         layout->addWidget(entry.second);
-    layout->addWidget(label("Virtual Machine Storage Location:", "field_label"));
-    layout->addWidget(label("Select the location where the Virtual Machine configuration<br/>files will be created",
+    layout->addWidget(PageParts::label("Virtual Machine Storage Location:", "field_label"));
+    layout->addWidget(PageParts::label("Select the location where the Virtual Machine configuration<br/>files will be created",
                             "wizard_page_desription"));
     layout->addWidget(m_dirSelector);
     layout->addStretch();

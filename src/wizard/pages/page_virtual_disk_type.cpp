@@ -3,7 +3,7 @@
 #include "widgets/cv_wizard_button.h"
 #include "widgets/icon_font.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -60,12 +60,9 @@ PageVirtualDiskType::PageVirtualDiskType(VirtualDiskType::type* virtualDiskType,
         layout->addWidget(tile);
         m_tiles.append(tile);
     }
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
+    auto* buttons = PageParts::footer({}, {back});
     layout->addLayout(buttons);
     finishLayout(false);
 }

@@ -3,7 +3,7 @@
 #include "widgets/cv_wizard_button.h"
 #include "widgets/icon_font.h"
 #include "wizard/page_flow.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -35,13 +35,10 @@ PageVirtualizationType::PageVirtualizationType(VirtualizationType::type* virtual
             [this] { *m_virtualizationType = VirtualizationType::Production; });
     connectNext(m_test, PageFlow::AfterVirtualizationType);
     connectNext(m_production, PageFlow::AfterVirtualizationType);
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
+    auto* buttons = PageParts::footer({}, {back});
     QVBoxLayout* layout = contentLayout();
     layout->setSpacing(0);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -3,7 +3,7 @@
 #include "platform/platform.h"
 #include "wizard/page_flow.h"
 #include "wizard/pages/cv_networks_selector.h"
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
 
@@ -34,13 +34,6 @@ namespace {
 constexpr quint64 MiB = 1048576;
 const QColor ErrorColour("#E0301E");
 
-QLabel* label(const QString& text, const char* objectName = "field_label")
-{
-    auto* label = new QLabel(text);
-    label->setObjectName(objectName);
-    return label;
-}
-
 QSpinBox* spin(int minimum, int maximum, qint64 value, const QString& name)
 {
     auto* box = new QSpinBox;
@@ -56,7 +49,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
                                const PageContext& context, const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent), m_vm(vmSettings),
       m_systemDiskStyle(systemDiskStyle), m_name(new QLineEdit), m_ram(new QComboBox),
-      m_ramInfo(label(QString(), "ram_cores_info")),
+      m_ramInfo(PageParts::label(QString(), "ram_cores_info")),
       m_cores(spin(1, QThread::idealThreadCount(), 1, "CPU Cores:")),
       m_reserve(spin(0, 100, 0, "VIRTUAL MACHINE RESERVE (Percentage):")),
       m_limit(spin(0, 100, 100, "VIRTUAL MACHINE LIMIT (Percentage):")),
@@ -64,7 +57,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
       m_generation2(new QRadioButton("Hyper-V (Generation 2)")),
       m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start")),
       m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont)),
-      m_next(PageButtons::next(iconFont))
+      m_next(PageParts::next(iconFont))
 {
     m_name->setPlaceholderText("Enter VM name");
     m_name->setMaxLength(128);
@@ -90,49 +83,45 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     connect(m_boot, &QCheckBox::toggled, this, [this](bool checked) { m_vm->bootOnStart = checked; });
     connect(m_networks, &CorvelWidgets::CvNetworksSelector::onNetworkSelectionChanged, this,
             [this](const QStringList& networks) { m_vm->networkAdapters = networks; });
-    QPushButton* back = PageButtons::back(iconFont);
+    QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     connectNext(m_next, PageFlow::AfterVmSettings);
 
     auto* form = new QGridLayout;
     form->setHorizontalSpacing(12);
     int row = 0;
-    form->addWidget(label("NAME:"), row, 0);
+    form->addWidget(PageParts::label("NAME:"), row, 0);
     form->addWidget(m_name, row++, 1, 1, 2);
-    form->addWidget(label("RAM:"), row, 0);
+    form->addWidget(PageParts::label("RAM:"), row, 0);
     form->addWidget(m_ram, row, 1);
-    form->addWidget(label("MiB"), row++, 2);
+    form->addWidget(PageParts::label("MiB"), row++, 2);
     form->addWidget(m_ramInfo, row++, 1, 1, 2);
-    form->addWidget(label("CPU Cores:"), row, 0);
+    form->addWidget(PageParts::label("CPU Cores:"), row, 0);
     form->addWidget(m_cores, row++, 1);
-    form->addWidget(label("Host CPU Cores: " + QString::number(QThread::idealThreadCount()), "ram_cores_info"), row++,
+    form->addWidget(PageParts::label("Host CPU Cores: " + QString::number(QThread::idealThreadCount()), "ram_cores_info"), row++,
                     1, 1, 2);
-    form->addWidget(label("VIRTUAL MACHINE RESERVE (Percentage):"), row, 0);
+    form->addWidget(PageParts::label("VIRTUAL MACHINE RESERVE (Percentage):"), row, 0);
     form->addWidget(m_reserve, row++, 1);
-    form->addWidget(label("VIRTUAL MACHINE LIMIT (Percentage):"), row, 0);
+    form->addWidget(PageParts::label("VIRTUAL MACHINE LIMIT (Percentage):"), row, 0);
     form->addWidget(m_limit, row++, 1);
-    form->addWidget(label("RELATIVE WEIGHT:"), row, 0);
+    form->addWidget(PageParts::label("RELATIVE WEIGHT:"), row, 0);
     form->addWidget(m_weight, row++, 1);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setContentsMargins(0, 30, 0, 0);
-    buttons->addStretch();
-    buttons->addWidget(back);
-    buttons->addWidget(m_next);
+    auto* buttons = PageParts::footer({}, {back, m_next});
 
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
+    layout->addWidget(PageParts::label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
     layout->addLayout(form);
-    layout->addWidget(label("Virtual Machine Type:"));
-    layout->addWidget(label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
+    layout->addWidget(PageParts::label("Virtual Machine Type:"));
+    layout->addWidget(PageParts::label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
                             "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
                             "Generation 2",
                             "wizard_page_desription"));
     layout->addWidget(m_generation1);
-    layout->addWidget(label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
+    layout->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
     layout->addWidget(m_generation2);
-    layout->addWidget(label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
+    layout->addWidget(PageParts::label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
     layout->addWidget(m_boot);
     layout->addWidget(m_networks);
     layout->addLayout(buttons);

@@ -21,13 +21,6 @@ using CorvelWidgets::MessageBox;
 
 namespace {
 
-QStringList boxes()
-{
-    QStringList shown;
-    for (const auto& box : MessageBox::shown())
-        shown << box.title + ": " + box.text;
-    return shown;
-}
 
 } // namespace
 
@@ -106,12 +99,12 @@ private slots:
         QVERIFY(!page->loader()->isVisible());
         QVERIFY(page->nextButton()->isEnabled());
         if (box.isEmpty()) {
-            QCOMPARE(boxes(), QStringList{});
+            QCOMPARE(shownBoxes(), QStringList{});
             QCOMPARE(wizard->currentPage()->title(), QString("Recovery Settings"));
             QVERIFY(wizard->values().localCacheReadOnly);
             return;
         }
-        QCOMPARE(boxes(), QStringList{"local cache page error: " + box});
+        QCOMPARE(shownBoxes(), QStringList{"local cache page error: " + box});
         QCOMPARE(wizard->currentPage(), page);
         QCOMPARE(wizard->values().localCacheReadOnly, before.localCacheReadOnly);
         QCOMPARE(wizard->values().localCachePath, QString("/srv/cache"));
@@ -131,8 +124,8 @@ private slots:
         auto* page = static_cast<PageLocalCache*>(wizard->currentPage());
         page->cacheButton()->click();
         page->nextButton()->click();
-        QTRY_COMPARE(boxes().size(), 1);
-        QCOMPARE(boxes().first(),
+        QTRY_COMPARE(shownBoxes().size(), 1);
+        QCOMPARE(shownBoxes().first(),
                  QString("local cache page error: Failed to get device encryption passphrase.\nError code: 503, "
                          "reason: busy"));
         QVERIFY(fixture.cacheChecks.isEmpty());
@@ -168,8 +161,8 @@ private slots:
         page->cacheButton()->click();
         page->pathSelector()->lineEdit()->setText(root.path());
         page->nextButton()->click();
-        QTRY_COMPARE(boxes().size(), 1);
-        QCOMPARE(boxes().first(),
+        QTRY_COMPARE(shownBoxes().size(), 1);
+        QCOMPARE(shownBoxes().first(),
                  QString("local cache page error: Error, specified path does not contain a Local Cache repository."));
         page->pathSelector()->lineEdit()->setText(repository);
         page->nextButton()->click();

@@ -34,13 +34,6 @@ QList<int> history(const RecoveryWizard& wizard)
     return QList<int>(wizard.history().begin(), wizard.history().end());
 }
 
-QStringList boxes()
-{
-    QStringList shown;
-    for (const auto& box : MessageBox::shown())
-        shown << box.title + ": " + box.text;
-    return shown;
-}
 
 } // namespace
 
@@ -234,7 +227,7 @@ private slots:
         QTRY_VERIFY(!page->loader()->isVisible());
         QTRY_COMPARE(fixture.service->callCount("retrieveRestorePoints"), calls);
         QCOMPARE(log.texts().filter("Retrying attempts left"), retryLines);
-        QCOMPARE(boxes(), box.isEmpty() ? QStringList{} : QStringList{box});
+        QCOMPARE(shownBoxes(), box.isEmpty() ? QStringList{} : QStringList{box});
         QStringList shown;
         for (int i = 0; i < page->timeList()->count(); ++i)
             shown << page->timeList()->item(i)->text();
@@ -263,9 +256,9 @@ private slots:
         QVERIFY(fixture.passDataSource(*wizard));
         LogCapture log;
         QVERIFY(fixture.passRecoveryPoint(*wizard));
-        QTRY_COMPARE(boxes().size(), 1);
+        QTRY_COMPARE(shownBoxes().size(), 1);
         QCOMPARE(fixture.service->callCount("retrieveMetadata"), 3);
-        QCOMPARE(boxes().first(), QString("Corvel error: Failed to load disks metadata, please make sure that the "
+        QCOMPARE(shownBoxes().first(), QString("Corvel error: Failed to load disks metadata, please make sure that the "
                                           "Corvel service is installed and running"));
         QVERIFY(log.contains(QtCriticalMsg, "Failed to get metadata. All attempts exhausted."));
         QVERIFY(!static_cast<PageDisksSelector*>(wizard->currentPage())->nextButton()->isEnabled());

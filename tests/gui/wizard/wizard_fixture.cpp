@@ -2,6 +2,7 @@
 
 #include "core/style_sheet.h"
 #include "widgets/cv_wizard_button.h"
+#include "widgets/message_box.h"
 #include "wizard/recovery_wizard_page.h"
 
 #include <QApplication>
@@ -121,6 +122,14 @@ CorvelWidgets::IconFont applyConsoleLook()
                                                     "velmora-iconfont"))
         return *loaded;
     return CorvelWidgets::IconFont("velmora-iconfont", {});
+}
+
+QStringList shownBoxes()
+{
+    QStringList shown;
+    for (const auto& box : CorvelWidgets::MessageBox::shown())
+        shown << box.title + ": " + box.text;
+    return shown;
 }
 
 void clickOn(QWidget* widget)

@@ -21,6 +21,9 @@ class RecoveryWizardPage;
 // Loads the console's fonts, icon font and style sheet as start-up does (for screenshots).
 CorvelWidgets::IconFont applyConsoleLook();
 
+// "title: text" of every message box shown since the last MessageBox::clearShown().
+QStringList shownBoxes();
+
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
 // The child of the current page with this object name and text (any text when empty).

@@ -1,10 +1,12 @@
-#include "wizard/pages/page_buttons.h"
+#include "wizard/pages/page_parts.h"
 
 #include "widgets/icon_font.h"
 
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 
-namespace Corvel::PageButtons {
+namespace Corvel::PageParts {
 
 namespace {
 constexpr ushort LeftGlyph = 0xE985;
@@ -30,4 +32,23 @@ QPushButton* next(const CorvelWidgets::IconFont& iconFont, const QString& text)
     return button;
 }
 
-} // namespace Corvel::PageButtons
+QLabel* label(const QString& text, const char* objectName)
+{
+    auto* label = new QLabel(text);
+    label->setObjectName(objectName);
+    return label;
+}
+
+QHBoxLayout* footer(std::initializer_list<QWidget*> left, std::initializer_list<QWidget*> right, int topMargin)
+{
+    auto* row = new QHBoxLayout;
+    row->setContentsMargins(0, topMargin, 0, 0);
+    for (QWidget* widget : left)
+        row->addWidget(widget);
+    row->addStretch();
+    for (QWidget* widget : right)
+        row->addWidget(widget);
+    return row;
+}
+
+} // namespace Corvel::PageParts
