@@ -19,11 +19,6 @@
 using namespace Corvel;
 using CorvelWidgets::MessageBox;
 
-namespace {
-
-
-} // namespace
-
 // The local cache page: the passphrase from the cloud, the repository check and its answers.
 class TestLocalCachePage : public QObject {
     Q_OBJECT
