@@ -50,8 +50,8 @@ CorvelWidgets::IconFont loadIconFont()
 
 void applyStyle()
 {
-    for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
-                             ":/res/SourceSansPro-Light.ttf"})
+    for (const char* font :
+         {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf", ":/res/SourceSansPro-Light.ttf"})
         QFontDatabase::addApplicationFont(font);
     qApp->setStyleSheet(Corvel::processStyleSheet(
         [] {
@@ -140,9 +140,9 @@ TickFigures measureTick(const QString& certDir, int jobCount, const CorvelWidget
 }
 
 struct RebuildFigures {
-    double buildMs = 0;   // setJobs: compare, schedule deletion, create the rows
-    double settleMs = 0;  // deferred deletion, polish and layout
-    double paintMs = 0;   // one paint of the visible part
+    double buildMs = 0;  // setJobs: compare, schedule deletion, create the rows
+    double settleMs = 0; // deferred deletion, polish and layout
+    double paintMs = 0;  // one paint of the visible part
 };
 
 RebuildFigures measureRebuild(int rows, const CorvelWidgets::IconFont& iconFont, int samples)
@@ -245,8 +245,8 @@ int main(int argc, char** argv)
 
     std::printf("jobs table benchmark (%s style sheet)\n\n", style ? "with" : "without");
     std::printf("unchanged tick vs bare getAllJobsInfo over TLS, per call (target: tick CPU <= 1.3x bare)\n");
-    std::printf("%6s %14s %14s %14s %14s %8s\n", "jobs", "bare CPU us", "tick CPU us", "bare wall us",
-                "tick wall us", "CPU x");
+    std::printf("%6s %14s %14s %14s %14s %8s\n", "jobs", "bare CPU us", "tick CPU us", "bare wall us", "tick wall us",
+                "CPU x");
     for (int jobs : {0, 100, 1000}) {
         if (!tick)
             break;

@@ -18,8 +18,7 @@ double median(std::vector<double> values)
     return n % 2 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
 }
 
-template <typename F>
-double timeMs(F&& run)
+template <typename F> double timeMs(F&& run)
 {
     const auto start = std::chrono::steady_clock::now();
     run();
@@ -34,8 +33,8 @@ int main(int argc, char** argv)
     const std::string repository = "/tmp/corvel-bench-cache";
     const std::string passphrase = "amber-falcon-42";
     std::system(("rm -rf " + repository).c_str());
-    if (std::system(("RESTIC_PASSWORD=" + passphrase + " restic init -q --repo " + repository + " >/dev/null").c_str())
-        != 0) {
+    if (std::system(
+            ("RESTIC_PASSWORD=" + passphrase + " restic init -q --repo " + repository + " >/dev/null").c_str()) != 0) {
         std::fprintf(stderr, "restic init failed (is restic installed?)\n");
         return 1;
     }
@@ -48,9 +47,9 @@ int main(int argc, char** argv)
             return 1;
         }
         theirs.push_back(timeMs([&] {
-            std::system(("RESTIC_PASSWORD=" + passphrase + " restic --no-cache cat config --repo " + repository
-                         + " >/dev/null")
-                            .c_str());
+            std::system(
+                ("RESTIC_PASSWORD=" + passphrase + " restic --no-cache cat config --repo " + repository + " >/dev/null")
+                    .c_str());
         }));
     }
     std::printf("runs: %d\n", runs);

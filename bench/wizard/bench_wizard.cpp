@@ -48,13 +48,14 @@ double cpuMs()
 
 void report(const char* what, const std::vector<double>& ms, double target)
 {
-    std::printf("%-44s median %8.2f ms  p90 %8.2f ms  (target %.0f ms)\n", what, median(ms),
-                [&] {
-                    std::vector<double> sorted = ms;
-                    std::sort(sorted.begin(), sorted.end());
-                    return sorted[sorted.size() * 9 / 10];
-                }(),
-                target);
+    std::printf(
+        "%-44s median %8.2f ms  p90 %8.2f ms  (target %.0f ms)\n", what, median(ms),
+        [&] {
+            std::vector<double> sorted = ms;
+            std::sort(sorted.begin(), sorted.end());
+            return sorted[sorted.size() * 9 / 10];
+        }(),
+        target);
 }
 
 void openAndChangePages()
@@ -143,13 +144,14 @@ bool flow(const QString& kind, const QString& certs, CorvelTest::CloudSim& cloud
         auto* wizard = qobject_cast<RecoveryWizard*>(modal);
         if (!wizard)
             return;
-        walked = steps.chooseTile(*wizard, kind)
-                 && (kind != "Virtual Disk Export" || steps.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)"))
-                 && (kind != "Virtualize (Hyper-V)" || steps.chooseTile(*wizard, "Make it a Test"))
-                 && steps.passDataSource(*wizard) && steps.passRecoveryPoint(*wizard)
-                 && (kind == "Recover Files" || steps.passDisks(*wizard)) && steps.passLocalCache(*wizard)
-                 && (kind != "Virtualize (Hyper-V)" || (steps.passVmSettings(*wizard) && steps.passDiskOptions(*wizard)))
-                 && steps.finish(*wizard);
+        walked =
+            steps.chooseTile(*wizard, kind) &&
+            (kind != "Virtual Disk Export" || steps.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)")) &&
+            (kind != "Virtualize (Hyper-V)" || steps.chooseTile(*wizard, "Make it a Test")) &&
+            steps.passDataSource(*wizard) && steps.passRecoveryPoint(*wizard) &&
+            (kind == "Recover Files" || steps.passDisks(*wizard)) && steps.passLocalCache(*wizard) &&
+            (kind != "Virtualize (Hyper-V)" || (steps.passVmSettings(*wizard) && steps.passDiskOptions(*wizard))) &&
+            steps.finish(*wizard);
         if (!walked) {
             std::fprintf(stderr, "%s: %s\n", qPrintable(kind), qPrintable(steps.failure));
             wizard->reject();
@@ -193,8 +195,8 @@ void flows()
         }
         if (walls.empty())
             continue;
-        std::printf("%-22s wall median %7.1f ms, console CPU median %6.1f ms (target < 200 ms)\n", kind,
-                    median(walls), median(cpus));
+        std::printf("%-22s wall median %7.1f ms, console CPU median %6.1f ms (target < 200 ms)\n", kind, median(walls),
+                    median(cpus));
     }
 }
 

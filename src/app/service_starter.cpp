@@ -19,7 +19,10 @@ namespace {
 // Closes every handle it was given when it goes out of scope.
 class HandleCloser {
 public:
-    explicit HandleCloser(ServiceControl& control) : m_control(control) {}
+    explicit HandleCloser(ServiceControl& control)
+        : m_control(control)
+    {
+    }
     ~HandleCloser()
     {
         for (auto it = m_handles.rbegin(); it != m_handles.rend(); ++it)
@@ -39,7 +42,8 @@ private:
 } // namespace
 
 ServiceStarter::ServiceStarter(std::shared_ptr<ServiceControl> control, Sleeper sleeper)
-    : m_control(std::move(control)), m_sleep(std::move(sleeper))
+    : m_control(std::move(control))
+    , m_sleep(std::move(sleeper))
 {
     if (!m_sleep)
         m_sleep = [](int ms) { QThread::msleep(static_cast<unsigned long>(ms)); };

@@ -18,8 +18,9 @@ class ServiceStarter {
 public:
     using Sleeper = std::function<void(int milliseconds)>;
 
-    explicit ServiceStarter(std::shared_ptr<CorvelPlatform::ServiceControl> control = CorvelPlatform::systemServiceControl(),
-                            Sleeper sleeper = {});
+    explicit ServiceStarter(
+        std::shared_ptr<CorvelPlatform::ServiceControl> control = CorvelPlatform::systemServiceControl(),
+        Sleeper sleeper = {});
 
     bool startServices();
 

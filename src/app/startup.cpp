@@ -1,15 +1,15 @@
 #include "app/startup.h"
 
-#include "core/cv_logger.h"
 #include "app/service_starter.h"
-#include "core/settings.h"
-#include "core/style_sheet.h"
-#include "session/auth_session.h"
 #include "auth/login_window.h"
 #include "auth/sign_in_flows.h"
+#include "core/cv_logger.h"
+#include "core/settings.h"
+#include "core/style_sheet.h"
 #include "platform/platform.h"
 #include "service/service_connection.h"
 #include "service/service_types_meta.h"
+#include "session/auth_session.h"
 #include "ui/main_window.h"
 #include "ui/main_window_geometry.h"
 #include "widgets/icon_font.h"
@@ -59,8 +59,7 @@ int runConsole(int argc, char** argv)
     }
 
     TmxAuth::prepareWebEngine();
-    QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL,
-                                   settings->useSoftwareOpengl());
+    QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL, settings->useSoftwareOpengl());
     QApplication app(argc, argv);
     initResources();
     // Unattended runs (scripted checks) must not block on a modal question.
@@ -69,12 +68,13 @@ int runConsole(int argc, char** argv)
 
     if (!CorvelPlatform::isUserAdmin()) {
         qCritical() << "Admin rights required, but user is not admin. Corvel will be closed.";
-        fatalBox(QStringLiteral("Access denied"), QStringLiteral("Please login with administrator privileges and try again"));
+        fatalBox(QStringLiteral("Access denied"),
+                 QStringLiteral("Please login with administrator privileges and try again"));
         return ExitQuiet;
     }
 
-    for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
-                             ":/res/SourceSansPro-Light.ttf"})
+    for (const char* font :
+         {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf", ":/res/SourceSansPro-Light.ttf"})
         QFontDatabase::addApplicationFont(QString::fromLatin1(font));
     // The bundled files carry their distributor's family name; the sheet and the code ask for the
     // plain one.

@@ -5,7 +5,10 @@
 namespace TmxAuth {
 
 CloudCallRetry::CloudCallRetry(AuthSession* session, QWidget* parent, int retries, QString authUrl)
-    : m_session(session), m_parent(parent), m_retries(retries), m_authUrl(std::move(authUrl))
+    : m_session(session)
+    , m_parent(parent)
+    , m_retries(retries)
+    , m_authUrl(std::move(authUrl))
 {
 }
 

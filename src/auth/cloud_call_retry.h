@@ -29,8 +29,7 @@ public:
     // `onSuccess` gets the value; `onFailure`, if any, the error that was finally given up on.
     template <typename T>
     void run(const QString& name, std::function<void(VuskAPI::Callback<T>)> issue,
-             std::function<void(const T&)> onSuccess,
-             std::function<void(const VuskAPI::RequestError&)> onFailure = {});
+             std::function<void(const T&)> onSuccess, std::function<void(const VuskAPI::RequestError&)> onFailure = {});
 
 private:
     // True when the call is to be issued again.

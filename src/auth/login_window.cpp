@@ -21,10 +21,10 @@ void prepareWebEngine()
 }
 
 LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidget* parent)
-    : Corvel::ResizableWindow(parent),
-      m_layout(contentLayout()),
-      m_webView(new QWebEngineView(this)),
-      m_interceptor(authUrl, !logoutUrl.isEmpty())
+    : Corvel::ResizableWindow(parent)
+    , m_layout(contentLayout())
+    , m_webView(new QWebEngineView(this))
+    , m_interceptor(authUrl, !logoutUrl.isEmpty())
 {
     setObjectName(QStringLiteral("browser_window"));
     setWindowTitle(QStringLiteral("Corvel"));
@@ -34,7 +34,8 @@ LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidg
     m_layout->addWidget(m_webView, 1);
     resize(1000, 720);
 
-    QString working = Corvel::readRegistryString(QString::fromLatin1(Corvel::RegistryKey), QStringLiteral("WorkingDir"));
+    QString working =
+        Corvel::readRegistryString(QString::fromLatin1(Corvel::RegistryKey), QStringLiteral("WorkingDir"));
     if (working.isEmpty())
         working = QStringLiteral(".");
 

@@ -1,7 +1,7 @@
 #include "auth/sign_in_flows.h"
 
-#include "core/settings.h"
 #include "auth/login_window.h"
+#include "core/settings.h"
 #include "widgets/message_box.h"
 
 #include <QDebug>
@@ -96,8 +96,8 @@ int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::Req
         qCritical().noquote() << "Server Error. Error code: " + QString::number(error.code);
         return 2;
     case VuskAPI::RequestError::InternalError:
-        qCritical().noquote() << "Internal Error. Error code: " + QString::number(error.code)
-                                     + ". Description: " + error.description;
+        qCritical().noquote() << "Internal Error. Error code: " + QString::number(error.code) +
+                                     ". Description: " + error.description;
         return 2;
     }
     return 2;
@@ -108,8 +108,8 @@ void showRequestError(QWidget* parent, const VuskAPI::RequestError& error)
     switch (error.kind) {
     case VuskAPI::RequestError::ServerError:
         CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Server Error"),
-                                            "Error code: " + QString::number(error.code)
-                                                + "\nPlease check your internet connection and try again");
+                                            "Error code: " + QString::number(error.code) +
+                                                "\nPlease check your internet connection and try again");
         break;
     case VuskAPI::RequestError::InternalError:
         CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Internal Error"),

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "session/auth_session.h"
 #include "cloud/request_error.h"
+#include "session/auth_session.h"
 
 #include <QString>
 
@@ -28,8 +28,7 @@ enum class StartSignIn {
 StartSignIn signInAtStart(AuthSession& session, const QString& authUrl, const TokenSource& source = {});
 
 // 0 when signed in again, 1 when not.
-int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* parent,
-                         const TokenSource& source = {});
+int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source = {});
 
 // True when a new valid session exists.
 bool logOutAndSignIn(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source = {});

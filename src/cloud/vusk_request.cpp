@@ -32,7 +32,10 @@ QString kindName(RequestError::Kind kind)
 } // namespace
 
 VuskRequest::VuskRequest(TmxAuth::AuthSession* session, const QString& baseUrl, QObject* parent)
-    : QObject(parent), m_session(session), m_network(new QNetworkAccessManager(this)), m_baseUrl(baseUrl)
+    : QObject(parent)
+    , m_session(session)
+    , m_network(new QNetworkAccessManager(this))
+    , m_baseUrl(baseUrl)
 {
 }
 
@@ -55,15 +58,15 @@ std::variant<QString, RequestError> VuskRequest::replyResult(QNetworkReply* repl
     qWarning().noquote() << "Reply error: " + networkErrorName(code);
     RequestError error;
     error.kind = code == QNetworkReply::AuthenticationRequiredError ? RequestError::AuthenticationError
-                                                                     : RequestError::ServerError;
+                                                                    : RequestError::ServerError;
     error.code = code;
     return error;
 }
 
 void VuskRequest::logRequestError(const QString& name, const RequestError& error, int attemptsLeft)
 {
-    qWarning().noquote() << name + " returned error: type - " + kindName(error.kind) + ", code - "
-                                + QString::number(error.code) + ", description - " + networkErrorName(error.code);
+    qWarning().noquote() << name + " returned error: type - " + kindName(error.kind) + ", code - " +
+                                QString::number(error.code) + ", description - " + networkErrorName(error.code);
     if (attemptsLeft > 0)
         qWarning().noquote() << "Retrying attempts left: " + QString::number(attemptsLeft);
     else
@@ -93,8 +96,8 @@ void VuskRequest::getClients(Callback<QList<TmxClient>> callback)
     qInfo().noquote() << "Retrieving clients list";
     const QString address = m_baseUrl + "/clients?partner_id=" + m_session->userData().resellerId;
     qDebug().noquote() << "Clients list request: " + address;
-    fetch<QList<TmxClient>>(address, {"Got client: ", true, "Request for client failed. Error: "},
-                                   parseClients, std::move(callback));
+    fetch<QList<TmxClient>>(address, {"Got client: ", true, "Request for client failed. Error: "}, parseClients,
+                            std::move(callback));
 }
 
 void VuskRequest::getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback)
@@ -102,31 +105,30 @@ void VuskRequest::getDataSources(quint64 clientId, Callback<QList<ClientDataSour
     qInfo().noquote() << "Retrieving data sources list";
     const QString address = m_baseUrl + "/datasources?client_id=" + QString::number(clientId);
     qDebug().noquote() << "Data sources list request: " + address;
-    fetch<QList<ClientDataSource>>(address,
-                                          {"Got data source: ", true, "Request for data source failed. Error: "},
-                                          parseDataSources, std::move(callback));
+    fetch<QList<ClientDataSource>>(address, {"Got data source: ", true, "Request for data source failed. Error: "},
+                                   parseDataSources, std::move(callback));
 }
 
 void VuskRequest::getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
-                                       Callback<QList<ProtectedDevice>> callback)
+                             Callback<QList<ProtectedDevice>> callback)
 {
     qInfo().noquote() << "Retrieving devices list";
-    const QString address = m_baseUrl + "/devices?datasource_id=" + QString::number(dataSourceId)
-                            + "&datasource_type=" + dataSourceType + "&client_id=" + QString::number(clientId);
+    const QString address = m_baseUrl + "/devices?datasource_id=" + QString::number(dataSourceId) +
+                            "&datasource_type=" + dataSourceType + "&client_id=" + QString::number(clientId);
     qDebug().noquote() << "Devices list request: " + address;
-    fetch<QList<ProtectedDevice>>(address, {"Got device: ", true, "Request for device failed. Error: "},
-                                         parseDevices, std::move(callback));
+    fetch<QList<ProtectedDevice>>(address, {"Got device: ", true, "Request for device failed. Error: "}, parseDevices,
+                                  std::move(callback));
 }
 
 void VuskRequest::getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback)
 {
-    qInfo().noquote() << "Retrieving token for datasource " + QString::number(dataSourceId) + " and device "
-                             + QString::number(deviceId);
-    const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/get_token"
-                            + "?datasource_id=" + QString::number(dataSourceId);
+    qInfo().noquote() << "Retrieving token for datasource " + QString::number(dataSourceId) + " and device " +
+                             QString::number(deviceId);
+    const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/get_token" +
+                            "?datasource_id=" + QString::number(dataSourceId);
     qDebug().noquote() << "Token for datasource request: " + address;
     fetch<DeviceToken>(address, {"Got token", false, "Request for token failed. Error: "}, parseDeviceToken,
-                              std::move(callback));
+                       std::move(callback));
 }
 
 void VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback)
@@ -134,8 +136,8 @@ void VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> cal
     qInfo().noquote() << "Retrieving encryption passphrase for device " + QString::number(deviceId);
     const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/encryption_passphrase";
     qDebug().noquote() << "Device phrase request: " + address;
-    fetch<QString>(address, {"Got device passphrase", false, "Request for token failed. Error: "},
-                          parsePassphrase, std::move(callback));
+    fetch<QString>(address, {"Got device passphrase", false, "Request for token failed. Error: "}, parsePassphrase,
+                   std::move(callback));
 }
 
 quint64 VuskRequest::clientId() const

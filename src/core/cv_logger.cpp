@@ -31,8 +31,12 @@ QByteArray computeSourceRoot()
 } // namespace
 
 CvLogger::CvLogger(QtMsgType minimumLevel, QByteArray sourceRoot, std::unique_ptr<QFile> file, quint64 rotationSize)
-    : m_minimumLevel(minimumLevel), m_sourceRoot(std::move(sourceRoot)), m_file(std::move(file)), m_stderr(stderr),
-      m_fileStream(m_file.get()), m_rotationSize(rotationSize)
+    : m_minimumLevel(minimumLevel)
+    , m_sourceRoot(std::move(sourceRoot))
+    , m_file(std::move(file))
+    , m_stderr(stderr)
+    , m_fileStream(m_file.get())
+    , m_rotationSize(rotationSize)
 {
     m_stderr.setCodec("UTF-8");
     m_fileStream.setCodec("UTF-8");
@@ -102,7 +106,8 @@ QString CvLogger::formatLine(QtMsgType type, const QMessageLogContext& context, 
     line += '\t';
     line += levelWord(type);
     line += QStringLiteral("\tTID=") + QString::number(tid);
-    line += QStringLiteral("\t(") + QString::fromUtf8(file) + ':' + QString::number(context.line) + QStringLiteral(") ");
+    line +=
+        QStringLiteral("\t(") + QString::fromUtf8(file) + ':' + QString::number(context.line) + QStringLiteral(") ");
     line += message;
     line += QStringLiteral("\r\n");
     return line;

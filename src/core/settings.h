@@ -13,7 +13,10 @@ namespace Corvel {
 class Settings {
 public:
     Settings() = default;
-    explicit Settings(QJsonObject config) : m_config(std::move(config)) {}
+    explicit Settings(QJsonObject config)
+        : m_config(std::move(config))
+    {
+    }
 
     bool useSoftwareOpengl() const;
     bool disableServicesAutostart() const;

@@ -46,14 +46,10 @@ const TextVariables& styleTextVariables()
 const SizeVariables& styleSizeVariables()
 {
     static const SizeVariables variables = {
-        {"$job_action_icon_size", {20}},
-        {"$job_label_icon_size", {22}},
-        {"$user_menu_icon_size", {28}},
-        {"$main_window_tabs_widget_list_icon_size", {26, 26}},
-        {"$buttons_icon_size", {24}},
-        {"$buttons_small_icon_size", {20}},
-        {"$wizard_button_icon_size", {80}},
-        {"$delete_button_icon_size", {22}},
+        {"$job_action_icon_size", {20}},    {"$job_label_icon_size", {22}},
+        {"$user_menu_icon_size", {28}},     {"$main_window_tabs_widget_list_icon_size", {26, 26}},
+        {"$buttons_icon_size", {24}},       {"$buttons_small_icon_size", {20}},
+        {"$wizard_button_icon_size", {80}}, {"$delete_button_icon_size", {22}},
     };
     return variables;
 }

@@ -6,8 +6,8 @@
 #include "service/service_call.h"
 
 #include <QDebug>
-#include <QVBoxLayout>
 #include <QPointer>
+#include <QVBoxLayout>
 
 namespace CvJobs {
 
@@ -19,7 +19,10 @@ using CorvelService::JobAction;
 JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescription& job,
                                                std::shared_ptr<CorvelService::CorvelServiceIf> client,
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QWidget(parent), m_job(job), m_client(std::move(client)), m_iconFont(iconFont)
+    : QWidget(parent)
+    , m_job(job)
+    , m_client(std::move(client))
+    , m_iconFont(iconFont)
 {
     // Stacked, so the column needs only the width of its widest button and all eight columns
     // can share the width alike, as the header captions do.

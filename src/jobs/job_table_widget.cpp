@@ -18,9 +18,12 @@ using CorvelService::callService;
 
 JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                                QWidget* parent)
-    : QWidget(parent), m_connection(connection), m_header(new JobTableHeaderWidget),
-      m_list(new JobListWidget(iconFont)), m_headerScrollArea(new QScrollArea(this)),
-      m_listScrollArea(new QScrollArea(this))
+    : QWidget(parent)
+    , m_connection(connection)
+    , m_header(new JobTableHeaderWidget)
+    , m_list(new JobListWidget(iconFont))
+    , m_headerScrollArea(new QScrollArea(this))
+    , m_listScrollArea(new QScrollArea(this))
 {
     setObjectName("job_table");
     auto* layout = new QVBoxLayout(this);

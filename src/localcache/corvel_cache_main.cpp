@@ -15,27 +15,26 @@ constexpr int UsageError = 64;
 const char* const Usage =
     "usage: corvel-cache check PATH [--login USER] [--password-file FILE] [--passphrase-file FILE]\n";
 
-const char* const Help =
-    "Checks that PATH holds a local cache that opens with the device's encryption passphrase,\n"
-    "exactly as the recovery wizard does, and prints the result.\n"
-    "\n"
-    "The passphrase comes from the environment variable CORVEL_CACHE_PASSPHRASE or from\n"
-    "--passphrase-file FILE (the file's first line); never from the command line, where other\n"
-    "users could read it.\n"
-    "\n"
-    "  --login USER            user name for a network share (\\\\server\\share\\...)\n"
-    "  --password-file FILE    the share password, from the file's first line\n"
-    "  --passphrase-file FILE  the cache's passphrase, from the file's first line\n"
-    "  --help                  this text\n"
-    "\n"
-    "Exit status, printed with its meaning:\n"
-    "  0  opened, and the folder is writable\n"
-    "  1  opened, but the folder is read-only\n"
-    "  2  the path cannot be reached\n"
-    "  3  no keyring from the passphrase (empty passphrase)\n"
-    "  4  the passphrase does not open the cache\n"
-    "  5  no local cache at the path, or a damaged one\n"
-    " 64  wrong usage\n";
+const char* const Help = "Checks that PATH holds a local cache that opens with the device's encryption passphrase,\n"
+                         "exactly as the recovery wizard does, and prints the result.\n"
+                         "\n"
+                         "The passphrase comes from the environment variable CORVEL_CACHE_PASSPHRASE or from\n"
+                         "--passphrase-file FILE (the file's first line); never from the command line, where other\n"
+                         "users could read it.\n"
+                         "\n"
+                         "  --login USER            user name for a network share (\\\\server\\share\\...)\n"
+                         "  --password-file FILE    the share password, from the file's first line\n"
+                         "  --passphrase-file FILE  the cache's passphrase, from the file's first line\n"
+                         "  --help                  this text\n"
+                         "\n"
+                         "Exit status, printed with its meaning:\n"
+                         "  0  opened, and the folder is writable\n"
+                         "  1  opened, but the folder is read-only\n"
+                         "  2  the path cannot be reached\n"
+                         "  3  no keyring from the passphrase (empty passphrase)\n"
+                         "  4  the passphrase does not open the cache\n"
+                         "  5  no local cache at the path, or a damaged one\n"
+                         " 64  wrong usage\n";
 
 std::optional<std::string> firstLine(const std::string& file)
 {

@@ -7,7 +7,9 @@
 namespace CorvelService {
 
 ServiceConnection::ServiceConnection(Factory factory, std::shared_ptr<Corvel::Clock> clock, QObject* parent)
-    : QObject(parent), m_factory(std::move(factory)), m_clock(std::move(clock))
+    : QObject(parent)
+    , m_factory(std::move(factory))
+    , m_clock(std::move(clock))
 {
     qRegisterMetaType<std::shared_ptr<CorvelService::CorvelServiceIf>>();
 }

@@ -30,7 +30,8 @@ QJsonValue member(const QJsonObject& data, const QString& name)
 } // namespace
 
 AuthSession::AuthSession(const QString& token)
-    : m_token(token), m_userData(decode(token))
+    : m_token(token)
+    , m_userData(decode(token))
 {
 }
 
@@ -57,8 +58,8 @@ bool AuthSession::acceptToken(const std::optional<QString>& token)
 
 bool AuthSession::isValid() const
 {
-    return m_userData.role != UserRole::None && !m_userData.resellerId.isEmpty() && !m_userData.username.isEmpty()
-           && !m_userData.userDisplayName.isEmpty();
+    return m_userData.role != UserRole::None && !m_userData.resellerId.isEmpty() && !m_userData.username.isEmpty() &&
+           !m_userData.userDisplayName.isEmpty();
 }
 
 void AuthSession::resetUserData()

@@ -20,13 +20,13 @@ QIcon tileIcon(const CorvelWidgets::IconFont& iconFont, ushort codePoint)
 } // namespace
 
 HelpCenterWidget::HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QWidget(parent),
-      m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, 0xE989), "Analysis Tool",
-                                           "Gather logs and diagnostic data", "Launch Tool", this)),
-      m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, 0xE90A), "Installation Guide",
+    : QWidget(parent)
+    , m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, 0xE989), "Analysis Tool",
+                                           "Gather logs and diagnostic data", "Launch Tool", this))
+    , m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, 0xE90A), "Installation Guide",
                                                 "Install documentation with screenshots", "View Installation Guide",
-                                                this)),
-      m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, 0xE96F), "Request Help",
+                                                this))
+    , m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, 0xE96F), "Request Help",
                                           "Request direct support from our team", "Submit Ticket", this))
 {
     auto* layout = new QGridLayout(this);

@@ -12,12 +12,13 @@ namespace Corvel {
 namespace {
 constexpr ushort NewRecoveryGlyph = 0xE958;
 constexpr int MinimumJobsHeight = 460;
-}
+} // namespace
 
 HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                        QWidget* parent)
-    : QWidget(parent), m_jobTable(new CvJobs::JobTableWidget(connection, iconFont)),
-      m_newRecovery(new QPushButton("Start New Recovery", this))
+    : QWidget(parent)
+    , m_jobTable(new CvJobs::JobTableWidget(connection, iconFont))
+    , m_newRecovery(new QPushButton("Start New Recovery", this))
 {
     auto* frame = new QFrame(this);
     frame->setObjectName("home_jobs_frame");
@@ -28,7 +29,8 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     frame->setMinimumHeight(MinimumJobsHeight);
 
     m_newRecovery->setObjectName("button_primary_small");
-    m_newRecovery->setIcon(iconFont.icon(NewRecoveryGlyph, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
+    m_newRecovery->setIcon(
+        iconFont.icon(NewRecoveryGlyph, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
     m_newRecovery->setCursor(Qt::PointingHandCursor);
 
     auto* layout = new QVBoxLayout(this);

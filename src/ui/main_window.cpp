@@ -1,19 +1,19 @@
 #include "ui/main_window.h"
 
+#include "jobs/job_started_window.h"
+#include "jobs/job_table_widget.h"
 #include "session/auth_session.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window_tabs_widget.h"
-#include "ui/tool_box_widget.h"
 #include "ui/progress_dialog.h"
-#include "jobs/job_started_window.h"
-#include "jobs/job_table_widget.h"
+#include "ui/tool_box_widget.h"
 #include "wizard/job_assembly.h"
 #include "wizard/recovery_wizard.h"
 
-#include <thrift/TApplicationException.h>
 #include "widgets/cv_title_bar.h"
 #include "widgets/user_menu_button.h"
+#include <thrift/TApplicationException.h>
 
 #include <QAction>
 #include <QCloseEvent>
@@ -37,8 +37,13 @@ const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
                        CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
                        const QString& updateDescriptorUrl)
-    : ResizableWindow(nullptr), m_body(new QVBoxLayout), m_updater(settings.updateUrl(), updateDescriptorUrl),
-      m_session(session), m_iconFont(iconFont), m_connection(connection), m_settings(settings)
+    : ResizableWindow(nullptr)
+    , m_body(new QVBoxLayout)
+    , m_updater(settings.updateUrl(), updateDescriptorUrl)
+    , m_session(session)
+    , m_iconFont(iconFont)
+    , m_connection(connection)
+    , m_settings(settings)
 {
     CVUpdater::useProgressDialog(m_updater);
     setObjectName("main_window");

@@ -8,7 +8,8 @@
 
 namespace CVUpdater {
 
-ProgressDialog::ProgressDialog(QWidget* parent) : m_dialog(new QProgressDialog(parent))
+ProgressDialog::ProgressDialog(QWidget* parent)
+    : m_dialog(new QProgressDialog(parent))
 {
     m_dialog->setObjectName(QStringLiteral("updater_progress_dialog"));
     m_dialog->setWindowTitle(QStringLiteral("Updater"));

@@ -10,8 +10,11 @@
 namespace CorvelWidgets {
 
 CvCredentialsEditor::CvCredentialsEditor(const IconFont& iconFont, QWidget* parent)
-    : QWidget(parent), m_description(new QLabel), m_login(new QLineEdit), m_password(new QLineEdit),
-      m_check(new QPushButton("Check"))
+    : QWidget(parent)
+    , m_description(new QLabel)
+    , m_login(new QLineEdit)
+    , m_password(new QLineEdit)
+    , m_check(new QPushButton("Check"))
 {
     m_description->setObjectName("wizard_page_desription");
     m_password->setEchoMode(QLineEdit::Password);

@@ -16,11 +16,15 @@ constexpr ushort FolderGlyph = 0xE919;
 }
 
 CvDirSelector::CvDirSelector(const QString& path, const IconFont& iconFont, bool required, QWidget* parent)
-    : QWidget(parent), m_label(new QLabel), m_edit(new QLineEdit(path)), m_browse(new QPushButton("Browse"))
+    : QWidget(parent)
+    , m_label(new QLabel)
+    , m_edit(new QLineEdit(path))
+    , m_browse(new QPushButton("Browse"))
 {
     m_label->setObjectName("field_label");
     m_label->setTextFormat(Qt::RichText);
-    m_label->setText(required ? QStringLiteral("<font color=\"#FF6e21\">*</font>LOCATION:") : QStringLiteral("LOCATION:"));
+    m_label->setText(required ? QStringLiteral("<font color=\"#FF6e21\">*</font>LOCATION:")
+                              : QStringLiteral("LOCATION:"));
     m_edit->setAccessibleName("LOCATION:");
     m_browse->setObjectName("button_secondary");
     m_browse->setIcon(iconFont.icon(FolderGlyph, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));

@@ -4,7 +4,8 @@
 
 namespace CorvelWidgets {
 
-CvLineEdit::CvLineEdit(QWidget* parent) : QLineEdit(parent)
+CvLineEdit::CvLineEdit(QWidget* parent)
+    : QLineEdit(parent)
 {
     setReadOnly(true);
 }

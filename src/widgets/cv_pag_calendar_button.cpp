@@ -16,7 +16,9 @@ constexpr ushort RightGlyph = 0xE98B;
 
 CvPagCalendarButton::CvPagCalendarButton(const QString& text, bool pointsRight, const IconFont& iconFont,
                                          QWidget* parent)
-    : QFrame(parent), m_icon(new QLabel), m_text(new QLabel(text))
+    : QFrame(parent)
+    , m_icon(new QLabel)
+    , m_text(new QLabel(text))
 {
     setObjectName("btn_calendar_day");
     setFocusPolicy(Qt::StrongFocus);
@@ -25,11 +27,11 @@ CvPagCalendarButton::CvPagCalendarButton(const QString& text, bool pointsRight, 
     setToolTip(text);
     m_icon->setObjectName("icon_btn_calendar_day");
     m_icon->setEnabled(false);
-    m_icon->setPixmap(iconFont
-                          .icon(pointsRight ? RightGlyph : LeftGlyph,
-                                {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}, {"color-disabled", "#FF6e21"},
-                                 {"scale", 1.25}})
-                          .pixmap(QSize(14, 14), QIcon::Disabled));
+    m_icon->setPixmap(
+        iconFont
+            .icon(pointsRight ? RightGlyph : LeftGlyph,
+                  {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}, {"color-disabled", "#FF6e21"}, {"scale", 1.25}})
+            .pixmap(QSize(14, 14), QIcon::Disabled));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(6, 0, 6, 0);
     layout->setSpacing(4);
@@ -54,8 +56,8 @@ void CvPagCalendarButton::mouseReleaseEvent(QMouseEvent* event)
 
 void CvPagCalendarButton::keyPressEvent(QKeyEvent* event)
 {
-    if (isEnabled() && (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return
-                        || event->key() == Qt::Key_Enter)) {
+    if (isEnabled() &&
+        (event->key() == Qt::Key_Space || event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)) {
         emit clicked();
         return;
     }

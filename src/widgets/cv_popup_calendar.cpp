@@ -9,7 +9,8 @@
 namespace CorvelWidgets {
 
 CvPopupCalendar::CvPopupCalendar(const IconFont& iconFont, QWidget* parent)
-    : QWidget(parent, Qt::Popup), m_calendar(new QCalendarWidget)
+    : QWidget(parent, Qt::Popup)
+    , m_calendar(new QCalendarWidget)
 {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

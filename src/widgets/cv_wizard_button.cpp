@@ -21,10 +21,12 @@ QString plainText(const QString& richText)
 
 } // namespace
 
-CvWizardButton::CvWizardButton(const QString& caption, const QString& description, const QIcon& icon,
-                               QWidget* parent)
-    : QFrame(parent), m_icon(icon), m_iconLabel(new QLabel), m_caption(new QLabel(caption)),
-      m_description(new QLabel(description))
+CvWizardButton::CvWizardButton(const QString& caption, const QString& description, const QIcon& icon, QWidget* parent)
+    : QFrame(parent)
+    , m_icon(icon)
+    , m_iconLabel(new QLabel)
+    , m_caption(new QLabel(caption))
+    , m_description(new QLabel(description))
 {
     setObjectName("wizard_button");
     m_iconLabel->setObjectName("wizard_button_icon_label");

@@ -13,9 +13,14 @@ namespace CorvelWidgets {
 
 DateLineEditWithButtonsDaysMove::DateLineEditWithButtonsDaysMove(const QString& emptyText, const IconFont& iconFont,
                                                                  QWidget* parent)
-    : QFrame(parent), m_emptyText(emptyText), m_layout(new QHBoxLayout(this)), m_lineEdit(new CvLineEdit),
-      m_popupButton(new QPushButton), m_previousDay(new CvPagCalendarButton("Previous Day", false, iconFont)),
-      m_nextDay(new CvPagCalendarButton("Next Day", true, iconFont)), m_popup(new CvPopupCalendar(iconFont, this))
+    : QFrame(parent)
+    , m_emptyText(emptyText)
+    , m_layout(new QHBoxLayout(this))
+    , m_lineEdit(new CvLineEdit)
+    , m_popupButton(new QPushButton)
+    , m_previousDay(new CvPagCalendarButton("Previous Day", false, iconFont))
+    , m_nextDay(new CvPagCalendarButton("Next Day", true, iconFont))
+    , m_popup(new CvPopupCalendar(iconFont, this))
 {
     m_layout->setSpacing(0);
     m_layout->setContentsMargins(0, 0, 0, 0);

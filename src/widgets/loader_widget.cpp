@@ -7,8 +7,10 @@
 namespace CorvelWidgets {
 
 LoaderWidget::LoaderWidget(QWidget* parent)
-    : QWidget(parent), m_movie(new QMovie(":/res/loader.gif", QByteArray(), this)), m_animation(new QLabel),
-      m_description(new QLabel)
+    : QWidget(parent)
+    , m_movie(new QMovie(":/res/loader.gif", QByteArray(), this))
+    , m_animation(new QLabel)
+    , m_description(new QLabel)
 {
     setObjectName("loader_widget");
     m_description->setObjectName("loader_description");

@@ -4,7 +4,8 @@
 
 namespace CorvelWidgets {
 
-StyledCombobox::StyledCombobox(QWidget* parent, bool editable) : QComboBox(parent)
+StyledCombobox::StyledCombobox(QWidget* parent, bool editable)
+    : QComboBox(parent)
 {
     setEditable(editable);
     setView(new QListView(this));

@@ -2,7 +2,8 @@
 
 namespace CorvelWidgets {
 
-StyledLabel::StyledLabel(const QString& text, const QString& objectName, QWidget* parent) : QLabel(text, parent)
+StyledLabel::StyledLabel(const QString& text, const QString& objectName, QWidget* parent)
+    : QLabel(text, parent)
 {
     setObjectName(objectName);
 }

@@ -26,8 +26,7 @@ QString text(bool value)
     return value ? QStringLiteral("true") : QStringLiteral("false");
 }
 
-template <typename Enum>
-QString name(Enum value)
+template <typename Enum> QString name(Enum value)
 {
     return QString::fromStdString(to_string(value));
 }

@@ -23,10 +23,10 @@
 
 namespace Corvel {
 
-RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& iconFont,
-                               RecoveryWizardContext context)
-    : CustomBarWindow(iconFont, parent), m_stack(new CorvelWidgets::ResizableStackedWidget),
-      m_context(std::move(context))
+RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& iconFont, RecoveryWizardContext context)
+    : CustomBarWindow(iconFont, parent)
+    , m_stack(new CorvelWidgets::ResizableStackedWidget)
+    , m_context(std::move(context))
 {
     setObjectName("recovery_wizard");
     if (!m_context.cloud) {
@@ -37,7 +37,7 @@ RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& i
         m_context.serviceControl = CorvelPlatform::systemServiceControl();
     const bool hyperV = isHyperVRunning(*m_context.serviceControl);
 
-    PageContext pages{m_context.session, m_context.settings, *m_context.cloud, m_context.connection.factory(),
+    PageContext pages{m_context.session,     m_context.settings,       *m_context.cloud, m_context.connection.factory(),
                       m_context.tokenSource, m_context.localCacheCheck};
     if (!pages.localCacheCheck)
         pages.localCacheCheck = [](const std::string& path, const std::string& login, const std::string& password,

@@ -2,9 +2,9 @@
 
 #include "auth/sign_in_flows.h"
 #include "core/settings.h"
+#include "widgets/custom_bar_window.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_page.h"
-#include "widgets/custom_bar_window.h"
 
 #include <QVector>
 

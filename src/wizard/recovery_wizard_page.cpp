@@ -1,7 +1,7 @@
 #include "wizard/recovery_wizard_page.h"
 
-#include "wizard/page_flow.h"
 #include "widgets/cv_wizard_button.h"
+#include "wizard/page_flow.h"
 
 #include <QAbstractButton>
 #include <QGuiApplication>
@@ -18,8 +18,11 @@ int g_screenHeightOverride = 0;
 }
 
 RecoveryWizardPage::RecoveryWizardPage(const CorvelWidgets::IconFont& iconFont, const QString& title, QWidget* parent)
-    : QFrame(parent), m_iconFont(iconFont), m_title(title), m_contentLayout(new QVBoxLayout),
-      m_outerLayout(new QVBoxLayout)
+    : QFrame(parent)
+    , m_iconFont(iconFont)
+    , m_title(title)
+    , m_contentLayout(new QVBoxLayout)
+    , m_outerLayout(new QVBoxLayout)
 {
     setObjectName("wizard_page");
 }

@@ -65,8 +65,8 @@ bool vhdAllowed(int generation)
 
 bool dynamicAllowed(VirtualDiskType::type type)
 {
-    return type == VirtualDiskType::VhdGenOne || type == VirtualDiskType::VhdxGenTwo
-           || type == VirtualDiskType::VdiVirtualBox;
+    return type == VirtualDiskType::VhdGenOne || type == VirtualDiskType::VhdxGenTwo ||
+           type == VirtualDiskType::VdiVirtualBox;
 }
 
 QString diskLabel(int number, const DiskInfo& disk)
@@ -74,9 +74,9 @@ QString diskLabel(int number, const DiskInfo& disk)
     qint64 total = 0;
     for (const DiskVolumeInfo& volume : disk.volumes)
         total += volume.size;
-    return "Disk " + QString::number(number) + (disk.is_system ? " [System]" : "") + " ("
-           + QString::number(disk.volumes.size()) + " volume(s) totalling "
-           + QString::number(double(total) / double(GiB), 'f', 2) + " GiB)";
+    return "Disk " + QString::number(number) + (disk.is_system ? " [System]" : "") + " (" +
+           QString::number(disk.volumes.size()) + " volume(s) totalling " +
+           QString::number(double(total) / double(GiB), 'f', 2) + " GiB)";
 }
 
 } // namespace Corvel::WizardRules

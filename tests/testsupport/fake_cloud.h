@@ -19,7 +19,7 @@ public:
     QList<VuskAPI::TmxClient> clients;
     QHash<quint64, QList<VuskAPI::ClientDataSource>> dataSources; // by client id
     QHash<quint64, QList<VuskAPI::ProtectedDevice>> devices;      // by data source id
-    QHash<qint64, QString> passphrases;                            // by device id
+    QHash<qint64, QString> passphrases;                           // by device id
 
     // Operation names: "clients", "datasources", "devices", "token", "passphrase".
     void failNext(const QString& operation, VuskAPI::RequestError error, int times = 1);
@@ -31,7 +31,8 @@ public:
     void getDataSources(quint64 clientId, VuskAPI::Callback<QList<VuskAPI::ClientDataSource>> callback) override;
     void getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
                     VuskAPI::Callback<QList<VuskAPI::ProtectedDevice>> callback) override;
-    void getDeviceToken(quint64 dataSourceId, qint64 deviceId, VuskAPI::Callback<VuskAPI::DeviceToken> callback) override;
+    void getDeviceToken(quint64 dataSourceId, qint64 deviceId,
+                        VuskAPI::Callback<VuskAPI::DeviceToken> callback) override;
     void getEncryptionPassphrase(qint64 deviceId, VuskAPI::Callback<QString> callback) override;
 
 private:

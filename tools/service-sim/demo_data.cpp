@@ -37,8 +37,8 @@ private:
 std::string pointName(const QDate& day, int hour, int minute, int second)
 {
     char text[32];
-    std::snprintf(text, sizeof text, "%04d_%02d_%02d_%02d_%02d_%02d", day.year(), day.month(), day.day(), hour,
-                  minute, second);
+    std::snprintf(text, sizeof text, "%04d_%02d_%02d_%02d_%02d_%02d", day.year(), day.month(), day.day(), hour, minute,
+                  second);
     return text;
 }
 
@@ -130,7 +130,8 @@ std::vector<VirtualNetwork> hyperVNetworks()
 
 JobConfiguration demoConfiguration(int n, JobType::type type)
 {
-    static const char* const clients[] = {"Harrowgate Dental", "Mossbank Freight", "Quillon & Reyes", "Tarn Valley Schools"};
+    static const char* const clients[] = {"Harrowgate Dental", "Mossbank Freight", "Quillon & Reyes",
+                                          "Tarn Valley Schools"};
     static const char* const devices[] = {"FS-01", "SQL-PROD", "DC-02", "RECEPTION-PC", "APP-03", "BUILD-07"};
 
     JobConfiguration c;
@@ -177,7 +178,7 @@ std::string encryptionPassphrase(int64_t deviceId)
 {
     // Kept in step with tools/cloud-sim/cloud_sim.py.
     static const std::map<int64_t, std::string> passphrases = {
-        {1001, "amber-falcon-42"}, {1002, "copper-heron-17"}, {1003, "slate-otter-88"},    {1201, "linen-kite-05"},
+        {1001, "amber-falcon-42"},   {1002, "copper-heron-17"},  {1003, "slate-otter-88"},   {1201, "linen-kite-05"},
         {1301, "quiet river stone"}, {2101, "birch-lantern-31"}, {3101, "cobalt-meadow-64"},
     };
     const auto it = passphrases.find(deviceId);

@@ -74,8 +74,8 @@ std::string jobRefusal(JobType::type type, const JobConfiguration& c, const QDat
             Corvel::checkLocalCache(c.local_cache_path, c.local_cache_login, c.local_cache_password,
                                     DemoData::encryptionPassphrase(c.device_id));
         if (result != Corvel::LocalCacheOpened && result != Corvel::LocalCacheNotWritable)
-            return "local_cache_path: the local cache does not open (" + std::to_string(result) + ": "
-                   + Corvel::describeLocalCacheCheck(result) + ")";
+            return "local_cache_path: the local cache does not open (" + std::to_string(result) + ": " +
+                   Corvel::describeLocalCacheCheck(result) + ")";
     }
     if (type != JobType::Virtualization)
         return {};
@@ -83,8 +83,8 @@ std::string jobRefusal(JobType::type type, const JobConfiguration& c, const QDat
     if (vm.name.empty())
         return "vm_settings.name: missing";
     if (vm.ram_bytes <= 0 || vm.ram_bytes > memoryLeft)
-        return "vm_settings.ram_bytes: " + std::to_string(vm.ram_bytes) + " is more than the host has left ("
-               + std::to_string(memoryLeft) + ")";
+        return "vm_settings.ram_bytes: " + std::to_string(vm.ram_bytes) + " is more than the host has left (" +
+               std::to_string(memoryLeft) + ")";
     if (vm.generation != 1 && vm.generation != 2)
         return "vm_settings.generation: " + std::to_string(vm.generation) + " is neither 1 nor 2";
     std::vector<std::string> networks;
@@ -112,9 +112,9 @@ std::string describe(const JobConfiguration& c)
     const VMSettings& vm = c.vm_settings;
     out << " vm.generation=" << vm.generation << " vm.name=\"" << vm.name << "\" vm.ram_bytes=" << vm.ram_bytes
         << " vm.cpu_cores=" << vm.cpu_cores << " vm.boot_on_start=" << vm.boot_on_start
-        << " vm.network_adapters=" << joined(vm.network_adapters) << " vm.storage_location=\""
-        << vm.storage_location << "\" vm.virtualization_type=" << to_string(vm.virtualization_type)
-        << " vm.reserve=" << vm.reserve << " vm.limit=" << vm.limit << " vm.relative_weight=" << vm.relative_weight;
+        << " vm.network_adapters=" << joined(vm.network_adapters) << " vm.storage_location=\"" << vm.storage_location
+        << "\" vm.virtualization_type=" << to_string(vm.virtualization_type) << " vm.reserve=" << vm.reserve
+        << " vm.limit=" << vm.limit << " vm.relative_weight=" << vm.relative_weight;
     return out.str();
 }
 

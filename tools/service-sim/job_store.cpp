@@ -46,8 +46,7 @@ std::string statusName(JobStatus::type status)
     return CorvelService::to_string(status);
 }
 
-template <typename Record>
-QJsonValue toJson(const Record& record)
+template <typename Record> QJsonValue toJson(const Record& record)
 {
     auto buffer = std::make_shared<TMemoryBuffer>();
     TJSONProtocol protocol(buffer);
@@ -55,8 +54,7 @@ QJsonValue toJson(const Record& record)
     return QJsonDocument::fromJson(QByteArray::fromStdString(buffer->getBufferAsString())).object();
 }
 
-template <typename Record>
-void fromJson(const QJsonValue& value, Record& record)
+template <typename Record> void fromJson(const QJsonValue& value, Record& record)
 {
     if (!value.isObject())
         throw std::runtime_error("record is not a JSON object");
@@ -90,7 +88,7 @@ bool JobStore::load(std::string& error)
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &parseError);
     if (!document.isObject()) {
         error = parseError.error != QJsonParseError::NoError ? parseError.errorString().toStdString()
-                                                              : std::string("not a JSON object");
+                                                             : std::string("not a JSON object");
         return false;
     }
     const QJsonObject root = document.object();
@@ -191,14 +189,14 @@ void JobStore::enter(Job& job, JobStatus::type status)
     case JobStatus::Initializing:
         d.substatus.clear();
         work.text = "Initializing";
-        work.technical_details = c.local_cache_path.empty() ? "Connecting to " + c.device_host
-                                                            : "Opening local cache " + c.local_cache_path;
+        work.technical_details =
+            c.local_cache_path.empty() ? "Connecting to " + c.device_host : "Opening local cache " + c.local_cache_path;
         work.progress = 0;
         break;
     case JobStatus::Starting:
-        work.text = d.job_type == JobType::FileRecovery ? "Preparing volumes"
-            : d.job_type == JobType::VirtualExport      ? "Preparing disk export"
-                                                        : "Creating virtual machine " + c.vm_settings.name;
+        work.text = d.job_type == JobType::FileRecovery    ? "Preparing volumes"
+                    : d.job_type == JobType::VirtualExport ? "Preparing disk export"
+                                                           : "Creating virtual machine " + c.vm_settings.name;
         work.technical_details = "Restore point " + c.recovery_point;
         break;
     case JobStatus::Running:
@@ -219,7 +217,8 @@ void JobStore::enter(Job& job, JobStatus::type status)
         work.technical_details.clear();
         break;
     case JobStatus::Deleting:
-        work.text = vm && job.settings.delete_created_vm ? "Deleting job data and virtual machine" : "Deleting job data";
+        work.text =
+            vm && job.settings.delete_created_vm ? "Deleting job data and virtual machine" : "Deleting job data";
         break;
     case JobStatus::Deleted:
         work.text = "Deleted";
@@ -251,8 +250,8 @@ void JobStore::advance(Job& job)
         const size_t disks = std::max<size_t>(1, c.disks_names.size());
         const size_t current = std::min(disks, 1 + static_cast<size_t>(work.progress) * disks / 100);
         work.text = "Exporting disks";
-        work.technical_details = "Disk " + std::to_string(current) + " of " + std::to_string(disks) + " as "
-            + CorvelService::to_string(c.virtual_disk_type);
+        work.technical_details = "Disk " + std::to_string(current) + " of " + std::to_string(disks) + " as " +
+                                 CorvelService::to_string(c.virtual_disk_type);
         if (done) {
             d.substatus = "Completed";
             enter(job, JobStatus::Stopped);

@@ -32,11 +32,11 @@ SimHandler::SimHandler(JobStore& store)
 void SimHandler::createJob(std::string& result, JobType::type jobType, const std::string& description,
                            const JobConfiguration& configuration)
 {
-    const std::string call = "createJob type=" + CorvelService::to_string(jobType) + " description=\"" + description
-                             + "\" " + describe(configuration);
+    const std::string call = "createJob type=" + CorvelService::to_string(jobType) + " description=\"" + description +
+                             "\" " + describe(configuration);
     const std::int64_t total = static_cast<std::int64_t>(CorvelPlatform::totalPhysicalMemory());
-    const std::string refusal = jobRefusal(jobType, configuration, QDateTime::currentDateTimeUtc().date(),
-                                           total - retrieveRamUsed());
+    const std::string refusal =
+        jobRefusal(jobType, configuration, QDateTime::currentDateTimeUtc().date(), total - retrieveRamUsed());
     if (!refusal.empty()) {
         logLine(call + " -> refused: " + refusal);
         throw std::invalid_argument(refusal);

@@ -11,7 +11,10 @@ constexpr int MaxDepth = 16;
 
 class Parser {
 public:
-    explicit Parser(const std::string& text) : m_text(text) {}
+    explicit Parser(const std::string& text)
+        : m_text(text)
+    {
+    }
 
     bool document(JsonValue& value)
     {
@@ -34,8 +37,8 @@ private:
 
     void skipSpace()
     {
-        while (m_pos < m_text.size()
-               && (m_text[m_pos] == ' ' || m_text[m_pos] == '\n' || m_text[m_pos] == '\r' || m_text[m_pos] == '\t'))
+        while (m_pos < m_text.size() &&
+               (m_text[m_pos] == ' ' || m_text[m_pos] == '\n' || m_text[m_pos] == '\r' || m_text[m_pos] == '\t'))
             ++m_pos;
     }
 
@@ -245,9 +248,9 @@ private:
         if (m_pos < m_text.size() && m_text[m_pos] == '-')
             ++m_pos;
         size_t digits = 0;
-        while (m_pos < m_text.size() && ((m_text[m_pos] >= '0' && m_text[m_pos] <= '9') || m_text[m_pos] == '.'
-                                         || m_text[m_pos] == 'e' || m_text[m_pos] == 'E' || m_text[m_pos] == '+'
-                                         || m_text[m_pos] == '-')) {
+        while (m_pos < m_text.size() &&
+               ((m_text[m_pos] >= '0' && m_text[m_pos] <= '9') || m_text[m_pos] == '.' || m_text[m_pos] == 'e' ||
+                m_text[m_pos] == 'E' || m_text[m_pos] == '+' || m_text[m_pos] == '-')) {
             ++m_pos;
             ++digits;
         }
@@ -302,8 +305,8 @@ std::optional<std::string> JsonValue::string(const std::string& name) const
 std::optional<long long> JsonValue::integer(const std::string& name) const
 {
     const JsonValue* value = member(name);
-    if (!value || value->type != Type::Number || value->number != std::floor(value->number)
-        || std::fabs(value->number) > 9.0e15)
+    if (!value || value->type != Type::Number || value->number != std::floor(value->number) ||
+        std::fabs(value->number) > 9.0e15)
         return std::nullopt;
     return static_cast<long long>(value->number);
 }
@@ -341,8 +344,8 @@ std::optional<std::string> decodeBase64(const std::string& text)
             if (digits[j] < 0)
                 return std::nullopt;
         }
-        const unsigned long group = (unsigned long)digits[0] << 18 | (unsigned long)digits[1] << 12
-                                    | (unsigned long)digits[2] << 6 | (unsigned long)digits[3];
+        const unsigned long group = (unsigned long)digits[0] << 18 | (unsigned long)digits[1] << 12 |
+                                    (unsigned long)digits[2] << 6 | (unsigned long)digits[3];
         out += char((group >> 16) & 0xFF);
         if (padding < 2)
             out += char((group >> 8) & 0xFF);

@@ -89,8 +89,8 @@ mirel_error* mirel_setup_remote_connection(const char* path, const char* login, 
         return error("cannot reach the local cache: no path given");
     const unsigned long code = CorvelPlatform::connectNetworkPath(path, login ? login : "", password ? password : "");
     if (code != 0)
-        return error("cannot reach the local cache at " + std::string(path) + " (system error "
-                     + std::to_string(code) + ")");
+        return error("cannot reach the local cache at " + std::string(path) + " (system error " + std::to_string(code) +
+                     ")");
     return nullptr;
 }
 
@@ -155,8 +155,8 @@ mirel_error* mirel_builder_keyring(mirel_builder* builder, const mirel_keyring* 
         if (it->is_regular_file(code))
             keyFiles.push_back(it->path());
         if (keyFiles.size() > MaxKeyFiles)
-            return error("cannot use the keyring: more than " + std::to_string(MaxKeyFiles) + " key files in "
-                         + keysDir.string());
+            return error("cannot use the keyring: more than " + std::to_string(MaxKeyFiles) + " key files in " +
+                         keysDir.string());
     }
     if (keyFiles.empty())
         return error("cannot use the keyring: no key file in " + keysDir.string());

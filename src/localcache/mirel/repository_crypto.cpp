@@ -46,8 +46,8 @@ std::optional<std::string> aes(const EVP_CIPHER* cipher, const std::string& key,
     int written = 0;
     int tail = 0;
     auto* target = reinterpret_cast<unsigned char*>(&out[0]);
-    if (EVP_EncryptUpdate(context.get(), target, &written, input, static_cast<int>(length)) != 1
-        || EVP_EncryptFinal_ex(context.get(), target + written, &tail) != 1)
+    if (EVP_EncryptUpdate(context.get(), target, &written, input, static_cast<int>(length)) != 1 ||
+        EVP_EncryptFinal_ex(context.get(), target + written, &tail) != 1)
         return std::nullopt;
     out.resize(static_cast<size_t>(written + tail));
     return out;
@@ -64,13 +64,13 @@ std::optional<std::string> poly1305Aes(const Keys& keys, const unsigned char* no
     if (!mac)
         return std::nullopt;
     std::unique_ptr<EVP_MAC_CTX, MacContextFree> context(EVP_MAC_CTX_new(mac.get()));
-    if (!context || EVP_MAC_init(context.get(), bytes(key), key.size(), nullptr) != 1
-        || EVP_MAC_update(context.get(), data, length) != 1)
+    if (!context || EVP_MAC_init(context.get(), bytes(key), key.size(), nullptr) != 1 ||
+        EVP_MAC_update(context.get(), data, length) != 1)
         return std::nullopt;
     std::string tag(MacBytes, '\0');
     size_t tagLength = 0;
-    if (EVP_MAC_final(context.get(), reinterpret_cast<unsigned char*>(&tag[0]), &tagLength, tag.size()) != 1
-        || tagLength != MacBytes)
+    if (EVP_MAC_final(context.get(), reinterpret_cast<unsigned char*>(&tag[0]), &tagLength, tag.size()) != 1 ||
+        tagLength != MacBytes)
         return std::nullopt;
     return tag;
 }
@@ -132,13 +132,13 @@ std::optional<Keys> openKeyFile(const std::string& contents, const std::string& 
         return std::nullopt;
     }
     const bool powerOfTwo = *n > 1 && (*n & (*n - 1)) == 0;
-    if (!powerOfTwo || *r < 1 || *p < 1 || *n > (1 << 24) || *r > 64 || *p > 64
-        || 128ull * static_cast<unsigned long long>(*n) * static_cast<unsigned long long>(*r) > MaxScryptMemory
-        || static_cast<unsigned long long>(*n) * static_cast<unsigned long long>(*r)
-                   * static_cast<unsigned long long>(*p)
-               > MaxScryptWork) {
-        error = "scrypt parameters out of range (N=" + std::to_string(*n) + ", r=" + std::to_string(*r)
-                + ", p=" + std::to_string(*p) + ")";
+    if (!powerOfTwo || *r < 1 || *p < 1 || *n > (1 << 24) || *r > 64 || *p > 64 ||
+        128ull * static_cast<unsigned long long>(*n) * static_cast<unsigned long long>(*r) > MaxScryptMemory ||
+        static_cast<unsigned long long>(*n) * static_cast<unsigned long long>(*r) *
+                static_cast<unsigned long long>(*p) >
+            MaxScryptWork) {
+        error = "scrypt parameters out of range (N=" + std::to_string(*n) + ", r=" + std::to_string(*r) +
+                ", p=" + std::to_string(*p) + ")";
         return std::nullopt;
     }
     const std::optional<std::string> saltBytes = decodeBase64(*salt);
@@ -150,8 +150,7 @@ std::optional<Keys> openKeyFile(const std::string& contents, const std::string& 
     unsigned char derived[64];
     if (EVP_PBE_scrypt(password.data(), password.size(), bytes(*saltBytes), saltBytes->size(),
                        static_cast<uint64_t>(*n), static_cast<uint64_t>(*r), static_cast<uint64_t>(*p),
-                       MaxScryptMemory + (1 << 20), derived, sizeof derived)
-        != 1) {
+                       MaxScryptMemory + (1 << 20), derived, sizeof derived) != 1) {
         error = "key derivation failed";
         return std::nullopt;
     }

@@ -13,7 +13,10 @@ namespace CorvelWidgets {
 
 CvNetworksSelector::CvNetworksSelector(CorvelService::ServiceConnection::Factory factory, const IconFont& iconFont,
                                        QWidget* parent)
-    : QWidget(parent), m_iconFont(iconFont), m_rowsLayout(new QVBoxLayout), m_add(new QPushButton("+ Add Network Adapter"))
+    : QWidget(parent)
+    , m_iconFont(iconFont)
+    , m_rowsLayout(new QVBoxLayout)
+    , m_add(new QPushButton("+ Add Network Adapter"))
 {
     m_add->setObjectName("button_secondary");
     m_add->setAccessibleName("Add Network Adapter");
@@ -38,8 +41,8 @@ CvNetworksSelector::CvNetworksSelector(CorvelService::ServiceConnection::Factory
     m_watcher.setFuture(QtConcurrent::run(&CvNetworksSelector::retrieveNetworks, std::move(factory)));
 }
 
-CvNetworksSelector::Networks CvNetworksSelector::retrieveNetworks(
-    const CorvelService::ServiceConnection::Factory& factory)
+CvNetworksSelector::Networks
+CvNetworksSelector::retrieveNetworks(const CorvelService::ServiceConnection::Factory& factory)
 {
     const auto client = factory ? factory() : nullptr;
     if (!client)

@@ -15,8 +15,9 @@
 namespace Corvel {
 
 PageBMRSettings::PageBMRSettings(const Settings& settings, const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Bare Metal Restore", parent), m_settings(settings),
-      m_download(new QPushButton("Download"))
+    : RecoveryWizardPage(iconFont, "Bare Metal Restore", parent)
+    , m_settings(settings)
+    , m_download(new QPushButton("Download"))
 {
     auto* header = new QLabel("<b>Recover a Bare Metal System</b>");
     header->setObjectName("sub_header");

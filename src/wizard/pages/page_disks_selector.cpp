@@ -25,11 +25,16 @@ using namespace CorvelService;
 
 PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageContext& context,
                                      const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Physical Disks", parent), m_values(values),
-      m_serviceFactory(context.serviceFactory), m_retries(context.settings.connectionRetriesNumber()),
-      m_diskList(new QWidget), m_diskLayout(new QVBoxLayout(m_diskList)), m_exportRow(new QWidget),
-      m_dynamic(new QCheckBox("Create Dynamic (Thin) Disk Volumes")), m_loader(new CorvelWidgets::LoaderWidget),
-      m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Physical Disks", parent)
+    , m_values(values)
+    , m_serviceFactory(context.serviceFactory)
+    , m_retries(context.settings.connectionRetriesNumber())
+    , m_diskList(new QWidget)
+    , m_diskLayout(new QVBoxLayout(m_diskList))
+    , m_exportRow(new QWidget)
+    , m_dynamic(new QCheckBox("Create Dynamic (Thin) Disk Volumes"))
+    , m_loader(new CorvelWidgets::LoaderWidget)
+    , m_next(PageParts::next(iconFont))
 {
     m_diskLayout->setContentsMargins(0, 0, 0, 0);
     auto* exportLayout = new QVBoxLayout(m_exportRow);

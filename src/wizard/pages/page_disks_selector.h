@@ -29,8 +29,8 @@ struct RecoveryWizardValues;
 class PageDisksSelector : public RecoveryWizardPage {
     Q_OBJECT
 public:
-    PageDisksSelector(RecoveryWizardValues* values, const PageContext& context,
-                      const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+    PageDisksSelector(RecoveryWizardValues* values, const PageContext& context, const CorvelWidgets::IconFont& iconFont,
+                      QWidget* parent = nullptr);
 
     void onPageShown() override;
 
@@ -40,9 +40,8 @@ public:
     QPushButton* nextButton() const { return m_next; }
 
     using Metadata = std::optional<std::vector<CorvelService::DiskInfo>>;
-    static Metadata retrieveMetadata(const CorvelService::ServiceConnection::Factory& factory,
-                                     const std::string& host, const std::string& token, const std::string& snapshot,
-                                     int retries);
+    static Metadata retrieveMetadata(const CorvelService::ServiceConnection::Factory& factory, const std::string& host,
+                                     const std::string& token, const std::string& snapshot, int retries);
 
 private:
     void onMetadataFinished();

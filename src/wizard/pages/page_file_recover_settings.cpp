@@ -43,17 +43,18 @@ const Texts ExportTexts = {
 
 } // namespace
 
-PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint,
-                                                 const std::optional<JobType::type>* recoveryType,
+PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint, const std::optional<JobType::type>* recoveryType,
                                                  const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Recovery Settings", parent), m_mountPoint(mountPoint),
-      m_recoveryType(recoveryType), m_header(new QLabel(FileRecoveryTexts.header)),
-      m_description(new QLabel(FileRecoveryTexts.description)),
-      m_driveButton(new QRadioButton(FileRecoveryTexts.driveButton)),
-      m_driveCombo(new CorvelWidgets::StyledCombobox(nullptr, false)),
-      m_pathButton(new QRadioButton("Mount to Filesystem Path")),
-      m_dirSelector(new CorvelWidgets::CvDirSelector("C:\\", iconFont, false)),
-      m_start(new QPushButton("Start SomeSortOf Recovery"))
+    : RecoveryWizardPage(iconFont, "Recovery Settings", parent)
+    , m_mountPoint(mountPoint)
+    , m_recoveryType(recoveryType)
+    , m_header(new QLabel(FileRecoveryTexts.header))
+    , m_description(new QLabel(FileRecoveryTexts.description))
+    , m_driveButton(new QRadioButton(FileRecoveryTexts.driveButton))
+    , m_driveCombo(new CorvelWidgets::StyledCombobox(nullptr, false))
+    , m_pathButton(new QRadioButton("Mount to Filesystem Path"))
+    , m_dirSelector(new CorvelWidgets::CvDirSelector("C:\\", iconFont, false))
+    , m_start(new QPushButton("Start SomeSortOf Recovery"))
 {
     m_header->setObjectName("sub_header");
     m_description->setObjectName("wizard_page_desription");

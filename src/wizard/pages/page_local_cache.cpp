@@ -32,13 +32,20 @@ const QString ErrorTitle = QStringLiteral("local cache page error");
 
 PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& context,
                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Recovery Path", parent), m_values(values), m_cloud(context.cloud),
-      m_context(context), m_summary(new QLabel), m_cloudButton(new QRadioButton("Restore directly from cloud")),
-      m_cacheButton(new QRadioButton("Restore using a local cache")),
-      m_path(new CorvelWidgets::CvDirSelector("C:\\", iconFont, false)),
-      m_credentials(new CorvelWidgets::CvCredentialsEditor(iconFont)), m_description(new QLineEdit),
-      m_loader(new CorvelWidgets::LoaderWidget), m_back(PageParts::back(iconFont)),
-      m_cancel(new QPushButton("Cancel")), m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Recovery Path", parent)
+    , m_values(values)
+    , m_cloud(context.cloud)
+    , m_context(context)
+    , m_summary(new QLabel)
+    , m_cloudButton(new QRadioButton("Restore directly from cloud"))
+    , m_cacheButton(new QRadioButton("Restore using a local cache"))
+    , m_path(new CorvelWidgets::CvDirSelector("C:\\", iconFont, false))
+    , m_credentials(new CorvelWidgets::CvCredentialsEditor(iconFont))
+    , m_description(new QLineEdit)
+    , m_loader(new CorvelWidgets::LoaderWidget)
+    , m_back(PageParts::back(iconFont))
+    , m_cancel(new QPushButton("Cancel"))
+    , m_next(PageParts::next(iconFont))
 {
     m_summary->setTextFormat(Qt::RichText);
     m_cloudButton->setChecked(true);
@@ -73,9 +80,10 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(PageParts::label("<b>How Do You Want to Retrieve the Data?</b>", "sub_header"));
     layout->addWidget(m_summary);
-    layout->addWidget(PageParts::label("You have the option to accelerate your restore by reading<br/>data previously stored in "
-                            "a \"local cache\" instead of data<br/>from the cloud.",
-                            "wizard_page_desription"));
+    layout->addWidget(
+        PageParts::label("You have the option to accelerate your restore by reading<br/>data previously stored in "
+                         "a \"local cache\" instead of data<br/>from the cloud.",
+                         "wizard_page_desription"));
     layout->addWidget(m_cloudButton);
     layout->addWidget(m_cacheButton);
     layout->addWidget(m_path);
@@ -91,16 +99,16 @@ void PageLocalCache::onPageShown()
     // The snapshot as the operator picked it (date and time), not the service's identifier.
     const QDateTime point = RestorePoints::parse(m_values->snapshot);
     const QString snapshot = point.isValid() ? point.toString("M/d/yyyy h:mm ap") : m_values->snapshot;
-    m_summary->setText("<b>Recovering Client </b><i>" + m_values->clientName.toHtmlEscaped()
-                       + ",<br/></i><b>Protected System </b><i>" + m_values->deviceName.toHtmlEscaped()
-                       + ",</i><br/><b>Snapshot </b><i>" + snapshot.toHtmlEscaped() + "</i>");
+    m_summary->setText("<b>Recovering Client </b><i>" + m_values->clientName.toHtmlEscaped() +
+                       ",<br/></i><b>Protected System </b><i>" + m_values->deviceName.toHtmlEscaped() +
+                       ",</i><br/><b>Snapshot </b><i>" + snapshot.toHtmlEscaped() + "</i>");
 }
 
 void PageLocalCache::setInputsEnabled(bool enabled)
 {
-    for (QWidget* input : {static_cast<QWidget*>(m_cloudButton), static_cast<QWidget*>(m_cacheButton),
-                           static_cast<QWidget*>(m_description), static_cast<QWidget*>(m_back),
-                           static_cast<QWidget*>(m_next)})
+    for (QWidget* input :
+         {static_cast<QWidget*>(m_cloudButton), static_cast<QWidget*>(m_cacheButton),
+          static_cast<QWidget*>(m_description), static_cast<QWidget*>(m_back), static_cast<QWidget*>(m_next)})
         input->setEnabled(enabled);
     m_path->setEnabled(enabled && m_values->localCacheEnabled);
     m_credentials->setEnabled(enabled && m_values->localCacheEnabled);
@@ -121,15 +129,16 @@ void PageLocalCache::onNext()
     setInputsEnabled(false);
     const quint64 generation = ++m_passphraseGeneration;
     QPointer<PageLocalCache> self(this);
-    m_cloud.getEncryptionPassphrase(static_cast<qint64>(m_values->deviceId), [self, generation](const Result<QString>& result) {
+    m_cloud.getEncryptionPassphrase(static_cast<qint64>(m_values->deviceId), [self, generation](
+                                                                                 const Result<QString>& result) {
         if (!self || generation != self->m_passphraseGeneration)
             return;
         PageLocalCache& page = *self;
         page.m_loader->hideLoader();
         page.setInputsEnabled(true);
         if (const RequestError* error = std::get_if<RequestError>(&result)) {
-            page.showError("Failed to get device encryption passphrase.\nError code: " + QString::number(error->code)
-                           + ", reason: " + error->description);
+            page.showError("Failed to get device encryption passphrase.\nError code: " + QString::number(error->code) +
+                           ", reason: " + error->description);
             return;
         }
         const QString* passphrase = std::get_if<QString>(&result);
@@ -139,11 +148,11 @@ void PageLocalCache::onNext()
         }
         qWarning() << "Opening local cache database .";
         RecoveryWizardValues& values = *page.m_values;
-        const std::int32_t check =
-            page.m_context.localCacheCheck
-                ? page.m_context.localCacheCheck(values.localCachePath.toStdString(), values.localCacheLogin.toStdString(),
-                                                 values.localCachePassword.toStdString(), passphrase->toStdString())
-                : 5;
+        const std::int32_t check = page.m_context.localCacheCheck
+                                       ? page.m_context.localCacheCheck(
+                                             values.localCachePath.toStdString(), values.localCacheLogin.toStdString(),
+                                             values.localCachePassword.toStdString(), passphrase->toStdString())
+                                       : 5;
         switch (check) {
         case 0:
         case 1:
@@ -152,13 +161,15 @@ void PageLocalCache::onNext()
             return;
         case 2:
             qCritical() << "Failed to open local cache database.";
-            page.showError("Error, cannot access the path specified for the Local Cache repository.  Check permissions.");
+            page.showError(
+                "Error, cannot access the path specified for the Local Cache repository.  Check permissions.");
             return;
         case 3:
         case 4:
             qCritical() << "Failed to open local cache database.";
-            page.showError("Error, Local Cache data at specified path cannot be opened, this data may belong to another "
-                           "customer account.");
+            page.showError(
+                "Error, Local Cache data at specified path cannot be opened, this data may belong to another "
+                "customer account.");
             return;
         case 5:
             qCritical() << "Failed to open local cache database.";

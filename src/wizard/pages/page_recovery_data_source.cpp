@@ -33,11 +33,15 @@ const QString CallName = QStringLiteral("Clients request");
 
 PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, const PageContext& context,
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Recovery Target", parent), m_values(values), m_cloud(context.cloud),
-      m_retry(&context.session, this, context.settings.connectionRetriesNumber(), context.settings.authUrl()),
-      m_role(context.session.userData().role), m_dataSources(new CorvelWidgets::StyledCombobox(nullptr, false)),
-      m_devices(new CorvelWidgets::StyledCombobox(nullptr, false)), m_loader(new CorvelWidgets::LoaderWidget),
-      m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Recovery Target", parent)
+    , m_values(values)
+    , m_cloud(context.cloud)
+    , m_retry(&context.session, this, context.settings.connectionRetriesNumber(), context.settings.authUrl())
+    , m_role(context.session.userData().role)
+    , m_dataSources(new CorvelWidgets::StyledCombobox(nullptr, false))
+    , m_devices(new CorvelWidgets::StyledCombobox(nullptr, false))
+    , m_loader(new CorvelWidgets::LoaderWidget)
+    , m_next(PageParts::next(iconFont))
 {
     qRegisterMetaType<ClientDataSource>("ClientDataSource");
     qRegisterMetaType<ProtectedDevice>("ProtectedDevice");
@@ -89,8 +93,7 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
             [this](QListWidgetItem* item) { onClientChanged(item); });
     connect(m_dataSources, qOverload<int>(&QComboBox::currentIndexChanged), this,
             &PageRecoveryDataSource::onDataSourceChanged);
-    connect(m_devices, qOverload<int>(&QComboBox::currentIndexChanged), this,
-            &PageRecoveryDataSource::onDeviceChanged);
+    connect(m_devices, qOverload<int>(&QComboBox::currentIndexChanged), this, &PageRecoveryDataSource::onDeviceChanged);
 
     const bool partner = m_role == TmxAuth::UserRole::Partner;
     for (QWidget* widget : {static_cast<QWidget*>(clientLabel), static_cast<QWidget*>(m_search),

@@ -36,11 +36,16 @@ constexpr int NameRole = Qt::UserRole;
 
 PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageContext& context,
                                      const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Recovery Point", parent), m_values(values), m_cloud(context.cloud),
-      m_serviceFactory(context.serviceFactory), m_retries(context.settings.connectionRetriesNumber()),
-      m_retry(&context.session, this, m_retries, context.settings.authUrl()),
-      m_datePicker(new CorvelWidgets::DateLineEditWithButtonsDaysMove("mm/dd/yyyy", iconFont)),
-      m_timeList(new QListWidget), m_loader(new CorvelWidgets::LoaderWidget), m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Recovery Point", parent)
+    , m_values(values)
+    , m_cloud(context.cloud)
+    , m_serviceFactory(context.serviceFactory)
+    , m_retries(context.settings.connectionRetriesNumber())
+    , m_retry(&context.session, this, m_retries, context.settings.authUrl())
+    , m_datePicker(new CorvelWidgets::DateLineEditWithButtonsDaysMove("mm/dd/yyyy", iconFont))
+    , m_timeList(new QListWidget)
+    , m_loader(new CorvelWidgets::LoaderWidget)
+    , m_next(PageParts::next(iconFont))
 {
     m_retry.setTokenSource(context.tokenSource);
 
@@ -74,8 +79,7 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
 
     connect(m_datePicker, &CorvelWidgets::DateLineEditWithButtonsDaysMove::dateSelected, this,
             &PageRecoveryPoint::onDateSelected);
-    connect(m_timeList, &QListWidget::currentItemChanged, this,
-            [this](QListWidgetItem* item) { onTimeChanged(item); });
+    connect(m_timeList, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) { onTimeChanged(item); });
     connect(&m_watcher, &QFutureWatcher<Retrieval>::finished, this, &PageRecoveryPoint::onRetrievalFinished);
 }
 
@@ -130,8 +134,9 @@ void PageRecoveryPoint::requestDeviceToken()
         [this](const RequestError&) { m_loader->hideLoader(); });
 }
 
-PageRecoveryPoint::Retrieval PageRecoveryPoint::retrieveRestorePoints(
-    const CorvelService::ServiceConnection::Factory& factory, const QString& url, const QString& token, int retries)
+PageRecoveryPoint::Retrieval
+PageRecoveryPoint::retrieveRestorePoints(const CorvelService::ServiceConnection::Factory& factory, const QString& url,
+                                         const QString& token, int retries)
 {
     const std::shared_ptr<CorvelService::CorvelServiceIf> client = factory ? factory() : nullptr;
     if (!client) {

@@ -28,8 +28,8 @@ struct RecoveryWizardValues;
 class PageRecoveryPoint : public RecoveryWizardPage {
     Q_OBJECT
 public:
-    PageRecoveryPoint(RecoveryWizardValues* values, const PageContext& context,
-                      const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+    PageRecoveryPoint(RecoveryWizardValues* values, const PageContext& context, const CorvelWidgets::IconFont& iconFont,
+                      QWidget* parent = nullptr);
 
     void onPageShown() override;
 
@@ -40,8 +40,8 @@ public:
 
     // Empty when the retrieval failed; otherwise the names as the service listed them.
     using Retrieval = std::optional<QStringList>;
-    static Retrieval retrieveRestorePoints(const CorvelService::ServiceConnection::Factory& factory,
-                                           const QString& url, const QString& token, int retries);
+    static Retrieval retrieveRestorePoints(const CorvelService::ServiceConnection::Factory& factory, const QString& url,
+                                           const QString& token, int retries);
 
 private:
     void requestDeviceToken();

@@ -23,15 +23,16 @@ const char* const VirtualizeDescription =
 
 PageRecoveryType::PageRecoveryType(std::optional<JobType::type>* recoveryType, bool hyperVInstalled,
                                    const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Recovery Type", parent), m_recoveryType(recoveryType)
+    : RecoveryWizardPage(iconFont, "Recovery Type", parent)
+    , m_recoveryType(recoveryType)
 {
     auto* header = new QLabel("<b>What Type of Recovery Do You Want to Perform?</b>");
     header->setObjectName("sub_header");
 
-    const QString virtualizeText =
-        hyperVInstalled ? QString(VirtualizeDescription)
-                        : QString(VirtualizeDescription)
-                              + "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)";
+    const QString virtualizeText = hyperVInstalled
+                                       ? QString(VirtualizeDescription)
+                                       : QString(VirtualizeDescription) +
+                                             "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)";
     m_virtualize = new CorvelWidgets::CvWizardButton("Virtualize (Hyper-V)", virtualizeText, iconFont.icon(0xE968));
     m_virtualize->setEnabled(hyperVInstalled);
     m_export = new CorvelWidgets::CvWizardButton(

@@ -30,9 +30,10 @@ QString defaultStorageFolder()
 
 PageVirtualDiskOptions::PageVirtualDiskOptions(RecoveryWizardVmSettings* vmSettings,
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Virtual Disk Options", parent), m_vm(vmSettings),
-      m_dirSelector(new CorvelWidgets::CvDirSelector(defaultStorageFolder(), iconFont, false)),
-      m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Virtual Disk Options", parent)
+    , m_vm(vmSettings)
+    , m_dirSelector(new CorvelWidgets::CvDirSelector(defaultStorageFolder(), iconFont, false))
+    , m_next(PageParts::next(iconFont))
 {
     m_formats[VirtualDiskType::VhdGenOne] = new QRadioButton("VHD (2TiB Maximum Disk Size)");
     m_formats[VirtualDiskType::VhdxGenTwo] = new QRadioButton("VHDX");
@@ -55,15 +56,17 @@ PageVirtualDiskOptions::PageVirtualDiskOptions(RecoveryWizardVmSettings* vmSetti
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(PageParts::label("<b>How do you want to mount the Virtual Disk image(s)?</b>", "sub_header"));
-    layout->addWidget(PageParts::label("Select the Virtual Disk Format you wish to use. VHD(Legacy)<br/>disks have a maximum 2TiB "
-                            "capacity limit. VHDX(Modern) disks<br/>are required for larger volume sizes",
-                            "wizard_page_desription"));
+    layout->addWidget(
+        PageParts::label("Select the Virtual Disk Format you wish to use. VHD(Legacy)<br/>disks have a maximum 2TiB "
+                         "capacity limit. VHDX(Modern) disks<br/>are required for larger volume sizes",
+                         "wizard_page_desription"));
     layout->addWidget(PageParts::label("Virtual Disk Format:", "field_label"));
     for (const auto& entry : m_formats)
         layout->addWidget(entry.second);
     layout->addWidget(PageParts::label("Virtual Machine Storage Location:", "field_label"));
-    layout->addWidget(PageParts::label("Select the location where the Virtual Machine configuration<br/>files will be created",
-                            "wizard_page_desription"));
+    layout->addWidget(
+        PageParts::label("Select the location where the Virtual Machine configuration<br/>files will be created",
+                         "wizard_page_desription"));
     layout->addWidget(m_dirSelector);
     layout->addStretch();
     layout->addLayout(buttons);
@@ -84,8 +87,8 @@ bool PageVirtualDiskOptions::storeFormat()
 
 void PageVirtualDiskOptions::updateNext()
 {
-    const bool checked = std::any_of(m_formats.cbegin(), m_formats.cend(),
-                                     [](const auto& entry) { return entry.second->isChecked(); });
+    const bool checked =
+        std::any_of(m_formats.cbegin(), m_formats.cend(), [](const auto& entry) { return entry.second->isChecked(); });
     m_next->setEnabled(!m_vm->storageLocation.isEmpty() && checked);
 }
 

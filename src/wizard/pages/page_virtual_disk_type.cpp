@@ -43,7 +43,8 @@ const Format Formats[] = {
 
 PageVirtualDiskType::PageVirtualDiskType(VirtualDiskType::type* virtualDiskType,
                                          const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Virtual Disk Type", parent), m_virtualDiskType(virtualDiskType)
+    : RecoveryWizardPage(iconFont, "Virtual Disk Type", parent)
+    , m_virtualDiskType(virtualDiskType)
 {
     auto* header = new QLabel("<b>What Type of Recovery Do You Want to Perform?</b>");
     header->setObjectName("sub_header");

@@ -15,8 +15,8 @@ namespace Corvel {
 class PageVirtualDiskType : public RecoveryWizardPage {
     Q_OBJECT
 public:
-    PageVirtualDiskType(CorvelService::VirtualDiskType::type* virtualDiskType,
-                        const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+    PageVirtualDiskType(CorvelService::VirtualDiskType::type* virtualDiskType, const CorvelWidgets::IconFont& iconFont,
+                        QWidget* parent = nullptr);
 
     // In display order.
     const QList<CorvelWidgets::CvWizardButton*>& tiles() const { return m_tiles; }

@@ -16,12 +16,13 @@ using CorvelService::VirtualizationType;
 
 PageVirtualizationType::PageVirtualizationType(VirtualizationType::type* virtualizationType,
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Virtualization Type", parent), m_virtualizationType(virtualizationType),
-      m_test(new CorvelWidgets::CvWizardButton(
+    : RecoveryWizardPage(iconFont, "Virtualization Type", parent)
+    , m_virtualizationType(virtualizationType)
+    , m_test(new CorvelWidgets::CvWizardButton(
           "Make it a Test",
           "For testing the virtualization process and<br/>verifying the availability of recovery points.",
-          iconFont.icon(0xE971))),
-      m_production(new CorvelWidgets::CvWizardButton(
+          iconFont.icon(0xE971)))
+    , m_production(new CorvelWidgets::CvWizardButton(
           "Put it in Production",
           "For when a disaster occurs, make this a Live<br/>Recovery. Live-mode persistent snapshots will<br/>be "
           "created in the Cloud and local recovery data<br/>will be preserved until manually removed.",

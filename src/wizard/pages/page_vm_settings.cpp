@@ -47,17 +47,21 @@ QSpinBox* spin(int minimum, int maximum, qint64 value, const QString& name)
 
 PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskStyle::type* systemDiskStyle,
                                const PageContext& context, const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent), m_vm(vmSettings),
-      m_systemDiskStyle(systemDiskStyle), m_name(new QLineEdit), m_ram(new QComboBox),
-      m_ramInfo(PageParts::label(QString(), "ram_cores_info")),
-      m_cores(spin(1, QThread::idealThreadCount(), 1, "CPU Cores:")),
-      m_reserve(spin(0, 100, 0, "VIRTUAL MACHINE RESERVE (Percentage):")),
-      m_limit(spin(0, 100, 100, "VIRTUAL MACHINE LIMIT (Percentage):")),
-      m_weight(spin(0, 10000, 100, "RELATIVE WEIGHT:")), m_generation1(new QRadioButton("Hyper-V (Generation 1)")),
-      m_generation2(new QRadioButton("Hyper-V (Generation 2)")),
-      m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start")),
-      m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont)),
-      m_next(PageParts::next(iconFont))
+    : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent)
+    , m_vm(vmSettings)
+    , m_systemDiskStyle(systemDiskStyle)
+    , m_name(new QLineEdit)
+    , m_ram(new QComboBox)
+    , m_ramInfo(PageParts::label(QString(), "ram_cores_info"))
+    , m_cores(spin(1, QThread::idealThreadCount(), 1, "CPU Cores:"))
+    , m_reserve(spin(0, 100, 0, "VIRTUAL MACHINE RESERVE (Percentage):"))
+    , m_limit(spin(0, 100, 100, "VIRTUAL MACHINE LIMIT (Percentage):"))
+    , m_weight(spin(0, 10000, 100, "RELATIVE WEIGHT:"))
+    , m_generation1(new QRadioButton("Hyper-V (Generation 1)"))
+    , m_generation2(new QRadioButton("Hyper-V (Generation 2)"))
+    , m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start"))
+    , m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont))
+    , m_next(PageParts::next(iconFont))
 {
     m_name->setPlaceholderText("Enter VM name");
     m_name->setMaxLength(128);
@@ -78,8 +82,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     connect(m_limit, qOverload<int>(&QSpinBox::valueChanged), this, [this](int value) { m_vm->limit = value; });
     connect(m_weight, qOverload<int>(&QSpinBox::valueChanged), this,
             [this](int value) { m_vm->relativeWeight = value; });
-    connect(m_generation1, &QRadioButton::toggled, this,
-            [this](bool checked) { m_vm->generation = checked ? 1 : 2; });
+    connect(m_generation1, &QRadioButton::toggled, this, [this](bool checked) { m_vm->generation = checked ? 1 : 2; });
     connect(m_boot, &QCheckBox::toggled, this, [this](bool checked) { m_vm->bootOnStart = checked; });
     connect(m_networks, &CorvelWidgets::CvNetworksSelector::onNetworkSelectionChanged, this,
             [this](const QStringList& networks) { m_vm->networkAdapters = networks; });
@@ -98,8 +101,9 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     form->addWidget(m_ramInfo, row++, 1, 1, 2);
     form->addWidget(PageParts::label("CPU Cores:"), row, 0);
     form->addWidget(m_cores, row++, 1);
-    form->addWidget(PageParts::label("Host CPU Cores: " + QString::number(QThread::idealThreadCount()), "ram_cores_info"), row++,
-                    1, 1, 2);
+    form->addWidget(
+        PageParts::label("Host CPU Cores: " + QString::number(QThread::idealThreadCount()), "ram_cores_info"), row++, 1,
+        1, 2);
     form->addWidget(PageParts::label("VIRTUAL MACHINE RESERVE (Percentage):"), row, 0);
     form->addWidget(m_reserve, row++, 1);
     form->addWidget(PageParts::label("VIRTUAL MACHINE LIMIT (Percentage):"), row, 0);
@@ -114,10 +118,11 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     layout->addWidget(PageParts::label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
     layout->addLayout(form);
     layout->addWidget(PageParts::label("Virtual Machine Type:"));
-    layout->addWidget(PageParts::label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
-                            "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
-                            "Generation 2",
-                            "wizard_page_desription"));
+    layout->addWidget(
+        PageParts::label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
+                         "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
+                         "Generation 2",
+                         "wizard_page_desription"));
     layout->addWidget(m_generation1);
     layout->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
     layout->addWidget(m_generation2);

@@ -179,21 +179,30 @@ void TestServiceSimulator::createJobChecks_data()
     row("export", JobType::VirtualExport, none, "");
     row("virtualization", JobType::Virtualization, none, "");
     row("unknown type", JobType::type(7), none, "job_type: ");
-    row("forged token", JobType::FileRecovery, [](JobConfiguration& c) { c.device_token = "guess"; }, "device_token: ");
-    row("foreign restore point", JobType::FileRecovery,
+    row(
+        "forged token", JobType::FileRecovery, [](JobConfiguration& c) { c.device_token = "guess"; }, "device_token: ");
+    row(
+        "foreign restore point", JobType::FileRecovery,
         [](JobConfiguration& c) { c.recovery_point = "2001_01_01_00_00_00"; }, "recovery_point: ");
-    row("no mount point", JobType::FileRecovery, [](JobConfiguration& c) { c.mount_point.clear(); }, "mount_point: ");
-    row("unknown disk", JobType::VirtualExport, [](JobConfiguration& c) { c.disks_names.push_back("Disk 9"); },
+    row(
+        "no mount point", JobType::FileRecovery, [](JobConfiguration& c) { c.mount_point.clear(); }, "mount_point: ");
+    row(
+        "unknown disk", JobType::VirtualExport, [](JobConfiguration& c) { c.disks_names.push_back("Disk 9"); },
         "disks_names: ");
-    row("no VM name", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.name.clear(); },
+    row(
+        "no VM name", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.name.clear(); },
         "vm_settings.name: ");
-    row("more memory than the host", JobType::Virtualization,
+    row(
+        "more memory than the host", JobType::Virtualization,
         [](JobConfiguration& c) { c.vm_settings.ram_bytes = int64_t(1) << 50; }, "vm_settings.ram_bytes: ");
-    row("generation 3", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.generation = 3; },
+    row(
+        "generation 3", JobType::Virtualization, [](JobConfiguration& c) { c.vm_settings.generation = 3; },
         "vm_settings.generation: ");
-    row("no local cache there", JobType::FileRecovery,
+    row(
+        "no local cache there", JobType::FileRecovery,
         [](JobConfiguration& c) { c.local_cache_path = "/nonexistent/cache"; }, "local_cache_path: ");
-    row("unknown network", JobType::Virtualization,
+    row(
+        "unknown network", JobType::Virtualization,
         [](JobConfiguration& c) { c.vm_settings.network_adapters = {"Nowhere"}; }, "vm_settings.network_adapters: ");
 }
 
@@ -243,13 +252,11 @@ void TestServiceSimulator::faultyReplies_data()
     QTest::addColumn<QString>("failure"); // start of failureOf()
     QTest::addColumn<bool>("usableAfterwards");
 
-    QTest::newRow("createJob reply without success")
-        << Call([](CorvelServiceIf& c) {
-               std::string id;
-               c.createJob(id, JobType::FileRecovery, "d", {});
-           })
-        << QString("application %1: createJob failed: unknown result").arg(TApplicationException::MISSING_RESULT)
-        << false;
+    QTest::newRow("createJob reply without success") << Call([](CorvelServiceIf& c) {
+        std::string id;
+        c.createJob(id, JobType::FileRecovery, "d", {});
+    }) << QString("application %1: createJob failed: unknown result").arg(TApplicationException::MISSING_RESULT)
+                                                     << false;
     QTest::newRow("reply named after another method")
         << Call([](CorvelServiceIf& c) { c.stopJob("j"); })
         << QString("protocol %1").arg(TProtocolException::INVALID_DATA) << false;

@@ -43,8 +43,9 @@ public:
                 return;
             m_asking = true;
             window->webView()->page()->runJavaScript(
-                QString("(function(){var b=document.getElementById('sign_in'),u=document.getElementById('user');"
-                        "if(!b||!u||document.readyState!='complete')return false;u.value='%1';b.click();return true;})()")
+                QString(
+                    "(function(){var b=document.getElementById('sign_in'),u=document.getElementById('user');"
+                    "if(!b||!u||document.readyState!='complete')return false;u.value='%1';b.click();return true;})()")
                     .arg(user),
                 [this, window](const QVariant& clicked) {
                     m_asking = false;
@@ -109,6 +110,8 @@ private slots:
         CloudSim sim({"--sentinel", CORVEL_TOKEN_SENTINEL});
         QVERIFY(sim.start());
         AuthSession session(sim.signIn("partner"));
+        // The simulator logs a request after answering it: wait for the sign-in's own line.
+        QTRY_VERIFY(sim.requests().contains("POST /authorization/vusk 200"));
         const int before = sim.requests().size();
         Operator op("client");
         LogCapture log;

@@ -18,10 +18,10 @@
 #include <functional>
 
 using namespace CorvelService;
-using CvJobs::JobActionButtonsWidget;
-using CvJobs::JobTableWidget;
 using CorvelTest::FakeService;
 using CorvelTest::whenModal;
+using CvJobs::JobActionButtonsWidget;
+using CvJobs::JobTableWidget;
 using Failure = FakeService::Failure;
 using Change = std::function<void(std::vector<JobDescription>&)>;
 
@@ -52,7 +52,10 @@ QStringList rowIds(const CvJobs::JobListWidget* list)
     return ids;
 }
 
-void flushDeferredDeletes() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+void flushDeferredDeletes()
+{
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
 
 } // namespace
 
@@ -165,11 +168,11 @@ private slots:
         QList<qint64> attempts;
         bool serviceBack = false;
         auto replacement = std::make_shared<FakeService>();
-        auto* table = makeTable({makeJob("same", JobStatus::Stopped, JobAction::Start)},
-                                [&]() -> ServiceConnection::Client {
-                                    attempts << m_clock->nowMs();
-                                    return serviceBack ? replacement : nullptr;
-                                });
+        auto* table =
+            makeTable({makeJob("same", JobStatus::Stopped, JobAction::Start)}, [&]() -> ServiceConnection::Client {
+                attempts << m_clock->nowMs();
+                return serviceBack ? replacement : nullptr;
+            });
         replacement->jobs = m_service->jobs;
         m_connection->setReconnectInterval(interval);
         CorvelTest::LogCapture log;
@@ -228,9 +231,12 @@ private slots:
         QTest::addColumn<QString>("buttonText");
         QTest::addColumn<QString>("call");
         QTest::addColumn<Failure>("failure");
-        QTest::newRow("delete file recovery asks nothing") << "Delete Job" << "deleteJob:j" << Failure::None;
-        QTest::newRow("start refused") << "Start" << "startJob:j" << Failure::Application;
-        QTest::newRow("stop, connection gone") << "Stop" << "stopJob:j" << Failure::Transport;
+        QTest::newRow("delete file recovery asks nothing") << "Delete Job"
+                                                           << "deleteJob:j" << Failure::None;
+        QTest::newRow("start refused") << "Start"
+                                       << "startJob:j" << Failure::Application;
+        QTest::newRow("stop, connection gone") << "Stop"
+                                               << "stopJob:j" << Failure::Transport;
     }
 
     void simpleActions()

@@ -4,7 +4,6 @@
 #include "testsupport/fake_cloud.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/modal.h"
-#include "wizard/recovery_wizard.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window.h"
@@ -14,6 +13,7 @@
 #include "ui/tool_box_widget.h"
 #include "widgets/message_box.h"
 #include "widgets/user_menu_button.h"
+#include "wizard/recovery_wizard.h"
 
 #include <QAction>
 #include <QJsonDocument>
@@ -24,9 +24,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using Corvel::MainWindow;
 using CorvelTest::LogCapture;
 using CorvelWidgets::MessageBox;
-using Corvel::MainWindow;
 
 namespace {
 
@@ -109,7 +109,8 @@ private slots:
 
         LogCapture log;
         QTest::mouseClick(help->analysisToolTile()->button(), Qt::LeftButton);
-        QCOMPARE(log.texts().filter("Analysis Tool"), QStringList({"Opening Analysis Tool", "Analysis Tool opening failed"}));
+        QCOMPARE(log.texts().filter("Analysis Tool"),
+                 QStringList({"Opening Analysis Tool", "Analysis Tool opening failed"}));
         QVERIFY(MessageBox::shown().isEmpty());
     }
 
@@ -151,8 +152,9 @@ private slots:
         QStringList boxes;
         for (const auto& box : MessageBox::shown())
             boxes << QString("%1 %2/%3").arg(box.icon).arg(box.title, box.text);
-        QCOMPARE(boxes, expectedBox.isEmpty() ? QStringList()
-                                              : QStringList{QString("%1 Access Error/").arg(QMessageBox::Critical) + expectedBox});
+        QCOMPARE(boxes, expectedBox.isEmpty()
+                            ? QStringList()
+                            : QStringList{QString("%1 Access Error/").arg(QMessageBox::Critical) + expectedBox});
     }
 
     void logOut_data()
@@ -185,7 +187,8 @@ private slots:
             QVERIFY(MessageBox::shown().isEmpty());
         } else {
             QCOMPARE(lastBox().icon, QMessageBox::Warning);
-            QCOMPARE(lastBox().text, QString("Failed to login. Corvel will be closed. Please run Corvel and try again."));
+            QCOMPARE(lastBox().text,
+                     QString("Failed to login. Corvel will be closed. Please run Corvel and try again."));
         }
     }
 
@@ -218,7 +221,8 @@ private slots:
         CorvelTest::LogCapture log;
         createWindow(partner(), QString(), cloud.origin() + "/Corvel/autoupdate.xml");
         m_window->show();
-        QTRY_VERIFY(log.contains(QtInfoMsg, "Looking for download info at: " + cloud.origin() + "/Corvel/autoupdate.xml"));
+        QTRY_VERIFY(
+            log.contains(QtInfoMsg, "Looking for download info at: " + cloud.origin() + "/Corvel/autoupdate.xml"));
         QVERIFY(m_window->updateCheck().isRunning());
         QVERIFY(m_window->close());
         // The close returned only once the check had its answer from the slow server.
@@ -234,8 +238,9 @@ private:
         m_session = std::make_unique<TmxAuth::AuthSession>(token);
         m_connection = std::make_unique<CorvelService::ServiceConnection>(CorvelService::ServiceConnection::Factory{});
         m_connection->setClient(std::make_shared<CorvelService::CorvelServiceNull>());
-        m_window = std::make_unique<MainWindow>(*m_session, m_iconFont, *m_connection,
-                                                Corvel::Settings(QJsonObject{{"update_url", updateUrl}}), descriptorUrl);
+        m_window =
+            std::make_unique<MainWindow>(*m_session, m_iconFont, *m_connection,
+                                         Corvel::Settings(QJsonObject{{"update_url", updateUrl}}), descriptorUrl);
     }
 
     void showWindow(const QString& token)

@@ -82,8 +82,8 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(attempts >= 2, 5000);
         QCOMPARE(table.jobList()->jobs(), before);
 
-        const QStringList faults{"--fault", "startJob=exception", "--fault", "stopJob=exception", "--fault",
-                                 "cancelJob=exception"};
+        const QStringList faults{"--fault", "startJob=exception", "--fault", "stopJob=exception",
+                                 "--fault", "cancelJob=exception"};
         error = m_sim.start(m_dir.path(), stateArguments + faults, port);
         QVERIFY2(error.isEmpty(), qPrintable(error));
         QTRY_VERIFY_WITH_TIMEOUT(!table.isServiceLost(), 10000);

@@ -29,8 +29,8 @@ private:
     {
         auto wizard = fixture.makeWizard();
         wizard->show();
-        if (!fixture.chooseTile(*wizard, "Recover Files") || !fixture.passDataSource(*wizard)
-            || !fixture.passRecoveryPoint(*wizard))
+        if (!fixture.chooseTile(*wizard, "Recover Files") || !fixture.passDataSource(*wizard) ||
+            !fixture.passRecoveryPoint(*wizard))
             return nullptr;
         return wizard;
     }
@@ -66,12 +66,15 @@ private slots:
         QTest::addColumn<QString>("box");
         QTest::newRow("0") << 0 << "";
         QTest::newRow("1, read-only, accepted like 0") << 1 << "";
-        QTest::newRow("2") << 2 << "Error, cannot access the path specified for the Local Cache repository.  Check "
-                                   "permissions.";
-        QTest::newRow("3") << 3 << "Error, Local Cache data at specified path cannot be opened, this data may belong "
-                                   "to another customer account.";
-        QTest::newRow("4") << 4 << "Error, Local Cache data at specified path cannot be opened, this data may belong "
-                                   "to another customer account.";
+        QTest::newRow("2") << 2
+                           << "Error, cannot access the path specified for the Local Cache repository.  Check "
+                              "permissions.";
+        QTest::newRow("3") << 3
+                           << "Error, Local Cache data at specified path cannot be opened, this data may belong "
+                              "to another customer account.";
+        QTest::newRow("4") << 4
+                           << "Error, Local Cache data at specified path cannot be opened, this data may belong "
+                              "to another customer account.";
         QTest::newRow("5") << 5 << "Error, specified path does not contain a Local Cache repository.";
         QTest::newRow("unknown") << 9 << "Unknown error";
     }
@@ -144,8 +147,8 @@ private slots:
         CorvelTest::CloudSim cloud;
         QVERIFY(cloud.start());
         WizardFixture fixture(cloud.signIn("partner"), QJsonObject{{"vusk_url", cloud.vuskUrl()}});
-        RecoveryWizardContext context{fixture.session, fixture.settings, fixture.connection, nullptr,
-                                      WizardFixture::hyperV(true), {}, {}};
+        RecoveryWizardContext context{
+            fixture.session, fixture.settings, fixture.connection, nullptr, WizardFixture::hyperV(true), {}, {}};
         RecoveryWizard wizard(nullptr, fixture.iconFont, std::move(context));
         wizard.show();
         QVERIFY(fixture.chooseTile(wizard, "Recover Files"));

@@ -55,9 +55,9 @@ private:
         console->session = std::make_unique<TmxAuth::AuthSession>(token);
         console->steps = std::make_unique<WizardFixture>(token);
         const Settings settings(QJsonObject{{"vusk_url", m_cloud.vuskUrl()}, {"auth_url", m_cloud.authUrl()}});
-        console->window = std::make_unique<MainWindow>(*console->session, console->steps->iconFont,
-                                                       *console->connection, settings,
-                                                       QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
+        console->window =
+            std::make_unique<MainWindow>(*console->session, console->steps->iconFont, *console->connection, settings,
+                                         QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
         console->window->setUpdateOfferBlocked(true);
         console->window->setServiceControl(WizardFixture::hyperV(true));
         console->window->showNormal();
@@ -84,8 +84,8 @@ private:
             return steps.failure;
         if (!step(steps.passLocalCache(wizard)))
             return steps.failure;
-        if (kind == "Virtualize (Hyper-V)" && (!step(steps.passVmSettings(wizard, "FS-01 production"))
-                                               || !step(steps.passDiskOptions(wizard))))
+        if (kind == "Virtualize (Hyper-V)" &&
+            (!step(steps.passVmSettings(wizard, "FS-01 production")) || !step(steps.passDiskOptions(wizard))))
             return steps.failure;
         if (!step(steps.finish(wizard)))
             return steps.failure;
@@ -134,14 +134,20 @@ private slots:
         QTest::addColumn<QString>("type");
         QTest::addColumn<QString>("heading");
         QTest::addColumn<QStringList>("fields");
-        QTest::newRow("file recovery") << "Recover Files" << "FileRecovery" << "File Recovery Started!"
+        QTest::newRow("file recovery") << "Recover Files"
+                                       << "FileRecovery"
+                                       << "File Recovery Started!"
                                        << QStringList{"mount_point=\"D\"", "disks_names=[]", "vm.name=\"\""};
-        QTest::newRow("export") << "Virtual Disk Export" << "VirtualExport" << "Export Recovery Started!"
+        QTest::newRow("export") << "Virtual Disk Export"
+                                << "VirtualExport"
+                                << "Export Recovery Started!"
                                 << QStringList{"virtual_disk_type=VhdxGenTwo", "mount_point=\"D\"", "vm.name=\"\""};
-        QTest::newRow("virtualization")
-            << "Virtualize (Hyper-V)" << "Virtualization" << "Recovery Started!"
-            << QStringList{"vm.name=\"FS-01 production\"", "vm.generation=", "vm.ram_bytes=1073741824",
-                           "vm.virtualization_type=Production", "virtual_disk_type=Vhd"};
+        QTest::newRow("virtualization") << "Virtualize (Hyper-V)"
+                                        << "Virtualization"
+                                        << "Recovery Started!"
+                                        << QStringList{"vm.name=\"FS-01 production\"",
+                                                       "vm.generation=", "vm.ram_bytes=1073741824",
+                                                       "vm.virtualization_type=Production", "virtual_disk_type=Vhd"};
     }
 
     void flows()
@@ -184,11 +190,14 @@ private slots:
         QTest::addColumn<QString>("box");
         QTest::addColumn<QString>("logLine");
         QTest::addColumn<int>("jobsLeft");
-        QTest::newRow("createJob refused") << "createJob=exception" << "Internal Error: Failed to create job"
+        QTest::newRow("createJob refused") << "createJob=exception"
+                                           << "Internal Error: Failed to create job"
                                            << "Application exception: " << 0;
-        QTest::newRow("createJob connection dropped") << "createJob=drop" << "Unknown error: Failed to create job"
+        QTest::newRow("createJob connection dropped") << "createJob=drop"
+                                                      << "Unknown error: Failed to create job"
                                                       << "Unknown exception: " << 0;
-        QTest::newRow("startJob refused") << "startJob=exception" << "Internal Error: Failed to start job"
+        QTest::newRow("startJob refused") << "startJob=exception"
+                                          << "Internal Error: Failed to start job"
                                           << "Application exception: " << 1;
     }
 
@@ -209,9 +218,8 @@ private slots:
         QCOMPARE(shown, QStringList{box});
         const QtMsgType level = fault.startsWith("start") ? QtWarningMsg : QtCriticalMsg;
         const auto entries = log.entries();
-        QVERIFY(std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
-            return entry.type == level && entry.text.startsWith(logLine);
-        }));
+        QVERIFY(std::any_of(entries.begin(), entries.end(),
+                            [&](const auto& entry) { return entry.type == level && entry.text.startsWith(logLine); }));
         QVERIFY(!log.contains(QtInfoMsg, "Recovery job started successfully."));
         // A created job that did not start stays with the service and shows in the table.
         auto* table = console->window->home()->jobTable();

@@ -13,6 +13,7 @@
 #include "wizard/recovery_wizard_page.h"
 
 #include <QCheckBox>
+#include <QDesktopServices>
 #include <QComboBox>
 #include <QLabel>
 #include <QListWidget>
@@ -34,6 +35,14 @@ QList<int> history(const RecoveryWizard& wizard)
     return QList<int>(wizard.history().begin(), wizard.history().end());
 }
 
+// Takes the URLs the console asks the desktop to open.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public slots:
+    void open(const QUrl& url) { opened << url; }
+};
 
 } // namespace
 
@@ -192,9 +201,9 @@ private slots:
         QTest::newRow("retries 0, one failure")
             << 0 << 1 << "1001" << 1 << QStringList{"Retrying attempts left: 0"}
             << "Internal Error: Internal error: Failed to get restore points" << QStringList{};
-        QTest::newRow("no restore points") << 5 << 0 << "1002-empty" << 1 << QStringList{}
-                                           << "Retrieveing restore points: No restore points found for selected device"
-                                           << QStringList{};
+        QTest::newRow("no restore points")
+            << 5 << 0 << "1002-empty" << 1 << QStringList{}
+            << "Retrieveing restore points: No restore points found for selected device" << QStringList{};
     }
 
     void restorePoints()
@@ -259,7 +268,7 @@ private slots:
         QTRY_COMPARE(shownBoxes().size(), 1);
         QCOMPARE(fixture.service->callCount("retrieveMetadata"), 3);
         QCOMPARE(shownBoxes().first(), QString("Corvel error: Failed to load disks metadata, please make sure that the "
-                                          "Corvel service is installed and running"));
+                                               "Corvel service is installed and running"));
         QVERIFY(log.contains(QtCriticalMsg, "Failed to get metadata. All attempts exhausted."));
         QVERIFY(!static_cast<PageDisksSelector*>(wizard->currentPage())->nextButton()->isEnabled());
     }
@@ -288,6 +297,27 @@ private slots:
         for (QCheckBox* box : page->diskBoxes())
             box->setChecked(false);
         QVERIFY(!page->nextButton()->isEnabled());
+    }
+
+    void bareMetalDownload()
+    {
+        WizardFixture fixture(partnerToken(), QJsonObject{{"bmr_url", "http://127.0.0.1:18080/iso/Recovery.iso"}});
+        auto wizard = fixture.makeWizard();
+        wizard->show();
+        QVERIFY(fixture.chooseTile(*wizard, "Bare Metal Restore"));
+        UrlCatcher catcher;
+        QDesktopServices::setUrlHandler("http", &catcher, "open");
+        LogCapture log;
+        clickOn(findOnPage<QPushButton>(wizard->currentPage(), "Download"));
+        QDesktopServices::unsetUrlHandler("http");
+        QCOMPARE(catcher.opened, QList<QUrl>{QUrl("http://127.0.0.1:18080/iso/Recovery.iso")});
+        QVERIFY(log.contains(QtInfoMsg, "Opening BMR URL"));
+        QVERIFY(wizard->isVisible());
+        QCOMPARE(wizard->currentPage()->title(), QString("Bare Metal Restore"));
+        clickOn(findOnPage<QPushButton>(wizard->currentPage(), "Close"));
+        QVERIFY(!wizard->isVisible());
+        QCOMPARE(wizard->result(), int(QDialog::Rejected));
+        QVERIFY(!wizard->values().recoveryType);
     }
 
     void datePicker()

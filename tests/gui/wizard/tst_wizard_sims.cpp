@@ -60,15 +60,21 @@ private:
     Run openDataSource(CloudSim& cloud, const QString& user, int retries = 5)
     {
         Run run;
-        const QJsonObject config{{"vusk_url", cloud.vuskUrl()},
-                                 {"auth_url", cloud.authUrl()},
-                                 {"connection_retries_number", retries}};
+        const QJsonObject config{
+            {"vusk_url", cloud.vuskUrl()}, {"auth_url", cloud.authUrl()}, {"connection_retries_number", retries}};
         run.fixture = std::make_unique<WizardFixture>(cloud.signIn(user), config);
         const std::string dir = m_certs.path().toStdString();
         const int port = m_service.port();
-        run.fixture->serviceFactory = [dir, port] { return CorvelService::createServiceClient(dir, "localhost", port); };
-        RecoveryWizardContext context{run.fixture->session, run.fixture->settings, run.fixture->connection,
-                                      nullptr, WizardFixture::hyperV(true), {}, {}};
+        run.fixture->serviceFactory = [dir, port] {
+            return CorvelService::createServiceClient(dir, "localhost", port);
+        };
+        RecoveryWizardContext context{run.fixture->session,
+                                      run.fixture->settings,
+                                      run.fixture->connection,
+                                      nullptr,
+                                      WizardFixture::hyperV(true),
+                                      {},
+                                      {}};
         m_signIns = 0;
         context.tokenSource = [this, &cloud, user](const QString&, const QString&, QWidget*) -> std::optional<QString> {
             ++m_signIns;

@@ -15,6 +15,8 @@
 #include <QRadioButton>
 #include <QTest>
 
+#include <algorithm>
+
 static void initResources()
 {
     Q_INIT_RESOURCE(resources);
@@ -26,7 +28,10 @@ namespace {
 
 class FakeServiceControl : public CorvelPlatform::ServiceControl {
 public:
-    explicit FakeServiceControl(bool running) : m_running(running) {}
+    explicit FakeServiceControl(bool running)
+        : m_running(running)
+    {
+    }
     CorvelPlatform::ServiceHandle openManager() override { return 1; }
     CorvelPlatform::ServiceHandle openService(CorvelPlatform::ServiceHandle, const std::string&) override { return 2; }
     bool queryState(CorvelPlatform::ServiceHandle, unsigned long& state) override
@@ -59,10 +64,10 @@ DiskInfo disk(const std::string& name, bool system, DiskStyle::type style, std::
 } // namespace
 
 WizardFixture::WizardFixture(const QString& token, QJsonObject config)
-    : session(token), settings(std::move(config)),
-      connection([this]() -> CorvelService::ServiceConnection::Client {
-          return serviceFactory ? serviceFactory() : service;
-      })
+    : session(token)
+    , settings(std::move(config))
+    , connection(
+          [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
 {
     connection.setClient(service);
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
@@ -110,8 +115,8 @@ std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRun
 CorvelWidgets::IconFont applyConsoleLook()
 {
     initResources();
-    for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
-                             ":/res/SourceSansPro-Light.ttf"})
+    for (const char* font :
+         {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf", ":/res/SourceSansPro-Light.ttf"})
         QFontDatabase::addApplicationFont(font);
     QFont::insertSubstitution(QStringLiteral("Source Sans Pro"), QStringLiteral("TypoPRO Source Sans Pro"));
     QFont font = QApplication::font();
@@ -230,6 +235,13 @@ bool WizardFixture::passVmSettings(Corvel::RecoveryWizard& wizard, const QString
 
 bool WizardFixture::passDiskOptions(Corvel::RecoveryWizard& wizard)
 {
+    // A generation 2 machine comes with VHDX checked; for generation 1 the operator picks.
+    const auto formats = wizard.currentPage()->findChildren<QRadioButton*>();
+    if (std::none_of(formats.begin(), formats.end(), [](QRadioButton* button) { return button->isChecked(); })) {
+        for (QRadioButton* format : formats)
+            if (format->isEnabled() && format->text() == "VHDX")
+                clickOn(format);
+    }
     return pressButton(wizard, "Next");
 }
 

@@ -27,8 +27,7 @@ QStringList shownBoxes();
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
 // The child of the current page with this object name and text (any text when empty).
-template <typename T>
-T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
+template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
 
 // A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
@@ -67,12 +66,10 @@ struct WizardFixture {
     std::int32_t cacheResult = 0;
 };
 
-template <typename T>
-T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
+template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
 {
     for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
-        if (text.isEmpty() || candidate->property("text").toString() == text
-            || candidate->accessibleName() == text)
+        if (text.isEmpty() || candidate->property("text").toString() == text || candidate->accessibleName() == text)
             return candidate;
     return nullptr;
 }

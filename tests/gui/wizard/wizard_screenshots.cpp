@@ -46,7 +46,8 @@ bool walk(WizardFixture& fixture, const QString& kind, const QString& prefix)
         return false;
     if (kind == "Bare Metal Restore")
         return true;
-    if (kind == "Virtual Disk Export" && !step(fixture.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)"), "data-source"))
+    if (kind == "Virtual Disk Export" &&
+        !step(fixture.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)"), "data-source"))
         return false;
     if (kind == "Virtualize (Hyper-V)" && !step(fixture.chooseTile(*wizard, "Make it a Test"), "data-source"))
         return false;

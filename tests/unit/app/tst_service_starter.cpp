@@ -97,12 +97,12 @@ private slots:
         const QStringList all{"msiscsi", "TolvexRecoveryService", "CorvelService"};
         QTest::newRow("all running") << States{Running} << false << States{Running} << true << 0 << 0 << all
                                      << int(QtInfoMsg) << "all running";
-        QTest::newRow("stopped one is started") << States{Running} << false
-                                                << States{Stopped, Stopped, Pending, Pending, Running} << true << 2
-                                                << 1 << all << int(QtInfoMsg) << "";
-        QTest::newRow("stuck start-pending") << States{Pending} << false << States{Running} << false << 180 << 0
-                                             << all << int(QtCriticalMsg)
-                                             << "failed to start the service. Waiting time has expired.";
+        QTest::newRow("stopped one is started")
+            << States{Running} << false << States{Stopped, Stopped, Pending, Pending, Running} << true << 2 << 1 << all
+            << int(QtInfoMsg) << "";
+        QTest::newRow("stuck start-pending")
+            << States{Pending} << false << States{Running} << false << 180 << 0 << all << int(QtCriticalMsg)
+            << "failed to start the service. Waiting time has expired.";
         QTest::newRow("iscsi missing") << States{} << false << States{Running} << false << 0 << 0
                                        << QStringList{"msiscsi"} << int(QtCriticalMsg)
                                        << "failed to get handle to msiscsi service. Error=1060";

@@ -1,6 +1,6 @@
 #include "auth/cloud_call_retry.h"
-#include "core/settings.h"
 #include "cloud/vusk_request.h"
+#include "core/settings.h"
 #include "testsupport/cloud_sim.h"
 #include "widgets/message_box.h"
 
@@ -46,7 +46,6 @@ std::optional<RequestError> runClients(CloudCallRetry& retry, VuskRequest& reque
 class TestCloudCallRetry : public QObject {
     Q_OBJECT
 
-
 private slots:
     void init()
     {
@@ -87,7 +86,8 @@ private slots:
             [&](Callback<int> cb) {
                 const bool fail = calls++ < failures;
                 QTimer::singleShot(0, [=] {
-                    cb(fail ? Result<int>(std::in_place_index<1>, RequestError{RequestError::Kind(kind), 7, "no space left"})
+                    cb(fail ? Result<int>(std::in_place_index<1>,
+                                          RequestError{RequestError::Kind(kind), 7, "no space left"})
                             : Result<int>(std::in_place_index<0>, 42));
                 });
             },
@@ -119,9 +119,9 @@ private slots:
         QVERIFY(!runClients(retry, request));
         QCOMPARE(asked, QStringList{sim.authUrl() + "|"});
         QCOMPARE(session.token(), fresh);
-        QCOMPARE(sim.requests().filter("/vusk/"), QStringList({"GET /vusk/clients?partner_id=7 200",
-                                                               "GET /vusk/clients?partner_id=7 401",
-                                                               "GET /vusk/clients?partner_id=7 200"}));
+        QCOMPARE(sim.requests().filter("/vusk/"),
+                 QStringList({"GET /vusk/clients?partner_id=7 200", "GET /vusk/clients?partner_id=7 401",
+                              "GET /vusk/clients?partner_id=7 200"}));
         // Only the time-out notice: an authentication error itself is not shown.
         QCOMPARE(boxes(), QStringList{"Authentication Error/Your session has timed out. Please login again."});
         QCOMPARE(retry.used(), 0);

@@ -20,7 +20,6 @@ const QString Failed = "Authentication Error/Authentication failed. Please try l
 class TestSignInFlows : public QObject {
     Q_OBJECT
 
-
 private slots:
     // Each flow against scripted sign-in windows ("<none>": the window was closed).
     void flows_data()
@@ -33,21 +32,23 @@ private slots:
 
         const QStringList invalidBox{"Corvel error/Invalid security token received, Corvel will be closed"};
         const QString client = makeToken(R"({"data":{"client_id":5,"username":"c","user_display_name":"C"}})");
-        QTest::newRow("start: first window") << "start" << QStringList{partnerToken()} << int(StartSignIn::SignedIn)
-                                             << 1 << QStringList{};
+        QTest::newRow("start: first window")
+            << "start" << QStringList{partnerToken()} << int(StartSignIn::SignedIn) << 1 << QStringList{};
         QTest::newRow("start: closed") << "start" << QStringList{"<none>"} << int(StartSignIn::NoToken) << 1
                                        << QStringList{};
         QTest::newRow("start: second window") << "start" << QStringList{incompleteToken(), partnerToken()}
                                               << int(StartSignIn::SignedIn) << 2 << QStringList{};
         QTest::newRow("start: no fourth window") << "start" << QStringList{"", "a.b.c", "", partnerToken()}
                                                  << int(StartSignIn::InvalidToken) << 3 << invalidBox;
-        QTest::newRow("re-sign-in: after two invalid") << "resign" << QStringList{"", incompleteToken(), partnerToken()}
-                                                       << 0 << 3 << QStringList{TimedOut};
+        QTest::newRow("re-sign-in: after two invalid")
+            << "resign" << QStringList{"", incompleteToken(), partnerToken()} << 0 << 3 << QStringList{TimedOut};
         QTest::newRow("re-sign-in: cancelled") << "resign" << QStringList{"<none>"} << 1 << 1 << QStringList{TimedOut};
-        QTest::newRow("re-sign-in: three invalid") << "resign" << QStringList{"x", "", incompleteToken(), partnerToken()}
-                                                   << 1 << 3 << QStringList{TimedOut, Failed};
+        QTest::newRow("re-sign-in: three invalid")
+            << "resign" << QStringList{"x", "", incompleteToken(), partnerToken()} << 1 << 3
+            << QStringList{TimedOut, Failed};
         QTest::newRow("log out: new operator") << "logout" << QStringList{client} << 1 << 1 << QStringList{};
-        QTest::newRow("log out: invalid") << "logout" << QStringList{incompleteToken()} << 0 << 1 << QStringList{Failed};
+        QTest::newRow("log out: invalid")
+            << "logout" << QStringList{incompleteToken()} << 0 << 1 << QStringList{Failed};
     }
 
     void flows()
@@ -61,7 +62,8 @@ private slots:
         MessageBox::setAutoAnswer(true);
         MessageBox::clearShown();
         QStringList asked;
-        const TokenSource source = [&](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
+        const TokenSource source = [&](const QString& authUrl, const QString& logoutUrl,
+                                       QWidget*) -> std::optional<QString> {
             asked << authUrl + "|" + logoutUrl;
             const QString answer = answers.value(asked.size() - 1, "<none>");
             return answer == "<none>" ? std::nullopt : std::optional<QString>(answer);

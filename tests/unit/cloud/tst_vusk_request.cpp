@@ -14,13 +14,27 @@ using CorvelTest::LogCapture;
 
 namespace {
 
-QString text(const TmxClient& c) { return QString("%1 %2 %3").arg(c.id).arg(c.username, c.name); }
-QString text(const ClientDataSource& d) { return QString("%1 %2 %3 %4").arg(d.id).arg(d.sid, d.type, d.url); }
-QString text(const ProtectedDevice& d) { return QString("%1 %2").arg(d.id).arg(d.name); }
-QString text(const DeviceToken& t) { return (t.url + " " + t.token).trimmed(); }
-QString text(const QString& passphrase) { return passphrase; }
-template <typename T>
-QString text(const QList<T>& list)
+QString text(const TmxClient& c)
+{
+    return QString("%1 %2 %3").arg(c.id).arg(c.username, c.name);
+}
+QString text(const ClientDataSource& d)
+{
+    return QString("%1 %2 %3 %4").arg(d.id).arg(d.sid, d.type, d.url);
+}
+QString text(const ProtectedDevice& d)
+{
+    return QString("%1 %2").arg(d.id).arg(d.name);
+}
+QString text(const DeviceToken& t)
+{
+    return (t.url + " " + t.token).trimmed();
+}
+QString text(const QString& passphrase)
+{
+    return passphrase;
+}
+template <typename T> QString text(const QList<T>& list)
 {
     QStringList out;
     for (const T& item : list)
@@ -34,8 +48,7 @@ struct Outcome {
 };
 
 // Runs one operation and waits for its callback, which must come exactly once.
-template <typename T>
-Outcome call(std::function<void(Callback<T>)> operation)
+template <typename T> Outcome call(std::function<void(Callback<T>)> operation)
 {
     Outcome out;
     int calls = 0;
@@ -90,21 +103,28 @@ private slots:
         QTest::addColumn<QString>("requestLine");
         QTest::addColumn<QString>("value"); // %1: the simulator's origin
 
-        QTest::newRow("clients") << "clients" << "GET /vusk/clients?partner_id=7 200"
-                                 << "101 northwind Northwind Ltd, 102 harbourside Harbourside Clinic, 103 quarry Quarry & Sons, "
-                                    "104 Abbotsford Abbotsford Dental, 105 crabtree Crabtree Bakery, "
-                                    "106 lakeside Lakeside Abbey";
-        QTest::newRow("data sources") << "datasources 101" << "GET /vusk/datasources?client_id=101 200"
+        QTest::newRow("clients")
+            << "clients"
+            << "GET /vusk/clients?partner_id=7 200"
+            << "101 northwind Northwind Ltd, 102 harbourside Harbourside Clinic, 103 quarry Quarry & Sons, "
+               "104 Abbotsford Abbotsford Dental, 105 crabtree Crabtree Bakery, "
+               "106 lakeside Lakeside Abbey";
+        QTest::newRow("data sources") << "datasources 101"
+                                      << "GET /vusk/datasources?client_id=101 200"
                                       << "11 S-11 server https://ds11.sim.invalid, 12 S-12 workstation "
                                          "https://ds12.sim.invalid, 13 S-13 Disk & Image https://ds13.sim.invalid";
-        QTest::newRow("no data sources: []") << "datasources 201" << "GET /vusk/datasources?client_id=201 200"
+        QTest::newRow("no data sources: []") << "datasources 201"
+                                             << "GET /vusk/datasources?client_id=201 200"
                                              << "";
         QTest::newRow("devices, type verbatim, too large an id")
-            << "devices" << "GET /vusk/devices?datasource_id=13&datasource_type=Disk%20&%20Image&client_id=101 200"
+            << "devices"
+            << "GET /vusk/devices?datasource_id=13&datasource_type=Disk%20&%20Image&client_id=101 200"
             << "1301 IMG-NODE, 0 IMG-HUGE-ID";
-        QTest::newRow("device token") << "token" << "GET /vusk/devices/1301/get_token?datasource_id=13 200"
+        QTest::newRow("device token") << "token"
+                                      << "GET /vusk/devices/1301/get_token?datasource_id=13 200"
                                       << "%1/restore/1301 device-token-1301-13";
-        QTest::newRow("passphrase") << "passphrase" << "GET /vusk/devices/1001/encryption_passphrase 200"
+        QTest::newRow("passphrase") << "passphrase"
+                                    << "GET /vusk/devices/1001/encryption_passphrase 200"
                                     << "amber-falcon-42";
     }
 
@@ -122,7 +142,8 @@ private slots:
         QCOMPARE(outcome.value, value.replace("%1", m_sim.origin()));
         QCOMPARE(m_sim.requests().mid(before), QStringList{requestLine});
         const QString all = log.texts().join('\n');
-        QVERIFY(!all.contains(m_partner->token()) && !all.contains("amber-falcon-42") && !all.contains("device-token-"));
+        QVERIFY(!all.contains(m_partner->token()) && !all.contains("amber-falcon-42") &&
+                !all.contains("device-token-"));
     }
 
     // Failures, and replies that are not errors but carry nothing usable (kind -1: every operation
@@ -138,8 +159,8 @@ private slots:
         QTest::newRow("401") << QStringList{"--token-expiry", "0"} << int(RequestError::AuthenticationError) << 204;
         QTest::newRow("500") << QStringList{"--fault-status", "/vusk/clients=500"} << int(RequestError::ServerError)
                              << int(QNetworkReply::InternalServerError);
-        QTest::newRow("connection refused") << QStringList{"refused"} << int(RequestError::ServerError)
-                                            << int(QNetworkReply::ConnectionRefusedError);
+        QTest::newRow("connection refused")
+            << QStringList{"refused"} << int(RequestError::ServerError) << int(QNetworkReply::ConnectionRefusedError);
     }
 
     void badReplies()

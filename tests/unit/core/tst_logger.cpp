@@ -7,7 +7,6 @@
 #include <QThread>
 #include <QtTest>
 
-
 using Corvel::CvLogger;
 
 class TestLogger : public QObject {
@@ -151,7 +150,8 @@ private slots:
         qInstallMessageHandler(nullptr);
         const QStringList lines = readAll(dir.path() + "/corvel.log").split("\r\n", Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), 8 * 300);
-        const QRegularExpression whole("^\\S+ \\S+\\tINFO\\tTID=\\d+\\t\\([^)]*:\\d+\\) thread \\d message \\d+ x{40}$");
+        const QRegularExpression whole(
+            "^\\S+ \\S+\\tINFO\\tTID=\\d+\\t\\([^)]*:\\d+\\) thread \\d message \\d+ x{40}$");
         for (const QString& line : lines)
             QVERIFY2(whole.match(line).hasMatch(), qPrintable(line));
     }

@@ -26,34 +26,39 @@ private slots:
         const QString none;
         QTest::newRow("bool present") << R"({"use_software_opengl": true})"
                                       << "bool" << QVariant(true) << none << 0;
-        QTest::newRow("bool as string") << R"({"use_software_opengl": "true"})"
-                                        << "bool" << QVariant(false)
-                                        << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
-                                        << int(QtWarningMsg);
-        QTest::newRow("bool as number") << R"({"use_software_opengl": 1})"
-                                        << "bool" << QVariant(false)
-                                        << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
-                                        << int(QtWarningMsg);
-        QTest::newRow("bool absent") << "{}"
-                                     << "bool" << QVariant(false)
-                                     << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
-                                     << int(QtWarningMsg);
+        QTest::newRow("bool as string")
+            << R"({"use_software_opengl": "true"})"
+            << "bool" << QVariant(false)
+            << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
+            << int(QtWarningMsg);
+        QTest::newRow("bool as number")
+            << R"({"use_software_opengl": 1})"
+            << "bool" << QVariant(false)
+            << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
+            << int(QtWarningMsg);
+        QTest::newRow("bool absent")
+            << "{}"
+            << "bool" << QVariant(false)
+            << R"(Failed to get value at key  "use_software_opengl" . Default value  false  returned.)"
+            << int(QtWarningMsg);
         QTest::newRow("int present") << R"({"connection_retries_number": 3})"
                                      << "int" << QVariant(3) << none << 0;
-        QTest::newRow("int as string") << R"({"connection_retries_number": "3"})"
-                                       << "int" << QVariant(5)
-                                       << R"(Failed to get value at key  "connection_retries_number" . Default value  5  returned.)"
-                                       << int(QtCriticalMsg);
-        QTest::newRow("int absent") << "{}"
-                                    << "int" << QVariant(5)
-                                    << R"(Failed to get value at key  "connection_retries_number" . Default value  5  returned.)"
-                                    << int(QtCriticalMsg);
+        QTest::newRow("int as string")
+            << R"({"connection_retries_number": "3"})"
+            << "int" << QVariant(5)
+            << R"(Failed to get value at key  "connection_retries_number" . Default value  5  returned.)"
+            << int(QtCriticalMsg);
+        QTest::newRow("int absent")
+            << "{}"
+            << "int" << QVariant(5)
+            << R"(Failed to get value at key  "connection_retries_number" . Default value  5  returned.)"
+            << int(QtCriticalMsg);
         QTest::newRow("string present") << R"({"auth_url": "https://x/authorization/vusk"})"
                                         << "string" << QVariant("https://x/authorization/vusk") << none << 0;
-        QTest::newRow("string as number") << R"({"auth_url": 7})"
-                                          << "string" << QVariant("dflt")
-                                          << R"(Failed to get value at key  "auth_url" . Default value  "dflt"  returned.)"
-                                          << int(QtWarningMsg);
+        QTest::newRow("string as number")
+            << R"({"auth_url": 7})"
+            << "string" << QVariant("dflt")
+            << R"(Failed to get value at key  "auth_url" . Default value  "dflt"  returned.)" << int(QtWarningMsg);
         QTest::newRow("string null") << R"({"auth_url": null})"
                                      << "string" << QVariant("dflt")
                                      << R"(Failed to get value at key  "auth_url" . Default value  "dflt"  returned.)"

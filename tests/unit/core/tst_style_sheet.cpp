@@ -39,8 +39,8 @@ private slots:
     void undefinedVariableKeepsTextAndLogsOnce()
     {
         LogCapture log;
-        const QString out = processStyleSheet("a { color: $grey; }\nb { color: $unknown_colour; }\n", 1.0,
-                                              {{"$grey", "#878C96"}}, {});
+        const QString out =
+            processStyleSheet("a { color: $grey; }\nb { color: $unknown_colour; }\n", 1.0, {{"$grey", "#878C96"}}, {});
         QCOMPARE(out, QString("a { color: #878C96; }\nb { color: $unknown_colour; }\n"));
         QCOMPARE(log.entries().size(), 1);
         QCOMPARE(log.entries().first().type, QtInfoMsg);

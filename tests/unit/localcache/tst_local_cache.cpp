@@ -33,7 +33,7 @@ bool restic(const QStringList& arguments, const QString& password, const QString
         file.write(newPassword.toUtf8());
     }
     process.start("restic", arguments + (newPassword.isNull() ? QStringList{}
-                                                               : QStringList{"--new-password-file", newPasswordFile}));
+                                                              : QStringList{"--new-password-file", newPasswordFile}));
     return process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
 }
 
@@ -143,8 +143,10 @@ private slots:
         QTest::newRow("format 1") << "v1" << Passphrase << true << 0;
         QTest::newRow("format 2") << "v2" << Passphrase << true << 0;
         QTest::newRow("read-only location") << "v2" << Passphrase << false << 1;
-        QTest::newRow("wrong passphrase") << "v1" << "amber-falcon-43" << true << 4;
-        QTest::newRow("empty passphrase") << "v1" << "" << true << 3;
+        QTest::newRow("wrong passphrase") << "v1"
+                                          << "amber-falcon-43" << true << 4;
+        QTest::newRow("empty passphrase") << "v1"
+                                          << "" << true << 3;
         QTest::newRow("empty folder") << "empty" << Passphrase << true << 5;
         QTest::newRow("missing path") << "missing" << Passphrase << true << 2;
         QTest::newRow("damaged config") << "damaged-config" << Passphrase << true << 5;
@@ -181,12 +183,12 @@ private slots:
                                                 << QString() << 0 << "0: the local cache opened";
         QTest::newRow("none given") << QStringList{"check", "v1"} << QString() << 3
                                     << "Mirel error: cannot add a keyring slot: the ckms secret is empty\n3: ";
-        QTest::newRow("missing path: nothing opened") << QStringList{"check", "missing"} << Passphrase << 2
-                                                      << "Mirel error: cannot reach the local cache at ";
+        QTest::newRow("missing path: nothing opened")
+            << QStringList{"check", "missing"} << Passphrase << 2 << "Mirel error: cannot reach the local cache at ";
         QTest::newRow("no repository") << QStringList{"check", "empty"} << Passphrase << 5
                                        << "Mirel error: no repository at ";
-        QTest::newRow("secret on the command line") << QStringList{"check", "v1", "--passphrase", "x"} << Passphrase
-                                                    << 64 << "";
+        QTest::newRow("secret on the command line")
+            << QStringList{"check", "v1", "--passphrase", "x"} << Passphrase << 64 << "";
         QTest::newRow("help") << QStringList{"--help"} << QString() << 0 << "usage: corvel-cache check PATH";
     }
 
@@ -225,7 +227,8 @@ private slots:
     {
         const QByteArray key = readAll(keyFiles(m_v1).first());
         std::string problem;
-        const std::optional<Mirel::Keys> keys = Mirel::openKeyFile(key.toStdString(), Passphrase.toStdString(), problem);
+        const std::optional<Mirel::Keys> keys =
+            Mirel::openKeyFile(key.toStdString(), Passphrase.toStdString(), problem);
         QVERIFY2(keys, problem.c_str());
         const QByteArray config = readAll(m_v1 + "/config");
         const std::optional<std::string> plain = Mirel::decrypt(config.toStdString(), *keys, problem);
@@ -233,8 +236,10 @@ private slots:
         QCOMPARE(Mirel::configVersion(*plain, problem), std::optional<int>(1));
 
         // Cheap derivation, so that thousands of mutants stay quick; the MAC then fails, as it must.
-        const QByteArray cheapKey = QString::fromUtf8(key).replace("\"N\":32768", "\"N\":1024")
-                       .replace(QRegularExpression("\"p\":\\d+"), "\"p\":1").toUtf8();
+        const QByteArray cheapKey = QString::fromUtf8(key)
+                                        .replace("\"N\":32768", "\"N\":1024")
+                                        .replace(QRegularExpression("\"p\":\\d+"), "\"p\":1")
+                                        .toUtf8();
         QRandomGenerator random(20261124);
         int opened = 0;
         for (int i = 0; i < 3000; ++i) {

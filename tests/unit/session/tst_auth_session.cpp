@@ -14,7 +14,10 @@ namespace {
 QString describe(const UserData& user)
 {
     static const char* const roles[] = {"none", "admin", "client", "partner"};
-    return QString("%1 %2 %3 %4").arg(roles[int(user.role)]).arg(user.clientId).arg(user.resellerId, user.userDisplayName);
+    return QString("%1 %2 %3 %4")
+        .arg(roles[int(user.role)])
+        .arg(user.clientId)
+        .arg(user.resellerId, user.userDisplayName);
 }
 
 const QByteArray Odd = R"({"data":{"username":"op","user_display_name":"Op ~~~ ??? >>>","reseller_id":5}})";
@@ -40,15 +43,17 @@ private slots:
         QString urlSafe = makeToken(Odd);
         urlSafe.replace('+', '-').replace('/', '_');
 
-        QTest::newRow("no dots") << "abcdef" << "none 0  " << false << noPayload;
-        QTest::newRow("one dot") << "abc.def" << "none 0  " << false << noPayload;
+        QTest::newRow("no dots") << "abcdef"
+                                 << "none 0  " << false << noPayload;
+        QTest::newRow("one dot") << "abc.def"
+                                 << "none 0  " << false << noPayload;
         QTest::newRow("client and reseller")
             << makeToken(R"({"data":{"client_id":42,"reseller_id":7,"username":"op","user_display_name":"Op"}})")
             << "client 42 7 Op" << true << QStringList{client};
-        QTest::newRow("admin without ids") << makeToken(R"({"data":{"username":"adm","user_display_name":"Adm"}})")
-                                           << "admin 0 0 Adm" << true
-                                           << QStringList{"cliend_id or reseller_id is not presented, user role "
-                                                          "detected as VelmoraAdmin."};
+        QTest::newRow("admin without ids")
+            << makeToken(R"({"data":{"username":"adm","user_display_name":"Adm"}})") << "admin 0 0 Adm" << true
+            << QStringList{"cliend_id or reseller_id is not presented, user role "
+                           "detected as VelmoraAdmin."};
         QTest::newRow("empty display name")
             << makeToken(R"({"data":{"reseller_id":1,"username":"op","user_display_name":""}})") << "partner 0 1 op"
             << true << QStringList{noName, partner};
@@ -57,8 +62,8 @@ private slots:
             << "partner 0 0 Op" << true << QStringList{"Failed to get JSON reseller_id field in data", partner};
         QTest::newRow("reseller 10000000") << makeToken(R"({"data":{"reseller_id":10000000,"username":"op"}})")
                                            << "partner 0 1e+07 op" << true << QStringList{noName, partner};
-        QTest::newRow("standard alphabet") << makeToken(Odd) << "partner 0 5 Op ~~~ ??? >>>" << true
-                                           << QStringList{partner};
+        QTest::newRow("standard alphabet")
+            << makeToken(Odd) << "partner 0 5 Op ~~~ ??? >>>" << true << QStringList{partner};
         QTest::newRow("url-safe alphabet rejected") << urlSafe << "none 0  " << false << parseFailed;
     }
 
@@ -82,7 +87,8 @@ private slots:
         QTest::addColumn<QString>("logLine"); // empty: accepted
 
         QTest::newRow("valid") << partnerToken() << "";
-        QTest::newRow("empty") << "" << "Token is empty. Authentication Error.";
+        QTest::newRow("empty") << ""
+                               << "Token is empty. Authentication Error.";
         QTest::newRow("incomplete") << incompleteToken() << "Invalid token. Authentication Error.";
     }
 
@@ -103,8 +109,10 @@ private slots:
 
     void logoutUrl()
     {
-        QCOMPARE(AuthSession::logoutUrl("http://127.0.0.1:8123/authorization/vusk"), QString("http://127.0.0.1:8123/auth/logout"));
-        QCOMPARE(AuthSession::logoutUrl("https://h/authorization/vusk/x/authorization/vusk"), QString("https://h//x/auth/logout"));
+        QCOMPARE(AuthSession::logoutUrl("http://127.0.0.1:8123/authorization/vusk"),
+                 QString("http://127.0.0.1:8123/auth/logout"));
+        QCOMPARE(AuthSession::logoutUrl("https://h/authorization/vusk/x/authorization/vusk"),
+                 QString("https://h//x/auth/logout"));
     }
 };
 

@@ -12,7 +12,10 @@
 using CorvelTest::LogCapture;
 using CorvelWidgets::IconFont;
 
-static void initResources() { Q_INIT_RESOURCE(resources); }
+static void initResources()
+{
+    Q_INIT_RESOURCE(resources);
+}
 
 namespace {
 
@@ -32,9 +35,10 @@ private slots:
     {
         initResources();
         // Text fonts first, as start-up registers them, so the sheet's family resolves.
-        for (const char* font : {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf",
-                                 ":/res/SourceSansPro-Light.ttf"}) {
-            const QStringList families = QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(font));
+        for (const char* font :
+             {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf", ":/res/SourceSansPro-Light.ttf"}) {
+            const QStringList families =
+                QFontDatabase::applicationFontFamilies(QFontDatabase::addApplicationFont(font));
             QCOMPARE(families.size(), 1);
             QVERIFY2(rawSheet().contains('"' + families.first() + '"'), qPrintable(families.first()));
         }

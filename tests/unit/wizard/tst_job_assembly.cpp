@@ -60,12 +60,12 @@ private slots:
         QTest::addColumn<int>("diskType");
         QTest::addColumn<bool>("dynamic");
         QTest::addColumn<bool>("vm");
-        QTest::newRow("file recovery, cache off") << int(JobType::FileRecovery) << false
-                                                  << int(VirtualDiskType::VdiVirtualBox) << true << false;
-        QTest::newRow("export, cache on") << int(JobType::VirtualExport) << true << int(VirtualDiskType::VdiVirtualBox)
-                                          << true << false;
-        QTest::newRow("virtualization: the VM page's disk") << int(JobType::Virtualization) << true
-                                                            << int(VirtualDiskType::VhdxGenTwo) << false << true;
+        QTest::newRow("file recovery, cache off")
+            << int(JobType::FileRecovery) << false << int(VirtualDiskType::VdiVirtualBox) << true << false;
+        QTest::newRow("export, cache on")
+            << int(JobType::VirtualExport) << true << int(VirtualDiskType::VdiVirtualBox) << true << false;
+        QTest::newRow("virtualization: the VM page's disk")
+            << int(JobType::Virtualization) << true << int(VirtualDiskType::VhdxGenTwo) << false << true;
     }
 
     void mapping()
@@ -118,8 +118,8 @@ private slots:
                               "Client name: northwind (Northwind Ltd)", "Client ID: 101", "Data source type: server",
                               "Data source: 11", "Device name: FS-01", "Device ID: 1001",
                               "Device host: https://cloud/restore/1001", "Snapshot: 2026_03_02_09_05_00",
-                              "Mount point: E", "Local cache enabled: false", "Local cache path: ",
-                              "Local cache open mode: read-only", "Virtual disk type: VhdxGenTwo",
+                              "Mount point: E", "Local cache enabled: false",
+                              "Local cache path: ", "Local cache open mode: read-only", "Virtual disk type: VhdxGenTwo",
                               "Disks selected for virtual export: disk-b disk-a", "Use dynamic virtual disk: false"}));
         const QString vm = JobAssembly::vmSettingsLog(values);
         QCOMPARE(vm.split('\n'),
