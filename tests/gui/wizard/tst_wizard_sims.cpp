@@ -151,6 +151,19 @@ private slots:
         QVERIFY(cloud.requests().filter("/vusk/clients").isEmpty());
     }
 
+    // An administrator of the cloud is offered nothing here, and nothing is asked of the cloud.
+    void administrator()
+    {
+        CloudSim cloud;
+        QVERIFY(cloud.start());
+        Run run = openDataSource(cloud, "admin");
+        auto* page = static_cast<PageRecoveryDataSource*>(run.wizard->currentPage());
+        QTest::qWait(200);
+        QVERIFY(!page->clientList()->isVisibleTo(page));
+        QVERIFY(!page->dataSourceCombo()->isEnabled() && !page->nextButton()->isEnabled());
+        QVERIFY(cloud.requests().filter("/vusk/").isEmpty());
+    }
+
     void lateDevicesReplyIsIgnored()
     {
         CloudSim cloud({"--fault-delay", "/vusk/devices=400"});
