@@ -33,6 +33,10 @@ CvWizardButton::CvWizardButton(const QString& caption, const QString& descriptio
     m_caption->setObjectName("wizard_button_caption");
     m_description->setObjectName("wizard_button_description");
     m_description->setTextFormat(Qt::RichText);
+    // The tile is the button: a press on its texts or icon must reach it (a rich-text label would
+    // otherwise take the press for itself).
+    for (QLabel* label : {m_iconLabel, m_caption, m_description})
+        label->setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::StrongFocus);
     setCursor(Qt::PointingHandCursor);
     setAccessibleName(caption);

@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QVBoxLayout>
 #include <QtTest>
 
 using namespace CorvelWidgets;
@@ -32,7 +33,7 @@ private slots:
         QTest::addColumn<bool>("enabled");
         QTest::addColumn<QString>("input"); // click, space, return, enter
         QTest::addColumn<int>("clicks");
-        for (const char* input : {"click", "space", "return", "enter"}) {
+        for (const char* input : {"click on the tile", "click on the description", "space", "return", "enter"}) {
             QTest::newRow(qPrintable(QString("enabled, ") + input)) << true << input << 1;
             QTest::newRow(qPrintable(QString("disabled, ") + input)) << false << input << 0;
         }
@@ -44,16 +45,22 @@ private slots:
         QFETCH(QString, input);
         QFETCH(int, clicks);
         QWidget window;
-        auto* before = new QPushButton("before", &window);
-        auto* tile = new CvWizardButton("Recover Files", "Mount the selected<br/>recovery point", QIcon(), &window);
-        tile->move(0, 40);
+        auto* layout = new QVBoxLayout(&window);
+        auto* before = new QPushButton("before");
+        auto* tile = new CvWizardButton("Recover Files", "Mount the selected<br/>recovery point", QIcon());
+        layout->addWidget(before);
+        layout->addWidget(tile);
         tile->setEnabled(enabled);
         window.show();
         QApplication::setActiveWindow(&window);
         QVERIFY(QTest::qWaitForWindowActive(&window));
         QSignalSpy clicked(tile, &CvWizardButton::clicked);
-        if (input == "click") {
+        if (input == "click on the tile") {
             QTest::mouseClick(tile, Qt::LeftButton);
+        } else if (input == "click on the description") {
+            // Through the window, as a real mouse press reaches the label under the pointer first.
+            const QPoint at = tile->descriptionLabel()->mapTo(&window, tile->descriptionLabel()->rect().center());
+            QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
         } else {
             before->setFocus();
             QTest::keyClick(before, Qt::Key_Tab);
