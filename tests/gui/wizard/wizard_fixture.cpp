@@ -139,7 +139,10 @@ QStringList shownBoxes()
 
 void clickOn(QWidget* widget)
 {
-    QTest::mouseClick(widget, Qt::LeftButton, {}, widget->rect().center());
+    // A check box or radio button reacts on its indicator and text only, and rows are often wider.
+    const bool indicator = qobject_cast<QCheckBox*>(widget) || qobject_cast<QRadioButton*>(widget);
+    QTest::mouseClick(widget, Qt::LeftButton, {},
+                      indicator ? QPoint(8, widget->height() / 2) : widget->rect().center());
 }
 
 namespace {
