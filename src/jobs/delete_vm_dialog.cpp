@@ -12,10 +12,10 @@
 namespace CvJobs {
 
 DeleteVMDialog::DeleteVMDialog(const CorvelWidgets::IconFont& iconFont, QWidget* parent, bool deleteSelected)
-    : Corvel::CustomBarWindow(iconFont, parent),
-      m_yesButton(new QRadioButton("YES - Delete this virtual machine from the Hyper-V host", this)),
-      m_noButton(new QRadioButton("NO - Leave this virtual machine on the Hyper-V host", this)),
-      m_saveButton(new QPushButton("Save", this))
+    : Corvel::CustomBarWindow(iconFont, parent)
+    , m_yesButton(new QRadioButton("YES - Delete this virtual machine from the Hyper-V host", this))
+    , m_noButton(new QRadioButton("NO - Leave this virtual machine on the Hyper-V host", this))
+    , m_saveButton(new QPushButton("Save", this))
 {
     setTitle("Delete Virtual Machine");
     setModal(true);

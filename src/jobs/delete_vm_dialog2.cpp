@@ -10,8 +10,9 @@
 namespace CvJobs {
 
 DeleteVMDialog2::DeleteVMDialog2(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : Corvel::CustomBarWindow(iconFont, parent), m_deleteButton(new QPushButton("Yes - Delete Virtual Machine", this)),
-      m_keepButton(new QPushButton("No - Keep Virtual Machine", this))
+    : Corvel::CustomBarWindow(iconFont, parent)
+    , m_deleteButton(new QPushButton("Yes - Delete Virtual Machine", this))
+    , m_keepButton(new QPushButton("No - Keep Virtual Machine", this))
 {
     setTitle("Delete Virtual Machine");
     setModal(true);

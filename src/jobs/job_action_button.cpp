@@ -3,7 +3,8 @@
 namespace CvJobs {
 
 JobActionButton::JobActionButton(CorvelService::JobAction::type action, QWidget* parent)
-    : QPushButton(actionText(action), parent), m_action(action)
+    : QPushButton(actionText(action), parent)
+    , m_action(action)
 {
     setObjectName("job_action_button");
     setCursor(Qt::PointingHandCursor);

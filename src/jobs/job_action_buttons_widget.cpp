@@ -5,6 +5,9 @@
 #include "jobs/job_action_button.h"
 #include "service/service_call.h"
 
+#include <thrift/transport/TTransportException.h>
+
+#include <QApplication>
 #include <QDebug>
 #include <QPointer>
 #include <QVBoxLayout>
@@ -23,55 +26,94 @@ JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescripti
     , m_job(job)
     , m_client(std::move(client))
     , m_iconFont(iconFont)
+    , m_layout(new QVBoxLayout(this))
 {
     // Stacked, so the column needs only the width of its widest button and all eight columns
     // can share the width alike, as the header captions do.
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(4);
-    layout->addStretch(1);
+    m_layout->setContentsMargins(0, 0, 0, 0);
+    m_layout->setSpacing(4);
+    buildButtons();
+}
 
+void JobActionButtonsWidget::setJob(const CorvelService::JobDescription& job)
+{
+    const bool newButtons = job.actions != m_job.actions;
+    m_job = job;
+    if (!newButtons) {
+        setButtonsEnabled(true);
+        return;
+    }
+    // Deferred: the button that was pressed may still be on the call stack.
+    const bool focused = isAncestorOf(QApplication::focusWidget());
+    for (QPushButton* button : findChildren<QPushButton*>(QString(), Qt::FindDirectChildrenOnly)) {
+        button->hide();
+        button->deleteLater();
+    }
+    while (QLayoutItem* item = m_layout->takeAt(0))
+        delete item;
+    m_buttons.clear();
+    m_waitButton = nullptr;
+    buildButtons();
+    if (focused && !m_buttons.isEmpty())
+        m_buttons.first()->setFocus();
+}
+
+void JobActionButtonsWidget::buildButtons()
+{
+    m_layout->addStretch(1);
     if (m_job.actions == JobAction::None) {
         m_waitButton = new QPushButton(JobActionButton::actionText(JobAction::None), this);
         m_waitButton->setObjectName("job_action_button_empty");
-        layout->addWidget(m_waitButton);
-        layout->addStretch(1);
-        return;
+        m_layout->addWidget(m_waitButton);
+    } else {
+        const std::pair<JobAction::type, void (JobActionButtonsWidget::*)()> actions[] = {
+            {JobAction::Start, &JobActionButtonsWidget::onStartJob},
+            {JobAction::Stop, &JobActionButtonsWidget::onStopJob},
+            {JobAction::Delete, &JobActionButtonsWidget::onDeleteJob},
+            {JobAction::Cancel, &JobActionButtonsWidget::onCancelJob},
+        };
+        for (const auto& [action, slot] : actions) {
+            if (!(m_job.actions & action))
+                continue;
+            auto* button = new JobActionButton(action, this);
+            connect(button, &QPushButton::clicked, this, slot);
+            m_layout->addWidget(button);
+            m_buttons.append(button);
+        }
     }
+    m_layout->addStretch(1);
+    if (isVisible()) {
+        for (QPushButton* button : qAsConst(m_buttons))
+            button->show();
+        if (m_waitButton)
+            m_waitButton->show();
+    }
+}
 
-    const std::pair<JobAction::type, void (JobActionButtonsWidget::*)()> actions[] = {
-        {JobAction::Start, &JobActionButtonsWidget::onStartJob},
-        {JobAction::Stop, &JobActionButtonsWidget::onStopJob},
-        {JobAction::Delete, &JobActionButtonsWidget::onDeleteJob},
-        {JobAction::Cancel, &JobActionButtonsWidget::onCancelJob},
-    };
-    for (const auto& [action, slot] : actions) {
-        if (!(m_job.actions & action))
-            continue;
-        auto* button = new JobActionButton(action, this);
-        connect(button, &QPushButton::clicked, this, slot);
-        layout->addWidget(button);
-        m_buttons.append(button);
-    }
-    layout->addStretch(1);
+CorvelService::CorvelServiceIf& JobActionButtonsWidget::client() const
+{
+    if (!m_client)
+        throw apache::thrift::transport::TTransportException(apache::thrift::transport::TTransportException::NOT_OPEN,
+                                                             "no connection to the Corvel service");
+    return *m_client;
 }
 
 void JobActionButtonsWidget::onStartJob()
 {
     qInfo("onStartJob");
-    finishAction(callService([&] { m_client->startJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().startJob(m_job.id); }) == CallOutcome::Ok);
 }
 
 void JobActionButtonsWidget::onStopJob()
 {
     qInfo("onStopJob");
-    finishAction(callService([&] { m_client->stopJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().stopJob(m_job.id); }) == CallOutcome::Ok);
 }
 
 void JobActionButtonsWidget::onCancelJob()
 {
     qInfo("onCancelJob");
-    finishAction(callService([&] { m_client->cancelJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().cancelJob(m_job.id); }) == CallOutcome::Ok);
 }
 
 void JobActionButtonsWidget::onDeleteJob()
@@ -95,7 +137,7 @@ void JobActionButtonsWidget::onDeleteJob()
             return;
         }
     }
-    finishAction(callService([&] { m_client->deleteJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().deleteJob(m_job.id); }) == CallOutcome::Ok);
 }
 
 JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
@@ -131,10 +173,10 @@ JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
 bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
 {
     CorvelService::JobMutableSettings settings;
-    if (callService([&] { m_client->getJobMutableSettings(settings, m_job.id); }) != CallOutcome::Ok)
+    if (callService([&] { client().getJobMutableSettings(settings, m_job.id); }) != CallOutcome::Ok)
         return false;
     settings.__set_delete_created_vm(deleteVm);
-    return callService([&] { m_client->setJobMutableSettings(m_job.id, settings); }) == CallOutcome::Ok;
+    return callService([&] { client().setJobMutableSettings(m_job.id, settings); }) == CallOutcome::Ok;
 }
 
 void JobActionButtonsWidget::finishAction(bool succeeded)

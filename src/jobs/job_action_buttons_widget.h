@@ -9,6 +9,7 @@
 #include <memory>
 
 class QPushButton;
+class QVBoxLayout;
 
 namespace CvJobs {
 
@@ -22,6 +23,11 @@ public:
     JobActionButtonsWidget(const CorvelService::JobDescription& job,
                            std::shared_ptr<CorvelService::CorvelServiceIf> client,
                            const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+
+    // Takes the job's latest state: new buttons only when its actions changed, and the buttons
+    // enabled again after an action locked them.
+    void setJob(const CorvelService::JobDescription& job);
+    void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client) { m_client = std::move(client); }
 
     const CorvelService::JobDescription& job() const { return m_job; }
     QList<JobActionButton*> buttons() const { return m_buttons; }
@@ -43,12 +49,15 @@ private:
     enum class VmChoice { Abandon, Delete, Keep };
     VmChoice askAboutVm();
     bool storeVmChoice(bool deleteVm);
+    CorvelService::CorvelServiceIf& client() const;
+    void buildButtons();
     void finishAction(bool succeeded);
     void setButtonsEnabled(bool enabled);
 
     CorvelService::JobDescription m_job;
     std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
     CorvelWidgets::IconFont m_iconFont;
+    QVBoxLayout* m_layout;
     QList<JobActionButton*> m_buttons;
     QPushButton* m_waitButton = nullptr;
     bool m_busy = false;

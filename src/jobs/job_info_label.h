@@ -13,6 +13,12 @@ public:
     static constexpr int ChunkLength = 10;
 
     explicit JobInfoLabel(const std::string& value, QWidget* parent = nullptr);
+
+    // Shows another value; false when it was the one shown.
+    bool setValue(const std::string& value);
+
+private:
+    std::string m_value;
 };
 
 } // namespace CvJobs

@@ -1,130 +1,264 @@
 #include "jobs/job_list_widget.h"
 
+#include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
-#include "jobs/job_info_label.h"
-#include "jobs/job_type_label.h"
-#include "jobs/job_work_widget.h"
+#include "jobs/job_columns.h"
+#include "jobs/job_row_widget.h"
 
-#include <QGridLayout>
+#include <QElapsedTimer>
 #include <QLabel>
+#include <QSpacerItem>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace CvJobs {
 
-JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QWidget(parent), m_iconFont(iconFont), m_layout(new QVBoxLayout(this)),
-      m_placeholder(new QLabel("No Active Jobs", this))
+namespace {
+
+// Rows built at once however long each takes, so the first screen is never empty.
+constexpr int MinRowsAtOnce = 12;
+constexpr int AllColumns = (1 << JobColumns::Count) - 1;
+
+} // namespace
+
+JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns,
+                             QWidget* parent)
+    : QWidget(parent)
+    , m_iconFont(iconFont)
+    , m_columns(columns ? std::move(columns) : std::make_shared<JobColumns>())
+    , m_layout(new QVBoxLayout(this))
+    , m_rowsWidget(new QWidget(this))
+    , m_rowsLayout(new QVBoxLayout(m_rowsWidget))
+    , m_pendingSpace(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Fixed))
+    , m_placeholder(new QLabel("No Active Jobs", this))
 {
     setObjectName("job_list");
     m_layout->setContentsMargins(0, 0, 0, 0);
     m_layout->setSpacing(0);
+    m_rowsWidget->setObjectName("job_rows");
+    m_rowsLayout->setContentsMargins(0, 0, 0, 0);
+    m_rowsLayout->setSpacing(0);
+    m_rowsLayout->addItem(m_pendingSpace);
+    m_layout->addWidget(m_rowsWidget);
     m_layout->addWidget(m_placeholder, 0, Qt::AlignHCenter | Qt::AlignTop);
     m_layout->addStretch(1);
     m_placeholder->setObjectName("no_job_item");
     m_placeholder->setAlignment(Qt::AlignCenter);
-    newRowsWidget();
+
+    m_sliceTimer.setSingleShot(true);
+    m_sliceTimer.setInterval(0);
+    connect(&m_sliceTimer, &QTimer::timeout, this, &JobListWidget::continueBuilding);
 }
 
 void JobListWidget::setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client)
 {
     m_client = std::move(client);
+    for (JobRowWidget* row : m_rows)
+        row->setClient(m_client);
 }
 
 bool JobListWidget::setJobs(const std::vector<CorvelService::JobDescription>& jobs)
 {
-    if (m_cacheValid && jobs == m_cache)
+    if (jobs == m_cache && m_pendingRows == 0)
         return false;
+    // A row's dialog runs its own event loop; the row and its buttons must stay as they are.
     if (anyRowBusy())
         return false;
-
     m_cache = jobs;
-    m_cacheValid = true;
-    m_hasRows = false;
-    clearRows();
-    // The rows are built and laid out in a fresh, hidden parent and shown together: a row added
-    // to a visible parent is shown on its own, and every such show lays out the whole grid again.
-    QWidget* oldRows = m_rows;
-    newRowsWidget();
-    m_layout->removeWidget(oldRows);
-    oldRows->hide();
-    oldRows->deleteLater();
-    int row = 0;
-    for (const auto& job : m_cache) {
-        if (job.status == CorvelService::JobStatus::Deleted)
-            continue;
-        addRow(job, row++);
-    }
-    if (m_hasRows) {
-        m_rows->resize(width(), m_rows->heightForWidth(width()));
-        m_grid->activate();
-        m_rows->show();
-    }
-    m_placeholder->setVisible(!m_hasRows);
+    sync(FirstSliceMs);
     return true;
 }
 
-void JobListWidget::invalidate()
+JobRowWidget* JobListWidget::row(int index) const
 {
-    m_cacheValid = false;
-}
-
-int JobListWidget::rowCount() const
-{
-    return m_grid->count() / ColumnCount;
+    return index >= 0 && index < rowCount() ? m_rows[index] : nullptr;
 }
 
 QWidget* JobListWidget::cell(int row, int column) const
 {
-    if (row < 0 || row >= rowCount())
-        return nullptr;
-    QLayoutItem* item = m_grid->itemAtPosition(row, column);
-    return item ? item->widget() : nullptr;
+    JobRowWidget* shown = this->row(row);
+    return shown && column >= 0 && column < ColumnCount ? shown->cell(column) : nullptr;
 }
 
-void JobListWidget::clearRows()
+void JobListWidget::sync(int budgetMs)
 {
-    m_actionWidgets.clear();
-    // Deferred: a row's own button may be what asked for this rebuild, and it is still running.
-    while (QLayoutItem* item = m_grid->takeAt(0)) {
-        if (QWidget* widget = item->widget())
-            widget->deleteLater();
-        delete item;
+    QElapsedTimer clock;
+    clock.start();
+
+    // Rows by job id, the first row of an id first should the service ever repeat one.
+    std::unordered_map<std::string, std::vector<JobRowWidget*>> available;
+    available.reserve(m_rows.size());
+    for (auto it = m_rows.rbegin(); it != m_rows.rend(); ++it)
+        available[(*it)->job().id].push_back(*it);
+
+    std::vector<JobRowWidget*> ordered, created;
+    ordered.reserve(m_cache.size());
+    int changedColumns = 0;
+    std::vector<JobRowWidget*> newButtons;
+    size_t pending = 0;
+    for (const auto& job : m_cache) {
+        if (job.status == CorvelService::JobStatus::Deleted)
+            continue;
+        auto found = available.find(job.id);
+        if (found != available.end() && !found->second.empty()) {
+            JobRowWidget* row = found->second.back();
+            found->second.pop_back();
+            const int changed = row->setJob(job);
+            if (changed) {
+                row->measure(changed);
+                changedColumns |= changed & AllColumns;
+                if (changed & JobRowWidget::NewButtons)
+                    newButtons.push_back(row);
+            }
+            ordered.push_back(row);
+        } else if (pending == 0 && (created.size() < MinRowsAtOnce || clock.elapsed() < budgetMs)) {
+            JobRowWidget* row = createRow(job);
+            created.push_back(row);
+            ordered.push_back(row);
+        } else {
+            ++pending;
+        }
     }
+    std::vector<JobRowWidget*> removed;
+    for (auto& entry : available)
+        removed.insert(removed.end(), entry.second.begin(), entry.second.end());
+    for (JobRowWidget* row : removed) {
+        m_rowsLayout->removeWidget(row);
+        row->hide();
+        // Deferred: the row's own button may be what asked for this refresh.
+        row->deleteLater();
+    }
+
+    placeRows(ordered, created);
+    for (JobRowWidget* row : created)
+        row->measure(AllColumns);
+    updateColumns(changedColumns | (created.empty() ? 0 : AllColumns) | (removed.empty() ? 0 : AllColumns), created);
+
+    // Keyboard order follows the rows, as if they had been built afresh in this order.
+    std::unordered_set<JobRowWidget*> restitch(created.begin(), created.end());
+    restitch.insert(newButtons.begin(), newButtons.end());
+    if (!restitch.empty()) {
+        for (size_t i = 0; i < m_rows.size(); ++i)
+            if (restitch.count(m_rows[i]))
+                stitchTabOrder(i);
+    }
+
+    const size_t previousPending = m_pendingRows;
+    m_pendingRows = pending;
+    if (pending > 0 || previousPending > 0) {
+        // Keeps the scroll range close to what the whole list will need.
+        const int rowHeight = m_rows.empty() ? 0 : m_rows.front()->sizeHint().height();
+        m_pendingSpace->changeSize(0, static_cast<int>(pending) * rowHeight, QSizePolicy::Minimum, QSizePolicy::Fixed);
+        m_rowsLayout->invalidate();
+    }
+    if (pending > 0)
+        m_sliceTimer.start();
+    m_rowsWidget->setVisible(!m_rows.empty() || pending > 0);
+    m_placeholder->setVisible(m_rows.empty() && pending == 0);
 }
 
-void JobListWidget::newRowsWidget()
+void JobListWidget::continueBuilding()
 {
-    m_rows = new QWidget(this);
-    m_rows->setObjectName("job_rows");
-    m_rows->hide();
-    m_grid = new QGridLayout(m_rows);
-    m_grid->setContentsMargins(0, 0, 0, 0);
-    for (int column = 0; column < ColumnCount; ++column)
-        m_grid->setColumnStretch(column, 1);
-    m_layout->insertWidget(0, m_rows);
+    if (m_pendingRows == 0)
+        return;
+    if (anyRowBusy()) {
+        m_sliceTimer.start(100);
+        return;
+    }
+    sync(SliceMs);
 }
 
-void JobListWidget::addRow(const CorvelService::JobDescription& job, int row)
+JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
-    const auto& configuration = job.configuration;
-    m_grid->addWidget(new JobTypeLabel(job.job_type, m_rows), row, 0);
-    m_grid->addWidget(new JobWorkWidget(job, m_iconFont, m_rows), row, 1);
-    m_grid->addWidget(new JobInfoLabel(configuration.client_name, m_rows), row, 2);
-    m_grid->addWidget(new JobInfoLabel(configuration.device_name, m_rows), row, 3);
-    m_grid->addWidget(new JobInfoLabel(configuration.recovery_point, m_rows), row, 4);
-    m_grid->addWidget(new JobInfoLabel(configuration.local_cache_path, m_rows), row, 5);
-    m_grid->addWidget(new JobInfoLabel(job.description, m_rows), row, 6);
-    auto* actions = new JobActionButtonsWidget(job, m_client, m_iconFont, m_rows);
-    connect(actions, &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
-    m_grid->addWidget(actions, row, 7);
-    m_actionWidgets.append(actions);
-    m_hasRows = true;
+    auto* row = new JobRowWidget(job, m_client, m_iconFont, m_columns, m_rowsWidget);
+    connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
+    return row;
+}
+
+void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created)
+{
+    if (ordered == m_rows)
+        return;
+    // Usually a few rows came or went and the others kept their order: insert the new ones where
+    // they belong. Otherwise lay the rows out again in the new order.
+    std::unordered_set<JobRowWidget*> fresh(created.begin(), created.end());
+    std::vector<JobRowWidget*> kept;
+    kept.reserve(ordered.size());
+    for (JobRowWidget* row : ordered)
+        if (!fresh.count(row))
+            kept.push_back(row);
+    std::vector<JobRowWidget*> before;
+    before.reserve(m_rows.size());
+    std::unordered_set<JobRowWidget*> keptSet(kept.begin(), kept.end());
+    for (JobRowWidget* row : m_rows)
+        if (keptSet.count(row))
+            before.push_back(row);
+
+    if (kept == before) {
+        for (size_t i = 0; i < ordered.size(); ++i)
+            if (fresh.count(ordered[i]))
+                m_rowsLayout->insertWidget(static_cast<int>(i), ordered[i]);
+    } else {
+        for (JobRowWidget* row : kept)
+            m_rowsLayout->removeWidget(row);
+        for (size_t i = 0; i < ordered.size(); ++i)
+            m_rowsLayout->insertWidget(static_cast<int>(i), ordered[i]);
+        m_rows = ordered;
+        for (size_t i = 0; i < m_rows.size(); ++i)
+            stitchTabOrder(i);
+    }
+    m_rows = ordered;
+    if (m_rowsWidget->isVisible())
+        for (JobRowWidget* row : created)
+            row->show();
+}
+
+void JobListWidget::updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh)
+{
+    bool changed = false;
+    for (int column = 0; column < ColumnCount; ++column) {
+        if (!(changedColumns & (1 << column)))
+            continue;
+        int widest = 0;
+        for (JobRowWidget* row : m_rows)
+            widest = std::max(widest, row->naturalMinimum(column));
+        changed |= m_columns->setMinimum(column, widest);
+    }
+    if (!changed)
+        return;
+    // Every row lays out on the columns again; new rows do so anyway.
+    std::unordered_set<JobRowWidget*> skip(fresh.begin(), fresh.end());
+    for (JobRowWidget* row : m_rows)
+        if (!skip.count(row))
+            row->layout()->invalidate();
+    emit columnsChanged();
+}
+
+void JobListWidget::stitchTabOrder(size_t index)
+{
+    JobRowWidget* row = m_rows[index];
+    QWidget* first = row->firstFocusable();
+    QWidget* last = row->lastFocusable();
+    if (!first)
+        return;
+    if (index > 0)
+        if (QWidget* previous = m_rows[index - 1]->lastFocusable())
+            QWidget::setTabOrder(previous, first);
+    const auto buttons = row->actions()->buttons();
+    for (int i = 1; i < buttons.size(); ++i)
+        QWidget::setTabOrder(buttons[i - 1], buttons[i]);
+    if (index + 1 < m_rows.size())
+        if (QWidget* next = m_rows[index + 1]->firstFocusable())
+            QWidget::setTabOrder(last, next);
 }
 
 bool JobListWidget::anyRowBusy() const
 {
-    for (const auto& actions : m_actionWidgets)
-        if (actions && actions->isBusy())
+    for (JobRowWidget* row : m_rows)
+        if (row->actions()->isBusy())
             return true;
     return false;
 }

@@ -3,66 +3,79 @@
 #include "CorvelService.h"
 #include "widgets/icon_font.h"
 
-#include <QList>
-#include <QPointer>
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
 #include <vector>
 
-class QGridLayout;
 class QLabel;
+class QSpacerItem;
 class QVBoxLayout;
 
 namespace CvJobs {
 
-class JobActionButtonsWidget;
+class JobColumns;
+class JobRowWidget;
 
-// The rows of the jobs table, rebuilt from scratch whenever the service's list of jobs differs
-// from the one last shown.
+// The rows of the jobs table. A new list from the service is matched to the rows by job id: rows
+// are updated in place, added, removed and moved into the service's order. A long list of new
+// rows is built in slices from the event loop, those in view first.
 class JobListWidget : public QWidget {
     Q_OBJECT
 public:
     static constexpr int ColumnCount = 8;
+    // Time given to building new rows at once, and to each later slice.
+    static constexpr int FirstSliceMs = 8;
+    static constexpr int SliceMs = 4;
 
-    explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
+    explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns = nullptr,
+                           QWidget* parent = nullptr);
 
-    // The client handed to rows built from now on.
+    // Hands the client to every row, and to rows built from now on.
     void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client);
 
-    // Rebuilds the rows unless the list equals the one shown; true when it rebuilt. While a row
-    // has a dialog open the rebuild waits for a later call.
+    // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
+    // open nothing changes until a later call.
     bool setJobs(const std::vector<CorvelService::JobDescription>& jobs);
-    // Forgets the shown list so that the next setJobs rebuilds (rows then get the current client).
-    void invalidate();
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
-    bool hasRows() const { return m_hasRows; }
-    int rowCount() const;
+    bool hasRows() const { return !m_rows.empty() || m_pendingRows > 0; }
+    // Rows built so far, and whether more are still to come.
+    int rowCount() const { return static_cast<int>(m_rows.size()); }
+    bool isBuilding() const { return m_pendingRows > 0; }
     QLabel* placeholder() const { return m_placeholder; }
-    QGridLayout* grid() const { return m_grid; }
-    // The widget of a shown row's column, or null.
+    JobRowWidget* row(int index) const;
+    // The widget of a built row's column, or null.
     QWidget* cell(int row, int column) const;
+    std::shared_ptr<const JobColumns> columns() const { return m_columns; }
 
 signals:
     void needsUpdate();
+    // A column's minimum width changed.
+    void columnsChanged();
 
 private:
-    void clearRows();
-    void newRowsWidget();
-    void addRow(const CorvelService::JobDescription& job, int row);
+    void sync(int budgetMs);
+    void continueBuilding();
+    JobRowWidget* createRow(const CorvelService::JobDescription& job);
+    void placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created);
+    void updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh);
+    void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
 
     std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
     CorvelWidgets::IconFont m_iconFont;
+    std::shared_ptr<JobColumns> m_columns;
     QVBoxLayout* m_layout;
-    QWidget* m_rows = nullptr;
-    QGridLayout* m_grid = nullptr;
+    QWidget* m_rowsWidget;
+    QVBoxLayout* m_rowsLayout;
+    QSpacerItem* m_pendingSpace;
     QLabel* m_placeholder;
     std::vector<CorvelService::JobDescription> m_cache;
-    QList<QPointer<JobActionButtonsWidget>> m_actionWidgets;
-    bool m_cacheValid = true;
-    bool m_hasRows = false;
+    std::vector<JobRowWidget*> m_rows;
+    size_t m_pendingRows = 0;
+    QTimer m_sliceTimer;
 };
 
 } // namespace CvJobs

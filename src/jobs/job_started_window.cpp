@@ -8,8 +8,9 @@ namespace CvJobs {
 
 JobStartedWindow::JobStartedWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent,
                                    CorvelService::JobType::type jobType)
-    : Corvel::CustomBarWindow(iconFont, parent), m_heading(new QLabel("Recovery Started!", this)),
-      m_closeWindowButton(new QPushButton("Close", this))
+    : Corvel::CustomBarWindow(iconFont, parent)
+    , m_heading(new QLabel("Recovery Started!", this))
+    , m_closeWindowButton(new QPushButton("Close", this))
 {
     setTitle("Recovery Job");
     setModal(true);

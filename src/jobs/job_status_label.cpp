@@ -6,12 +6,29 @@ namespace CvJobs {
 
 JobStatusLabel::JobStatusLabel(CorvelService::JobStatus::type status, const CorvelWidgets::IconFont& iconFont,
                                QWidget* parent)
-    : QPushButton(statusText(status), parent), m_status(status)
+    : QPushButton(statusText(status), parent)
+    , m_status(status)
+    , m_iconFont(iconFont)
 {
     setObjectName("job_icon_label");
     setFlat(true);
     setFocusPolicy(Qt::NoFocus);
-    setIcon(iconFont.icon(glyph(status), {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+    setIcon(iconFor(status));
+}
+
+void JobStatusLabel::setStatus(CorvelService::JobStatus::type status)
+{
+    if (status == m_status)
+        return;
+    if (glyph(status) != glyph(m_status))
+        setIcon(iconFor(status));
+    m_status = status;
+    setText(statusText(status));
+}
+
+QIcon JobStatusLabel::iconFor(CorvelService::JobStatus::type status) const
+{
+    return m_iconFont.icon(glyph(status), {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}});
 }
 
 QString JobStatusLabel::statusText(CorvelService::JobStatus::type status)

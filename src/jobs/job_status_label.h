@@ -2,11 +2,9 @@
 
 #include "corvel_service_types.h"
 
-#include <QPushButton>
+#include "widgets/icon_font.h"
 
-namespace CorvelWidgets {
-class IconFont;
-}
+#include <QPushButton>
 
 namespace CvJobs {
 
@@ -21,12 +19,16 @@ public:
                    QWidget* parent = nullptr);
 
     CorvelService::JobStatus::type status() const { return m_status; }
+    void setStatus(CorvelService::JobStatus::type status);
 
     static QString statusText(CorvelService::JobStatus::type status);
     static ushort glyph(CorvelService::JobStatus::type status);
 
 private:
+    QIcon iconFor(CorvelService::JobStatus::type status) const;
+
     CorvelService::JobStatus::type m_status;
+    CorvelWidgets::IconFont m_iconFont;
 };
 
 } // namespace CvJobs

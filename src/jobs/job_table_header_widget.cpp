@@ -1,23 +1,24 @@
 #include "jobs/job_table_header_widget.h"
 
-#include <QHBoxLayout>
+#include "jobs/job_columns.h"
+
 #include <QLabel>
 
 namespace CvJobs {
 
-JobTableHeaderWidget::JobTableHeaderWidget(QWidget* parent) : QWidget(parent)
+JobTableHeaderWidget::JobTableHeaderWidget(std::shared_ptr<const JobColumns> columns, QWidget* parent)
+    : QWidget(parent)
 {
     setObjectName("job_table_header");
     setAttribute(Qt::WA_StyledBackground);
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
+    auto* layout = new JobRowLayout(columns ? std::move(columns) : std::make_shared<JobColumns>(), this);
     for (const QString& caption : captions()) {
         auto* label = new QLabel(caption, this);
         // Without a minimum of its own a caption never makes its column wider than the rows'.
         label->setMinimumWidth(0);
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         label->setObjectName("job_table_header_caption");
-        layout->addWidget(label, 1);
+        layout->addWidget(label);
     }
 }
 

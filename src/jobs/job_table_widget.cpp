@@ -1,34 +1,66 @@
 #include "jobs/job_table_widget.h"
 
+#include "jobs/job_columns.h"
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_header_widget.h"
-#include "service/service_call.h"
 
 #include <QDebug>
-
 #include <QEvent>
+#include <QGraphicsOpacityEffect>
+#include <QLabel>
+#include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include <mutex>
+#include <thread>
+
 namespace CvJobs {
 
 using CorvelService::CallOutcome;
-using CorvelService::callService;
+
+// Carries a request's answer back from its thread; the table unhooks itself when it goes, so an
+// answer that comes late is dropped.
+struct JobTableWidget::Channel {
+    std::mutex mutex;
+    JobTableWidget* table = nullptr;
+
+    void deliver(std::shared_ptr<Poll> poll)
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        if (!table)
+            return;
+        JobTableWidget* receiver = table;
+        QMetaObject::invokeMethod(
+            receiver, [receiver, poll] { receiver->finishPoll(*poll); }, Qt::QueuedConnection);
+    }
+};
 
 JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                                QWidget* parent)
     : QWidget(parent)
     , m_connection(connection)
-    , m_header(new JobTableHeaderWidget)
-    , m_list(new JobListWidget(iconFont))
+    , m_columns(std::make_shared<JobColumns>())
+    , m_banner(new QLabel(this))
+    , m_header(new JobTableHeaderWidget(m_columns))
+    , m_list(new JobListWidget(iconFont, m_columns))
     , m_headerScrollArea(new QScrollArea(this))
     , m_listScrollArea(new QScrollArea(this))
+    , m_greyed(new QGraphicsOpacityEffect(this))
+    , m_channel(std::make_shared<Channel>())
 {
     setObjectName("job_table");
+    m_channel->table = this;
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
+
+    m_banner->setObjectName("job_table_banner");
+    m_banner->setWordWrap(true);
+    m_banner->setTextFormat(Qt::PlainText);
+    m_banner->hide();
+    layout->addWidget(m_banner);
 
     m_headerScrollArea->setObjectName("job_table_header_scroll_area");
     m_headerScrollArea->setWidget(m_header);
@@ -48,10 +80,20 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     // Keeps the captions above their columns whether or not the rows need the scroll bar.
     m_listScrollArea->verticalScrollBar()->installEventFilter(this);
     layout->addWidget(m_listScrollArea, 1);
+    // Rows of a service that is away stay on screen, faded.
+    m_greyed->setOpacity(0.45);
+    m_greyed->setEnabled(false);
+    m_listScrollArea->viewport()->setGraphicsEffect(m_greyed);
 
     m_list->setClient(m_connection.client());
-    connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refresh);
+    connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refreshSoon);
+    connect(m_list, &JobListWidget::columnsChanged, m_header, [this] { m_header->layout()->invalidate(); });
     connect(&m_connection, &CorvelService::ServiceConnection::clientChanged, this, &JobTableWidget::takeClient);
+
+    m_silence.setSingleShot(true);
+    m_silence.setTimerType(Qt::PreciseTimer);
+    m_silence.setInterval(NotRespondingMs + 1);
+    connect(&m_silence, &QTimer::timeout, this, &JobTableWidget::updateServiceState);
 
     m_outageReported = m_connection.isLost();
     refresh();
@@ -61,31 +103,124 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     m_timer.start();
 }
 
+JobTableWidget::~JobTableWidget()
+{
+    std::lock_guard<std::mutex> lock(m_channel->mutex);
+    m_channel->table = nullptr;
+}
+
 void JobTableWidget::refresh()
 {
-    if (m_connection.isLost() && !m_connection.reconnectIfDue())
+    if (m_pollRunning) {
+        updateServiceState();
         return;
-    const std::shared_ptr<CorvelService::CorvelServiceIf> client = m_connection.client();
-    if (!client)
-        return;
+    }
+    if (m_connection.isLost()) {
+        if (m_connection.beginReconnect())
+            startPoll(nullptr, true);
+    } else if (auto client = m_connection.client()) {
+        startPoll(std::move(client), false);
+    }
+    updateServiceState();
+}
 
-    std::vector<CorvelService::JobDescription> jobs;
-    // During an outage the first failure has been reported; the rest would repeat it twice a second.
-    switch (callService([&] { client->getAllJobsInfo(jobs); }, QtWarningMsg, !m_outageReported)) {
-    case CallOutcome::Ok:
-        break;
-    case CallOutcome::ApplicationFailure:
-        return;
-    case CallOutcome::OtherFailure:
-        m_outageReported = true;
-        m_connection.reportLost(client);
+void JobTableWidget::refreshSoon()
+{
+    if (m_pollRunning)
+        m_refreshAgain = true;
+    else
+        refresh();
+}
+
+void JobTableWidget::startPoll(CorvelService::ServiceConnection::Client client, bool reconnect)
+{
+    m_pollRunning = true;
+    m_pollClock.start();
+    m_silence.start();
+    CorvelService::ServiceConnection::Factory factory = reconnect ? m_connection.factory() : nullptr;
+    // A thread of its own, not a pool's: a service that never answers keeps it forever, and
+    // nothing may wait for it on the way out.
+    std::thread([channel = m_channel, client = std::move(client), factory = std::move(factory)]() mutable {
+        if (factory) {
+            client = factory();
+            auto connected = std::make_shared<Poll>();
+            connected->stage = client ? Poll::Connected : Poll::ConnectFailed;
+            connected->client = client;
+            channel->deliver(connected);
+            if (!client)
+                return;
+        }
+        auto poll = std::make_shared<Poll>();
+        poll->client = client;
+        poll->result = CorvelService::tryServiceCall([&] { client->getAllJobsInfo(poll->jobs); });
+        channel->deliver(poll);
+    }).detach();
+}
+
+void JobTableWidget::finishPoll(Poll& poll)
+{
+    if (poll.stage == Poll::Connected) {
+        // The rows take the new client now; the list is still to come.
+        m_connection.finishReconnect(poll.client);
+        m_pollClock.start();
+        m_silence.start();
+        updateServiceState();
         return;
     }
-    if (m_outageReported) {
-        m_outageReported = false;
-        qInfo("Connection to Corvel service restored.");
+    m_pollRunning = false;
+    m_silence.stop();
+    if (poll.stage == Poll::ConnectFailed) {
+        m_connection.finishReconnect(nullptr);
+    } else {
+        switch (poll.result.outcome) {
+        case CallOutcome::Ok:
+            if (m_outageReported) {
+                m_outageReported = false;
+                qInfo("Connection to Corvel service restored.");
+            }
+            m_list->setJobs(poll.jobs);
+            break;
+        case CallOutcome::ApplicationFailure:
+            CorvelService::logCallFailure(poll.result);
+            break;
+        case CallOutcome::OtherFailure:
+            // During an outage the first failure has been reported; the rest would repeat it.
+            if (!m_outageReported)
+                CorvelService::logCallFailure(poll.result);
+            m_outageReported = true;
+            m_connection.reportLost(poll.client);
+            break;
+        }
     }
-    m_list->setJobs(jobs);
+    updateServiceState();
+    emit polled();
+    if (m_refreshAgain) {
+        m_refreshAgain = false;
+        refresh();
+    }
+}
+
+void JobTableWidget::updateServiceState()
+{
+    const bool unreachable = m_connection.isLost();
+    const bool silent = m_pollRunning && m_pollClock.isValid() && m_pollClock.elapsed() > NotRespondingMs;
+    if (unreachable) {
+        const qint64 waitMs = m_connection.msUntilReconnect();
+        m_banner->setText(
+            m_pollRunning || waitMs == 0
+                ? tr("The Corvel service is not reachable. Connecting again now...")
+                : tr("The Corvel service is not reachable. Trying again in %1 s.").arg((waitMs + 999) / 1000));
+    } else if (silent) {
+        m_banner->setText(tr("The Corvel service is not responding. Job actions are paused until it answers."));
+    }
+    const bool unavailable = unreachable || silent;
+    if (unavailable == m_unavailable)
+        return;
+    m_unavailable = unavailable;
+    m_banner->setVisible(unavailable);
+    // The row actions call the service on this thread: none may be started while it cannot answer.
+    m_list->setEnabled(!unavailable);
+    m_greyed->setEnabled(unavailable);
 }
 
 bool JobTableWidget::eventFilter(QObject* watched, QEvent* event)
@@ -97,11 +232,21 @@ bool JobTableWidget::eventFilter(QObject* watched, QEvent* event)
     return QWidget::eventFilter(watched, event);
 }
 
+void JobTableWidget::showEvent(QShowEvent* event)
+{
+    m_connection.setMaxReconnectDelay(MaxReconnectDelayShownMs);
+    QWidget::showEvent(event);
+}
+
+void JobTableWidget::hideEvent(QHideEvent* event)
+{
+    m_connection.setMaxReconnectDelay(MaxReconnectDelayHiddenMs);
+    QWidget::hideEvent(event);
+}
+
 void JobTableWidget::takeClient(const std::shared_ptr<CorvelService::CorvelServiceIf>& client)
 {
-    // Rows hold the client they were built with; rebuilding hands them the new one.
     m_list->setClient(client);
-    m_list->invalidate();
 }
 
 } // namespace CvJobs

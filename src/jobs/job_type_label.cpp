@@ -2,9 +2,17 @@
 
 namespace CvJobs {
 
-JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent) : QLabel(typeText(type), parent)
+JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent)
+    : QLabel(typeText(type), parent)
 {
     setObjectName("job_item_type");
+}
+
+void JobTypeLabel::setType(CorvelService::JobType::type type)
+{
+    const QString text = typeText(type);
+    if (text != this->text())
+        setText(text);
 }
 
 QString JobTypeLabel::typeText(CorvelService::JobType::type type)

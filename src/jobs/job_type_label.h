@@ -11,6 +11,8 @@ class JobTypeLabel : public QLabel {
 public:
     explicit JobTypeLabel(CorvelService::JobType::type type, QWidget* parent = nullptr);
 
+    void setType(CorvelService::JobType::type type);
+
     static QString typeText(CorvelService::JobType::type type);
 };
 

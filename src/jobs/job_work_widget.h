@@ -6,6 +6,7 @@
 
 class QLabel;
 class QProgressBar;
+class QVBoxLayout;
 
 namespace CorvelWidgets {
 class IconFont;
@@ -22,14 +23,21 @@ public:
     JobWorkWidget(const CorvelService::JobDescription& job, const CorvelWidgets::IconFont& iconFont,
                   QWidget* parent = nullptr);
 
+    // Shows `job`, changing only what differs from what is shown.
+    void setJob(const CorvelService::JobDescription& job);
+
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
     QLabel* workLabel() const { return m_workLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }
 
 private:
+    void setWork(const CorvelService::CurrentWork& work);
+
+    QVBoxLayout* m_layout;
     JobStatusLabel* m_statusLabel;
     QLabel* m_workLabel = nullptr;
     QProgressBar* m_progressBar;
+    CorvelService::CurrentWork m_work;
 };
 
 } // namespace CvJobs

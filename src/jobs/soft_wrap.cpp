@@ -1,6 +1,7 @@
 #include "jobs/soft_wrap.h"
 
 #include <QRegularExpression>
+#include <QTextDocument>
 
 namespace CvJobs {
 
@@ -41,6 +42,23 @@ QString softWrap(const QString& text, int chunkLength)
     }
     result += breakLongPiece(marked.mid(pieceStart), chunkLength);
     return result;
+}
+
+QString boundedText(const QString& text)
+{
+    if (text.size() <= MaxShownCharacters)
+        return text;
+    int cut = MaxShownCharacters;
+    if (text.at(cut - 1).isHighSurrogate())
+        --cut;
+    return text.left(cut) + QChar(0x2026);
+}
+
+QString plainToolTip(const QString& text)
+{
+    const QString shown = boundedText(text);
+    // Tool tips guess their format; a text the guess would render is handed over already escaped.
+    return Qt::mightBeRichText(shown) ? Qt::convertFromPlainText(shown, Qt::WhiteSpaceNormal) : shown;
 }
 
 } // namespace CvJobs

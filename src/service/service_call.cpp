@@ -33,23 +33,34 @@ void logAt(QtMsgType level, const QString& text)
 
 } // namespace
 
-CallOutcome callService(const std::function<void()>& call, QtMsgType level, bool logOtherFailure)
+CallResult tryServiceCall(const std::function<void()>& call)
 {
     try {
         call();
-        return CallOutcome::Ok;
+        return {};
     } catch (const apache::thrift::TApplicationException& e) {
-        logAt(level, QStringLiteral("Application exception: ") + QString::fromUtf8(e.what()));
-        return CallOutcome::ApplicationFailure;
+        return {CallOutcome::ApplicationFailure,
+                QStringLiteral("Application exception: ") + QString::fromUtf8(e.what())};
     } catch (const std::exception& e) {
-        if (logOtherFailure)
-            logAt(level, QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what()));
+        return {CallOutcome::OtherFailure, QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what())};
     } catch (...) {
         // Exceptions must not unwind through the event loop, whatever their type.
-        if (logOtherFailure)
-            logAt(level, QStringLiteral("Unknown exception: ") + QStringLiteral("non-standard exception"));
+        return {CallOutcome::OtherFailure, QStringLiteral("Unknown exception: non-standard exception")};
     }
-    return CallOutcome::OtherFailure;
+}
+
+void logCallFailure(const CallResult& result, QtMsgType level)
+{
+    if (result.outcome != CallOutcome::Ok)
+        logAt(level, result.failure);
+}
+
+CallOutcome callService(const std::function<void()>& call, QtMsgType level, bool logOtherFailure)
+{
+    const CallResult result = tryServiceCall(call);
+    if (result.outcome == CallOutcome::ApplicationFailure || logOtherFailure)
+        logCallFailure(result, level);
+    return result.outcome;
 }
 
 } // namespace CorvelService

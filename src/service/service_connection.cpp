@@ -62,20 +62,28 @@ void ServiceConnection::reportLost(const Client& failed)
 
 bool ServiceConnection::reconnectIfDue()
 {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        if (!m_lost)
-            return false;
-        const qint64 now = m_clock->nowMs();
-        if (m_lastAttemptMs >= 0 && now - m_lastAttemptMs < m_nextDelayMs)
-            return false;
-        m_lastAttemptMs = now;
-    }
-    Client fresh = createClient();
+    return beginReconnect() && finishReconnect(createClient());
+}
+
+bool ServiceConnection::beginReconnect()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_lost)
+        return false;
+    const qint64 now = m_clock->nowMs();
+    if (m_lastAttemptMs >= 0 && now - m_lastAttemptMs < m_nextDelayMs)
+        return false;
+    m_lastAttemptMs = now;
+    return true;
+}
+
+bool ServiceConnection::finishReconnect(Client fresh)
+{
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (!fresh) {
-            m_nextDelayMs = std::min(2 * m_nextDelayMs, 10 * m_intervalMs);
+            const int cap = m_maxDelayMs > 0 ? m_maxDelayMs : 10 * m_intervalMs;
+            m_nextDelayMs = std::min(2 * m_nextDelayMs, cap);
             return false;
         }
         m_nextDelayMs = m_intervalMs;
@@ -86,11 +94,26 @@ bool ServiceConnection::reconnectIfDue()
     return true;
 }
 
+qint64 ServiceConnection::msUntilReconnect() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_lost || m_lastAttemptMs < 0)
+        return 0;
+    return std::max<qint64>(0, m_lastAttemptMs + m_nextDelayMs - m_clock->nowMs());
+}
+
 void ServiceConnection::setReconnectInterval(int milliseconds)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_intervalMs = milliseconds;
     m_nextDelayMs = milliseconds;
+}
+
+void ServiceConnection::setMaxReconnectDelay(int milliseconds)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_maxDelayMs = milliseconds;
+    m_nextDelayMs = std::min(m_nextDelayMs, milliseconds);
 }
 
 } // namespace CorvelService

@@ -23,7 +23,7 @@ public:
     // Must be callable from any thread; returns an empty client on failure.
     using Factory = std::function<Client()>;
 
-    static constexpr int DefaultReconnectIntervalMs = 3000;
+    static constexpr int DefaultReconnectIntervalMs = 500;
 
     explicit ServiceConnection(Factory factory, std::shared_ptr<Corvel::Clock> clock = Corvel::Clock::system(),
                                QObject* parent = nullptr);
@@ -49,7 +49,16 @@ public:
     // interval, then doubling after each failure up to ten times the base. True when a new client
     // took over (clientChanged has been emitted).
     bool reconnectIfDue();
+    // The same in two steps, for a caller that makes the client on another thread: true when an
+    // attempt is due now (it counts as started); then the attempt's client, or an empty one when
+    // it failed, goes to finishReconnect on this object's thread.
+    bool beginReconnect();
+    bool finishReconnect(Client fresh);
+    // Milliseconds until the next attempt is due (0 when due now or not lost).
+    qint64 msUntilReconnect() const;
     void setReconnectInterval(int milliseconds);
+    // The longest wait between attempts (default: ten intervals).
+    void setMaxReconnectDelay(int milliseconds);
 
 signals:
     void clientChanged(std::shared_ptr<CorvelService::CorvelServiceIf> client);
@@ -63,6 +72,7 @@ private:
     qint64 m_lastAttemptMs = -1;
     int m_intervalMs = DefaultReconnectIntervalMs;
     int m_nextDelayMs = DefaultReconnectIntervalMs;
+    int m_maxDelayMs = -1;
 };
 
 } // namespace CorvelService

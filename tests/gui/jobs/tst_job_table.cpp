@@ -5,6 +5,7 @@
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "jobs/job_work_widget.h"
+#include "testsupport/console_look.h"
 #include "testsupport/fake_service.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/manual_clock.h"
@@ -15,6 +16,7 @@
 #include <QRadioButton>
 #include <QtTest>
 
+#include <atomic>
 #include <functional>
 
 using namespace CorvelService;
@@ -57,6 +59,42 @@ void flushDeferredDeletes()
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
+// Waits for the request in flight, if any, to come back and be shown.
+void waitForPoll(JobTableWidget* table)
+{
+    if (!table->isPollRunning())
+        return;
+    QSignalSpy polled(table, &JobTableWidget::polled);
+    QVERIFY(polled.wait(5000));
+}
+
+void poll(JobTableWidget* table)
+{
+    waitForPoll(table);
+    table->refresh();
+    waitForPoll(table);
+    flushDeferredDeletes();
+}
+
+// The row controls in keyboard order, from the first row's first control, as "job:text".
+QStringList tabOrder(const CvJobs::JobListWidget* list)
+{
+    QStringList order;
+    QWidget* first =
+        list->cell(0, 7) ? static_cast<JobActionButtonsWidget*>(list->cell(0, 7))->findChild<QPushButton*>() : nullptr;
+    for (QWidget* widget = first; widget && order.size() < 100; widget = widget->nextInFocusChain()) {
+        if (!list->isAncestorOf(widget) || widget->isHidden() || widget->focusPolicy() == Qt::NoFocus)
+            continue;
+        const auto* actions = qobject_cast<JobActionButtonsWidget*>(widget->parentWidget());
+        const QString entry =
+            QString::fromStdString(actions->job().id) + ":" + static_cast<QPushButton*>(widget)->text();
+        if (!order.isEmpty() && entry == order.first())
+            break;
+        order << entry;
+    }
+    return order;
+}
+
 } // namespace
 
 class TestJobTable : public QObject {
@@ -67,6 +105,7 @@ private:
     std::shared_ptr<CorvelTest::ManualClock> m_clock;
     std::unique_ptr<ServiceConnection> m_connection;
     std::unique_ptr<JobTableWidget> m_table;
+    CorvelWidgets::IconFont m_iconFont{"velmora-iconfont", {}};
 
     JobTableWidget* makeTable(std::vector<JobDescription> jobs, ServiceConnection::Factory factory = {})
     {
@@ -76,10 +115,11 @@ private:
         m_table.reset();
         m_connection = std::make_unique<ServiceConnection>(std::move(factory), m_clock);
         m_connection->setClient(m_service);
-        m_table = std::make_unique<JobTableWidget>(*m_connection, CorvelWidgets::IconFont("velmora-iconfont", {}));
+        m_table = std::make_unique<JobTableWidget>(*m_connection, m_iconFont);
         m_table->refreshTimer()->stop(); // tests drive the refreshes
         m_table->resize(1200, 500);
         m_table->show();
+        waitForPoll(m_table.get());
         return m_table.get();
     }
 
@@ -97,6 +137,9 @@ private:
     }
 
 private slots:
+    // The real style sheet: it tells cells apart by object name, so what a row shows depends on it.
+    void initTestCase() { m_iconFont = CorvelTest::applyConsoleLook(); }
+
     void cleanup()
     {
         CorvelTest::forgetModalWaits();
@@ -105,41 +148,128 @@ private slots:
         m_service.reset();
     }
 
-    void refreshRebuildsOnlyOnChange_data()
+    void refreshShowsTheServiceList_data()
     {
         QTest::addColumn<Change>("change");
         QTest::addColumn<QStringList>("ids");
-        QTest::addColumn<bool>("rebuilt");
+        QTest::addColumn<int>("progress"); // of job "b", -1 when not shown
         const auto replace = [](std::vector<JobDescription> jobs) { return Change([jobs](auto& v) { v = jobs; }); };
         // clang-format off
-        QTest::newRow("empty list") << replace({}) << QStringList{} << true;
+        QTest::newRow("empty list") << replace({}) << QStringList{} << -1;
         QTest::newRow("only deleted jobs")
-            << replace({makeJob("a", JobStatus::Deleted), makeJob("b", JobStatus::Deleted)}) << QStringList{} << true;
-        QTest::newRow("deleted skipped, order kept")
+            << replace({makeJob("a", JobStatus::Deleted), makeJob("b", JobStatus::Deleted)}) << QStringList{} << -1;
+        QTest::newRow("deleted skipped, service order")
             << replace({makeJob("c", JobStatus::Running), makeJob("a", JobStatus::Deleted),
-                        makeJob("b", JobStatus::PendingDelete)}) << QStringList{"c", "b"} << true;
-        QTest::newRow("unchanged") << Change([](auto&) {}) << QStringList{"a", "b"} << false;
+                        makeJob("b", JobStatus::PendingDelete)}) << QStringList{"c", "b"} << 0;
+        QTest::newRow("reordered")
+            << Change([](auto& jobs) { std::swap(jobs[0], jobs[1]); }) << QStringList{"b", "a"} << 7;
+        QTest::newRow("unchanged") << Change([](auto&) {}) << QStringList{"a", "b"} << 7;
         QTest::newRow("progress only") << Change([](auto& jobs) { jobs[1].current_work.progress = 41; })
-                                       << QStringList{"a", "b"} << true;
+                                       << QStringList{"a", "b"} << 41;
         // clang-format on
     }
 
-    void refreshRebuildsOnlyOnChange()
+    void refreshShowsTheServiceList()
     {
         QFETCH(Change, change);
         QFETCH(QStringList, ids);
-        QFETCH(bool, rebuilt);
-        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop),
-                                 makeJob("b", JobStatus::Stopped, JobAction::Start | JobAction::Delete)});
+        QFETCH(int, progress);
+        auto b = makeJob("b", JobStatus::Stopped, JobAction::Start | JobAction::Delete);
+        b.current_work.progress = 7;
+        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop), b});
         auto* list = table->jobList();
-        QPointer<QWidget> before = list->cell(1, 1);
         change(m_service->jobs);
-        table->refresh();
-        flushDeferredDeletes();
-        QCOMPARE(before.isNull(), rebuilt);
+        const int calls = m_service->listCalls;
+        poll(table);
+        QCOMPARE(m_service->listCalls, calls + 1);
         QCOMPARE(rowIds(list), ids);
         QCOMPARE(list->placeholder()->text(), QString("No Active Jobs"));
         QCOMPARE(list->placeholder()->isVisible(), ids.isEmpty());
+        const int rowB = ids.indexOf("b");
+        if (rowB >= 0)
+            QCOMPARE(static_cast<CvJobs::JobWorkWidget*>(list->cell(rowB, 1))->progressBar()->value(), progress);
+    }
+
+    // Rows changed in place look exactly like rows built afresh for the same jobs.
+    void inPlaceMatchesFreshBuild_data()
+    {
+        QTest::addColumn<int>("width");
+        QTest::newRow("narrow") << 760;
+        QTest::newRow("default") << 1175;
+        QTest::newRow("wide") << 1700;
+    }
+
+    void inPlaceMatchesFreshBuild()
+    {
+        QFETCH(int, width);
+        std::vector<JobDescription> jobs;
+        for (int i = 0; i < 6; ++i) {
+            auto job = makeJob("job-" + std::to_string(i), JobStatus::Running, JobAction::Stop,
+                               static_cast<JobType::type>(i % 3));
+            job.configuration.client_name = "Harbour Logistics";
+            job.configuration.device_name = "FS-10" + std::to_string(i);
+            job.configuration.recovery_point = "2026_03_14_02_00_00";
+            job.current_work.text = i % 2 ? "Mounting volumes" : "";
+            job.current_work.progress = static_cast<int8_t>(10 * i);
+            jobs.push_back(job);
+        }
+        auto* table = makeTable(jobs);
+        auto& next = m_service->jobs;
+        next[0].current_work.progress = 90;
+        next[1].status = JobStatus::Stopped;
+        next[1].actions = JobAction::Start | JobAction::Delete;
+        next[1].current_work.text = "";
+        next[2].description = "A description long enough to wrap over several lines of its narrow column";
+        next[2].configuration.local_cache_path = "\\\\nas01\\cache\\harbour\\a-very-long-folder-name";
+        next[3].status = JobStatus::Deleted;
+        next.erase(next.begin() + 4);
+        auto added = makeJob("added", JobStatus::Starting, JobAction::None, JobType::Virtualization);
+        added.current_work.text = "Preparing the virtual machine";
+        next.insert(next.begin() + 2, added);
+        poll(table);
+        next[0].current_work.text = "Now with a text";
+        next[3].description = "short";
+        poll(table);
+
+        JobTableWidget fresh(*m_connection, m_iconFont);
+        fresh.refreshTimer()->stop();
+        for (JobTableWidget* shown : {table, &fresh}) {
+            shown->resize(width, 500);
+            shown->show();
+            waitForPoll(shown);
+        }
+        flushDeferredDeletes();
+        QCoreApplication::processEvents();
+        QCOMPARE(rowIds(table->jobList()), rowIds(fresh.jobList()));
+        // Both lists lay out again at the new width.
+        QTRY_COMPARE(table->jobList()->size(), fresh.jobList()->size());
+        QTest::qWait(20);
+        const QImage changed = table->jobList()->grab().toImage();
+        const QImage built = fresh.jobList()->grab().toImage();
+        if (changed != built) {
+            changed.save(QDir::temp().filePath("jobs-in-place.png"));
+            built.save(QDir::temp().filePath("jobs-fresh.png"));
+        }
+        QVERIFY2(changed == built, "the rows changed in place differ from a fresh build (images in the temp folder)");
+        QCOMPARE(tabOrder(table->jobList()), tabOrder(fresh.jobList()));
+    }
+
+    void focusSurvivesOtherRowsChanging()
+    {
+        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel),
+                                 makeJob("b", JobStatus::Stopped, JobAction::Start)});
+        table->activateWindow();
+        QApplication::setActiveWindow(table);
+        auto* cancel = button("Cancel");
+        cancel->setFocus(Qt::TabFocusReason);
+        QVERIFY(cancel->hasFocus());
+        m_service->jobs[1].current_work.progress = 50;
+        m_service->jobs[1].actions = JobAction::Delete;
+        m_service->jobs.insert(m_service->jobs.begin(), makeJob("new", JobStatus::Created, JobAction::Start));
+        poll(table);
+        QCOMPARE(rowIds(table->jobList()), (QStringList{"new", "a", "b"}));
+        QVERIFY(cancel->hasFocus());
+        QCOMPARE(tabOrder(table->jobList()), (QStringList{"new:Start", "a:Stop", "a:Cancel", "b:Delete Job"}));
     }
 
     void failingCallKeepsRows()
@@ -149,16 +279,16 @@ private slots:
         CorvelTest::LogCapture log;
         m_service->listFailure = Failure::Application;
         m_service->jobs.clear();
-        table->refresh();
-        table->refresh();
-        flushDeferredDeletes();
+        poll(table);
+        poll(table);
         QVERIFY(row);
         QCOMPARE(log.count(RefusedLog), 2);
         // A refusal is an answer: the connection stands and its client stays.
         QVERIFY(!m_connection->isLost());
+        QVERIFY(table->banner()->isHidden());
         QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(m_service));
         m_service->listFailure = Failure::None;
-        table->refresh();
+        poll(table);
         QVERIFY(!table->jobList()->hasRows());
     }
 
@@ -166,7 +296,7 @@ private slots:
     {
         const int interval = 100;
         QList<qint64> attempts;
-        bool serviceBack = false;
+        std::atomic<bool> serviceBack{false};
         auto replacement = std::make_shared<FakeService>();
         auto* table =
             makeTable({makeJob("same", JobStatus::Stopped, JobAction::Start)}, [&]() -> ServiceConnection::Client {
@@ -177,25 +307,28 @@ private slots:
         m_connection->setReconnectInterval(interval);
         CorvelTest::LogCapture log;
         m_service->listFailure = Failure::Transport;
-        table->refresh();
+        poll(table);
         QVERIFY(table->isServiceLost());
+        QVERIFY(table->banner()->isVisible());
+        QVERIFY(!button("Start")->isEnabled());
         const qint64 lostAt = m_clock->nowMs();
         auto stepUntil = [&](int count) {
             for (int step = 0; step < 1000 && attempts.size() < count; ++step) {
                 m_clock->advance(10);
-                table->refresh();
+                poll(table);
             }
         };
-        stepUntil(6);
-        // Failed attempts back off: the wait doubles after each, up to ten intervals.
+        stepUntil(7);
+        // Failed attempts back off: the wait doubles after each, capped while the table is shown.
         QList<qint64> waits;
         for (int i = 0; i < attempts.size(); ++i)
             waits << attempts[i] - (i == 0 ? lostAt : attempts[i - 1]);
-        QCOMPARE(waits, (QList<qint64>{100, 200, 400, 800, 1000, 1000}));
+        QCOMPARE(waits, (QList<qint64>{100, 200, 400, 800, 1600, 2500, 2500}));
 
         serviceBack = true;
-        stepUntil(7);
+        stepUntil(8);
         QVERIFY(!table->isServiceLost());
+        QVERIFY(table->banner()->isHidden());
         QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(replacement));
         QCOMPARE(m_service->listCalls, 2); // the dead client is not asked again
         QCOMPARE(log.count(TransportLog), 1);
@@ -251,15 +384,20 @@ private slots:
         whenModal([](QWidget* modal) { modal->close(); }); // a dialog would abandon the action
 
         QTest::mouseClick(button(buttonText), Qt::LeftButton);
+        waitForPoll(m_table.get());
 
         QCOMPARE(m_service->calls(), QStringList{call});
         const bool succeeded = failure == Failure::None;
-        // Success refreshes at once and locks the row until the new view is shown.
+        // Success refreshes at once and locks the row until the list changes.
         QCOMPARE(m_service->listCalls, listCalls + (succeeded ? 1 : 0));
         for (auto* button : firstRow()->buttons())
             QCOMPARE(button->isEnabled(), !succeeded);
         if (!succeeded)
             QVERIFY(log.contains(QtWarningMsg, failure == Failure::Application ? RefusedLog : TransportLog));
+        m_service->jobs[0].current_work.progress = 12;
+        poll(m_table.get());
+        for (auto* button : firstRow()->buttons())
+            QVERIFY(button->isEnabled());
     }
 
     void deleteVirtualMachine_data()
@@ -328,10 +466,11 @@ private slots:
         bool rowAliveWhileOpen = false;
         whenModal([&](QWidget* modal) {
             m_service->jobs[0].current_work.progress = 90;
-            table->refresh();
-            table->refresh();
-            flushDeferredDeletes();
-            rowAliveWhileOpen = !row.isNull();
+            m_service->jobs[0].actions = JobAction::Stop;
+            poll(table);
+            poll(table);
+            rowAliveWhileOpen =
+                !row.isNull() && row->buttons().size() == 1 && row->buttons()[0]->text() == "Delete Job";
             auto* dialog = static_cast<CvJobs::DeleteVMDialog*>(modal);
             QTest::mouseClick(dialog->noButton(), Qt::LeftButton);
             QTest::mouseClick(dialog->saveButton(), Qt::LeftButton);
@@ -339,8 +478,10 @@ private slots:
         QTest::mouseClick(button("Delete Job"), Qt::LeftButton);
         QVERIFY(rowAliveWhileOpen);
         QVERIFY(m_service->calls().contains("deleteJob:vm"));
-        QTRY_VERIFY(row.isNull());
+        waitForPoll(table);
         QCOMPARE(static_cast<CvJobs::JobWorkWidget*>(table->jobList()->cell(0, 1))->progressBar()->value(), 90);
+        QCOMPARE(firstRow()->buttons().size(), 1);
+        QCOMPARE(firstRow()->buttons()[0]->text(), QString("Stop"));
     }
 };
 

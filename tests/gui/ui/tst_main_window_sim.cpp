@@ -11,6 +11,7 @@
 #include "ui/main_window.h"
 #include "widgets/message_box.h"
 
+#include <QLabel>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -53,6 +54,8 @@ private slots:
 
     void cleanup() { m_sim.stop(); }
 
+    // While the service is away the table says so and offers no action; when it is back the rows
+    // follow within three seconds, on the new connection.
     void rowsComeBackAfterRestart()
     {
         const QStringList stateArguments{"--state", m_dir.filePath("jobs.json"), "--tick-ms", "3600000"};
@@ -65,20 +68,22 @@ private slots:
             ++attempts;
             return connectTo(port);
         });
-        connection.setReconnectInterval(200);
         QVERIFY(connection.connectNow());
         attempts = 0;
         TmxAuth::AuthSession session(partnerToken());
         Corvel::MainWindow window(session, CorvelWidgets::IconFont("velmora-iconfont", {}), connection,
                                   Corvel::Settings(), QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
         window.setUpdateOfferBlocked(true);
+        window.show();
         JobTableWidget& table = *window.home()->jobTable();
-        table.refreshTimer()->setInterval(50);
+        QTRY_VERIFY_WITH_TIMEOUT(table.jobList()->rowCount() == 6, 5000);
         const std::vector<JobDescription> before = table.jobList()->jobs();
-        QVERIFY(!before.empty());
+        QVERIFY(table.banner()->isHidden());
 
         m_sim.stop();
-        QTRY_VERIFY_WITH_TIMEOUT(table.isServiceLost(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(table.banner()->isVisible(), JobTableWidget::RefreshIntervalMs + 200);
+        QVERIFY2(table.banner()->text().contains("not reachable"), qPrintable(table.banner()->text()));
+        QVERIFY(!static_cast<JobActionButtonsWidget*>(table.jobList()->cell(0, 7))->buttons().first()->isEnabled());
         QTRY_VERIFY_WITH_TIMEOUT(attempts >= 2, 5000);
         QCOMPARE(table.jobList()->jobs(), before);
 
@@ -86,8 +91,12 @@ private slots:
                                  "--fault", "cancelJob=exception"};
         error = m_sim.start(m_dir.path(), stateArguments + faults, port);
         QVERIFY2(error.isEmpty(), qPrintable(error));
-        QTRY_VERIFY_WITH_TIMEOUT(!table.isServiceLost(), 10000);
+        QElapsedTimer sinceRestart;
+        sinceRestart.start();
+        QTRY_VERIFY_WITH_TIMEOUT(!table.isServiceLost() && table.banner()->isHidden(), 3000);
+        std::fprintf(stderr, "rows back %lld ms after the restart\n", sinceRestart.elapsed());
         table.refreshTimer()->stop();
+        QTRY_VERIFY(!table.isPollRunning());
         QCOMPARE(countStarting(log, "Unknown exception: "), 1);
         QCOMPARE(table.jobList()->jobs(), before);
 
@@ -97,6 +106,7 @@ private slots:
             for (auto* button : static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7))->buttons()) {
                 if (button->action() == JobAction::Delete)
                     continue;
+                QVERIFY(button->isEnabled());
                 button->click();
                 ++pressed;
                 QVERIFY(button->isEnabled());
@@ -104,6 +114,58 @@ private slots:
         }
         QVERIFY(pressed > 0);
         QCOMPARE(countStarting(log, "Application exception: "), pressed);
+    }
+
+    // A service that holds every answer for ten seconds never holds up the window.
+    void neverWaitsOnTheService()
+    {
+        const QString error =
+            m_sim.start(m_dir.path(), {"--jobs", "4", "--tick-ms", "3600000", "--fault", "getAllJobsInfo=delay:10000"});
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        CorvelService::ServiceConnection connection([&] { return connectTo(m_sim.port()); });
+        QVERIFY(connection.connectNow());
+
+        QElapsedTimer sinceLastTick;
+        qint64 worstStallMs = 0;
+        QTimer probe;
+        probe.setInterval(10);
+        connect(&probe, &QTimer::timeout,
+                [&] { worstStallMs = std::max(worstStallMs, sinceLastTick.restart() - probe.interval()); });
+
+        QElapsedTimer clock;
+        clock.start();
+        TmxAuth::AuthSession session(partnerToken());
+        Corvel::MainWindow window(session, CorvelWidgets::IconFont("velmora-iconfont", {}), connection,
+                                  Corvel::Settings(), QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
+        window.setUpdateOfferBlocked(true);
+        window.show();
+        const qint64 windowAfterMs = clock.elapsed();
+        sinceLastTick.start();
+        probe.start();
+        JobTableWidget& table = *window.home()->jobTable();
+
+        QTRY_VERIFY_WITH_TIMEOUT(table.banner()->isVisible(), 4000);
+        const qint64 bannerAfterMs = clock.elapsed();
+        QVERIFY2(table.banner()->text().contains("not responding"), qPrintable(table.banner()->text()));
+
+        // The held answer arrives; the next request is held again and the rows' actions stop.
+        QTRY_VERIFY_WITH_TIMEOUT(table.jobList()->rowCount() == 4 && table.banner()->isHidden(), 12000);
+        QElapsedTimer sinceRows;
+        sinceRows.start();
+        auto* actions = static_cast<JobActionButtonsWidget*>(table.jobList()->cell(0, 7));
+        QVERIFY(!actions->buttons().isEmpty() && actions->buttons().first()->isEnabled());
+        QTRY_VERIFY_WITH_TIMEOUT(table.banner()->isVisible(), 4000);
+        const qint64 secondBannerMs = sinceRows.elapsed();
+        for (int row = 0; row < table.jobList()->rowCount(); ++row)
+            for (auto* button : static_cast<JobActionButtonsWidget*>(table.jobList()->cell(row, 7))->buttons())
+                QVERIFY(!button->isEnabled());
+        probe.stop();
+        qInfo("window after %lld ms, banner after %lld ms and %lld ms, worst stall %lld ms", windowAfterMs,
+              bannerAfterMs, secondBannerMs, worstStallMs);
+        QVERIFY2(windowAfterMs < 1000, "the window waited for the service");
+        QVERIFY(bannerAfterMs <= 2500 + 300);
+        QVERIFY(secondBannerMs <= 2500 + 300);
+        QVERIFY2(worstStallMs < 100, qPrintable(QString::number(worstStallMs)));
     }
 };
 

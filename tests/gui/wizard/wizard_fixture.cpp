@@ -17,11 +17,6 @@
 
 #include <algorithm>
 
-static void initResources()
-{
-    Q_INIT_RESOURCE(resources);
-}
-
 using namespace CorvelService;
 
 namespace {
@@ -112,22 +107,6 @@ std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRun
     return std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, std::move(context));
 }
 
-CorvelWidgets::IconFont applyConsoleLook()
-{
-    initResources();
-    for (const char* font :
-         {":/res/SourceSansPro-Regular.ttf", ":/res/SourceSansPro-Bold.ttf", ":/res/SourceSansPro-Light.ttf"})
-        QFontDatabase::addApplicationFont(font);
-    QFont::insertSubstitution(QStringLiteral("Source Sans Pro"), QStringLiteral("TypoPRO Source Sans Pro"));
-    QFont font = QApplication::font();
-    font.setFamily(QStringLiteral("Source Sans Pro"));
-    QApplication::setFont(font);
-    qApp->setStyleSheet(Corvel::loadStyleSheet(QStringLiteral(":/res/styles.qss")));
-    if (auto loaded = CorvelWidgets::IconFont::load(":/res/velmora-iconfont.ttf", ":/res/velmora-iconfont.json",
-                                                    "velmora-iconfont"))
-        return *loaded;
-    return CorvelWidgets::IconFont("velmora-iconfont", {});
-}
 
 QStringList shownBoxes()
 {

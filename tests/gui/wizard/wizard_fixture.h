@@ -6,6 +6,7 @@
 #include "session/auth_session.h"
 #include "testsupport/fake_cloud.h"
 #include "testsupport/fake_service.h"
+#include "testsupport/console_look.h"
 #include "widgets/icon_font.h"
 #include "wizard/recovery_wizard.h"
 
@@ -18,8 +19,7 @@ namespace Corvel {
 class RecoveryWizardPage;
 }
 
-// Loads the console's fonts, icon font and style sheet as start-up does (for screenshots).
-CorvelWidgets::IconFont applyConsoleLook();
+using CorvelTest::applyConsoleLook;
 
 // "title: text" of every message box shown since the last MessageBox::clearShown().
 QStringList shownBoxes();

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QLayout>
+
+#include <array>
+#include <memory>
+
+namespace CvJobs {
+
+// Where the eight columns of the jobs table sit at a given width: equal shares, except that no
+// column is narrower than the widest minimum among its cells. The header and every row lay out from
+// one shared instance, so captions and cells line up and stay put across refreshes.
+class JobColumns {
+public:
+    static constexpr int Count = 8;
+    static constexpr int Spacing = 6;
+
+    struct Span {
+        int x = 0;
+        int width = 0;
+    };
+
+    std::array<Span, Count> spans(int width) const;
+    int minimumWidth() const;
+    int minimum(int column) const { return m_minimum[column]; }
+    // True when the minimum changed.
+    bool setMinimum(int column, int pixels);
+
+private:
+    std::array<int, Count> m_minimum{};
+};
+
+// Lays out one row of cells (or the header's captions) on the shared columns; each cell fills its
+// column and the row is as tall as its tallest cell at that width.
+class JobRowLayout : public QLayout {
+public:
+    JobRowLayout(std::shared_ptr<const JobColumns> columns, QWidget* parent);
+    ~JobRowLayout() override;
+
+    void addItem(QLayoutItem* item) override;
+    QLayoutItem* itemAt(int index) const override;
+    QLayoutItem* takeAt(int index) override;
+    int count() const override;
+    QSize sizeHint() const override;
+    QSize minimumSize() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+    void invalidate() override;
+    void setGeometry(const QRect& rect) override;
+
+private:
+    std::shared_ptr<const JobColumns> m_columns;
+    QList<QLayoutItem*> m_items;
+    mutable int m_cachedWidth = -1;
+    mutable int m_cachedHeight = 0;
+};
+
+} // namespace CvJobs

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "CorvelService.h"
+#include "widgets/icon_font.h"
+
+#include <QWidget>
+
+#include <array>
+#include <memory>
+
+namespace CvJobs {
+
+class JobActionButtonsWidget;
+class JobColumns;
+class JobInfoLabel;
+class JobTypeLabel;
+class JobWorkWidget;
+
+// One job of the table: its eight cells on the shared columns, updated in place.
+class JobRowWidget : public QWidget {
+    Q_OBJECT
+public:
+    enum Column { Type, Status, Client, Device, RecoveryPoint, LocalCache, Description, Action };
+
+    // What setJob changed beyond the cells' contents.
+    enum Change { NewButtons = 1 << 8 };
+
+    JobRowWidget(const CorvelService::JobDescription& job, std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                 const CorvelWidgets::IconFont& iconFont, std::shared_ptr<const JobColumns> columns,
+                 QWidget* parent = nullptr);
+
+    // Shows `job` (same id), touching only what differs. Returns the bits (1 << column) of the
+    // cells whose width may have changed, and NewButtons when the actions changed.
+    int setJob(const CorvelService::JobDescription& job);
+    void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client);
+
+    const CorvelService::JobDescription& job() const;
+    QWidget* cell(int column) const { return m_cells[column]; }
+    JobActionButtonsWidget* actions() const { return m_actions; }
+
+    // The narrowest the cell can be shown, measured when its content last changed.
+    int naturalMinimum(int column) const { return m_naturalMinimum[column]; }
+    void measure(int changedColumns);
+
+    // The first and last controls of the row that take keyboard focus.
+    QWidget* firstFocusable() const;
+    QWidget* lastFocusable() const;
+
+private:
+    JobTypeLabel* m_type;
+    JobWorkWidget* m_work;
+    std::array<JobInfoLabel*, 5> m_info;
+    JobActionButtonsWidget* m_actions;
+    std::array<QWidget*, 8> m_cells;
+    std::array<int, 8> m_naturalMinimum{};
+};
+
+} // namespace CvJobs
