@@ -32,12 +32,10 @@ struct Figures {
 std::shared_ptr<CorvelServiceIf> plainClient(int port)
 {
     auto socket = std::make_shared<transport::TSocket>("localhost", port);
-    auto buffered = std::make_shared<transport::TBufferedTransport>(socket);
-    auto protocol = std::make_shared<protocol::TBinaryProtocol>(buffered, kMaxReplyStringBytes,
-                                                               kMaxReplyContainerElements, false, true);
-    auto client = std::make_shared<CorvelServiceConcurrentClient>(protocol,
-                                                                  std::make_shared<async::TConcurrentClientSyncInfo>());
-    buffered->open();
+    auto protocol = makeBoundedProtocol(socket);
+    auto client =
+        std::make_shared<CorvelServiceConcurrentClient>(protocol, std::make_shared<async::TConcurrentClientSyncInfo>());
+    protocol->getTransport()->open();
     return client;
 }
 
@@ -106,8 +104,8 @@ int main(int argc, char** argv)
     }
 
     std::printf("getAllJobsInfo round trip (microseconds; simulator on loopback, one client)\n\n");
-    std::printf("%6s  %10s  %8s  %12s  %10s  %12s  %10s  %9s\n", "jobs", "reply", "rounds", "TLS median",
-                "TLS p99", "plain median", "plain p99", "TLS/plain");
+    std::printf("%6s  %10s  %8s  %12s  %10s  %12s  %10s  %9s\n", "jobs", "reply", "rounds", "TLS median", "TLS p99",
+                "plain median", "plain p99", "TLS/plain");
     for (const int jobs : {0, 100, 1000}) {
         const int rounds = std::max(20, static_cast<int>((jobs == 0 ? 2000 : jobs == 100 ? 1000 : 300) * scale));
         Figures tls, plain;

@@ -71,7 +71,7 @@ private slots:
         QTemporaryDir dir;
         QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 10485760));
         const QByteArray ownFile(__FILE__);
-        const QByteArray root = ownFile.left(ownFile.indexOf("tests/unit/app/"));
+        const QByteArray root = ownFile.left(ownFile.indexOf("tests/unit/core/"));
         const QByteArray file = root + "src/app/startup.cpp";
         QMessageLogContext context(file.constData(), 42, "f", "default");
         CvLogger::handleMessage(QtInfoMsg, context, "x");
