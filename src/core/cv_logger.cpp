@@ -202,7 +202,8 @@ bool CvLogger::append(const QByteArray& bytes)
     const qint64 written = m_file->write(bytes);
     if (written == bytes.size())
         return true;
-    m_tornLine = written > 0;
+    if (written > 0)
+        m_tornLine = true;
     m_file->unsetError();
     return false;
 }
