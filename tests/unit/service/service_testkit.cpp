@@ -27,6 +27,23 @@ QString writeCertificatePair(const QString& dir, const QString& dnsName)
     return {};
 }
 
+bool resetPeakMemory()
+{
+    QFile clear("/proc/self/clear_refs");
+    return clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
+}
+
+qint64 statusKiB(const char* field)
+{
+    QFile status("/proc/self/status");
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith(field))
+            return line.mid(int(qstrlen(field))).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
 TlsTestServer::~TlsTestServer()
 {
     m_stopping = true;

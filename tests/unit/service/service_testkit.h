@@ -14,6 +14,11 @@ namespace CorvelTest {
 // and subjectAltName). Empty on success, else why.
 QString writeCertificatePair(const QString& dir, const QString& dnsName);
 
+// Peak memory of this process: resetPeakMemory() makes the peak the current resident size, then
+// statusKiB("VmHWM:") is the peak since and statusKiB("VmRSS:") the current size, in KiB.
+bool resetPeakMemory();
+qint64 statusKiB(const char* field);
+
 // A bare TLS server on 127.0.0.1 for what the simulator cannot do: other protocol versions,
 // other certificates, hand-made replies.
 class TlsTestServer {

@@ -113,12 +113,14 @@ void TestServiceConnection::createClient_data()
     QTest::newRow("localhost") << "localhost" << same << 0 << false << empty << empty << empty;
     QTest::newRow("name *host") << "*host" << same << 0 << false << empty << empty << empty;
     QTest::newRow("name *.example.com") << "*.example.com" << same << 0 << false << thrift << connect << empty;
-    QTest::newRow("untrusted server key") << "localhost" << "other key" << 0 << false << thrift << connect << shutdown;
+    QTest::newRow("untrusted server key") << "localhost"
+                                          << "other key" << 0 << false << thrift << connect << shutdown;
     QTest::newRow("server TLS 1.1 only") << "localhost" << same << int(TLS1_1_VERSION) << false << thrift << connect
                                          << shutdown;
     QTest::newRow("server TLS 1.3 only") << "localhost" << same << int(TLS1_3_VERSION) << false << thrift << connect
                                          << shutdown;
-    QTest::newRow("nothing listening") << "localhost" << "none" << 0 << false << thrift << connect
+    QTest::newRow("nothing listening") << "localhost"
+                                       << "none" << 0 << false << thrift << connect
                                        << "Thrift library: TSocket::open() connect() <Host: localhost Port: ";
     QTest::newRow("no key") << "localhost" << same << 0 << true << factory + ": " << factory << empty;
 }
@@ -183,25 +185,6 @@ void beginReply(TProtocol& out, int32_t seqid, const char* method, TType type)
     out.writeFieldBegin("success", type, 0);
 }
 
-// Peak resident memory since the last reset, in KiB; reset() makes it the current size.
-struct PeakMemory {
-    static qint64 field(const char* name)
-    {
-        QFile status("/proc/self/status");
-        status.open(QIODevice::ReadOnly);
-        for (const QByteArray& line : status.readAll().split('\n'))
-            if (line.startsWith(name))
-                return line.mid(int(qstrlen(name))).trimmed().split(' ').value(0).toLongLong();
-        return -1;
-    }
-    static bool reset()
-    {
-        QFile clear("/proc/self/clear_refs");
-        return clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
-    }
-};
-
-const std::string kFieldStart = "success";
 const int32_t kHugeString = 32 * 1024 * 1024;
 
 } // namespace
@@ -210,7 +193,7 @@ Q_DECLARE_METATYPE(Writer)
 
 void TestServiceConnection::hostileReplies_data()
 {
-    QTest::addColumn<Writer>("reply"); // a reply to getAllJobsInfo, cut short unless said otherwise
+    QTest::addColumn<Writer>("reply");     // a reply to getAllJobsInfo, cut short unless said otherwise
     QTest::addColumn<int>("messageLimit"); // 0: the console's
     QTest::addColumn<QString>("failure");
 
@@ -222,10 +205,10 @@ void TestServiceConnection::hostileReplies_data()
             out.writeFieldBegin("id", T_STRING, 1);
         };
     };
-    QTest::newRow("2^31-1 jobs") << Writer([=](TProtocol& out, int32_t seqid) { jobs(0x7fffffff)(out, seqid); })
-                                 << 0 << "SIZE_LIMIT";
-    QTest::newRow("1,000,000 jobs") << Writer([=](TProtocol& out, int32_t seqid) { jobs(1000000)(out, seqid); })
-                                    << 0 << "SIZE_LIMIT";
+    QTest::newRow("2^31-1 jobs") << Writer([=](TProtocol& out, int32_t seqid) { jobs(0x7fffffff)(out, seqid); }) << 0
+                                 << "SIZE_LIMIT";
+    QTest::newRow("1,000,000 jobs") << Writer([=](TProtocol& out, int32_t seqid) { jobs(1000000)(out, seqid); }) << 0
+                                    << "SIZE_LIMIT";
     QTest::newRow("50,000 jobs, one sent") << Writer([=](TProtocol& out, int32_t seqid) {
         jobs(50000)(out, seqid);
         out.writeString("job-1");
@@ -243,9 +226,8 @@ void TestServiceConnection::hostileReplies_data()
         out.writeI32(int32_t(0x80010002));
         out.writeI32(kHugeString);
     }) << 0 << "END_OF_FILE";
-    QTest::newRow("a 32 MiB method name without version") << Writer([](TProtocol& out, int32_t) {
-        out.writeI32(kHugeString);
-    }) << 0 << "END_OF_FILE";
+    QTest::newRow("a 32 MiB method name without version")
+        << Writer([](TProtocol& out, int32_t) { out.writeI32(kHugeString); }) << 0 << "END_OF_FILE";
     QTest::newRow("a skipped field of 32 MiB") << Writer([=](TProtocol& out, int32_t seqid) {
         jobs(1)(out, seqid);
         out.writeString("job-1");
@@ -287,8 +269,9 @@ void TestServiceConnection::hostileReplies()
 
     const QString dir = newPair("localhost");
     TlsTestServer server;
-    QVERIFY(server.start(
-                        dir, 0, [&](int32_t seqid) { return message(reply, seqid); }, true)
+    QVERIFY(server
+                .start(
+                    dir, 0, [&](int32_t seqid) { return message(reply, seqid); }, true)
                 .isEmpty());
     ReplyLimits limits;
     if (messageLimit)
@@ -296,24 +279,24 @@ void TestServiceConnection::hostileReplies()
     const auto client = createServiceClient(dir.toStdString(), "localhost", server.port(), limits);
     QVERIFY(client);
 
-    QVERIFY(PeakMemory::reset());
-    const qint64 before = PeakMemory::field("VmRSS:");
+    QVERIFY(CorvelTest::resetPeakMemory());
+    const qint64 before = CorvelTest::statusKiB("VmRSS:");
     QString thrown = "nothing";
     std::vector<JobDescription> jobs;
     try {
         client->getAllJobsInfo(jobs);
     } catch (const TProtocolException& e) {
-        static const char* const names[] = {"UNKNOWN",     "INVALID_DATA",    "NEGATIVE_SIZE",  "SIZE_LIMIT",
+        static const char* const names[] = {"UNKNOWN",     "INVALID_DATA",    "NEGATIVE_SIZE", "SIZE_LIMIT",
                                             "BAD_VERSION", "NOT_IMPLEMENTED", "DEPTH_LIMIT"};
         thrown = e.getType() >= 0 && e.getType() <= 6 ? names[e.getType()] : "protocol " + QString::number(e.getType());
     } catch (const apache::thrift::transport::TTransportException& e) {
         thrown = e.getType() == apache::thrift::transport::TTransportException::END_OF_FILE
-            ? "END_OF_FILE"
-            : "transport " + QString::number(e.getType()) + ": " + e.what();
+                     ? "END_OF_FILE"
+                     : "transport " + QString::number(e.getType()) + ": " + e.what();
     } catch (const std::exception& e) {
         thrown = QString("other: ") + e.what();
     }
-    const qint64 growthKiB = PeakMemory::field("VmHWM:") - before;
+    const qint64 growthKiB = CorvelTest::statusKiB("VmHWM:") - before;
     qInfo("peak memory growth during the call: %lld KiB", growthKiB);
     QCOMPARE(thrown, failure);
     QVERIFY2(growthKiB < 4 * 1024, qPrintable(QString("peak grew by %1 KiB").arg(growthKiB)));
