@@ -27,7 +27,8 @@ using apache::thrift::transport::TVirtualTransport;
 
 namespace {
 
-// Largest piece read from the socket at a time while reading ahead.
+// Least and largest piece asked of the socket at a time while reading ahead.
+constexpr size_t kLeastReadAhead = 4096;
 constexpr size_t kReadAheadChunk = 64 * 1024;
 // A read-ahead buffer larger than this is given back once it has been read out.
 constexpr size_t kKeptReadAheadCapacity = 256 * 1024;
@@ -85,7 +86,8 @@ public:
         }
         while (m_queue.size() < count) {
             const size_t have = m_queue.size();
-            const size_t want = std::min(count - have, kReadAheadChunk);
+            // Asking for more than needed costs nothing: the socket hands over what has arrived.
+            const size_t want = std::min(std::max(count - have, kLeastReadAhead), kReadAheadChunk);
             m_queue.resize(have + want);
             const uint32_t got = m_socket->read(m_queue.data() + have, static_cast<uint32_t>(want));
             m_queue.resize(have + got);
@@ -116,6 +118,16 @@ public:
 
     // Bytes already buffered and not yet read.
     size_t buffered() const { return static_cast<size_t>(rBound_ - rBase_); }
+
+    // Reads size bytes into str straight from the buffer when they are all there.
+    bool takeBuffered(std::string& str, size_t size)
+    {
+        if (buffered() < size)
+            return false;
+        str.assign(reinterpret_cast<const char*>(rBase_), size);
+        rBase_ += size;
+        return true;
+    }
 };
 
 // Least number of bytes one value of a type takes in the binary protocol.
@@ -224,10 +236,9 @@ private:
         if (size > m_limits.stringBytes)
             throw TProtocolException(TProtocolException::SIZE_LIMIT);
         require(static_cast<size_t>(size), 1);
-        str.clear();
-        if (size > 0) {
+        if (!m_buffered->takeBuffered(str, static_cast<size_t>(size))) {
             str.resize(static_cast<size_t>(size));
-            getTransport()->readAll(reinterpret_cast<uint8_t*>(&str[0]), static_cast<uint32_t>(size));
+            m_buffered->readAll(reinterpret_cast<uint8_t*>(&str[0]), static_cast<uint32_t>(size));
         }
         return static_cast<uint32_t>(size);
     }
