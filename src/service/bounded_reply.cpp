@@ -195,21 +195,24 @@ public:
     uint32_t readListBegin_virt(TType& elemType, uint32_t& size) override
     {
         const uint32_t read = TProtocolDecorator::readListBegin_virt(elemType, size);
-        require(size, minimumWireBytes(elemType));
+        if (size > 0)
+            require(size, minimumWireBytes(elemType));
         return read;
     }
 
     uint32_t readSetBegin_virt(TType& elemType, uint32_t& size) override
     {
         const uint32_t read = TProtocolDecorator::readSetBegin_virt(elemType, size);
-        require(size, minimumWireBytes(elemType));
+        if (size > 0)
+            require(size, minimumWireBytes(elemType));
         return read;
     }
 
     uint32_t readMapBegin_virt(TType& keyType, TType& valType, uint32_t& size) override
     {
         const uint32_t read = TProtocolDecorator::readMapBegin_virt(keyType, valType, size);
-        require(size, minimumWireBytes(keyType) + minimumWireBytes(valType));
+        if (size > 0)
+            require(size, minimumWireBytes(keyType) + minimumWireBytes(valType));
         return read;
     }
 
