@@ -15,12 +15,12 @@ namespace {
 
 std::unique_ptr<CvLogger> g_logger;
 
-// The part of this file's compile-time path before "src/app/cv_logger.cpp": stripped from
+// The part of this file's compile-time path before "src/core/cv_logger.cpp": stripped from
 // message source paths so that lines show project-relative files.
 QByteArray computeSourceRoot()
 {
     QByteArray path(__FILE__);
-    for (const char* suffix : {"src/app/cv_logger.cpp", "src\\app\\cv_logger.cpp"}) {
+    for (const char* suffix : {"src/core/cv_logger.cpp", "src\\core\\cv_logger.cpp"}) {
         const int at = path.lastIndexOf(suffix);
         if (at >= 0)
             return path.left(at);
@@ -30,29 +30,63 @@ QByteArray computeSourceRoot()
 
 } // namespace
 
-CvLogger::CvLogger(QtMsgType minimumLevel, QByteArray sourceRoot, std::unique_ptr<QFile> file, quint64 rotationSize)
+std::unique_ptr<QFile> LogFileSystem::openAppend(const QString& path)
+{
+    auto file = std::make_unique<QFile>(path);
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
+        return nullptr;
+    return file;
+}
+
+bool LogFileSystem::exists(const QString& path)
+{
+    return QFile::exists(path);
+}
+
+bool LogFileSystem::remove(const QString& path)
+{
+    return QFile::remove(path);
+}
+
+bool LogFileSystem::rename(const QString& from, const QString& to)
+{
+    return QFile::rename(from, to);
+}
+
+std::shared_ptr<LogFileSystem> LogFileSystem::real()
+{
+    static const auto files = std::make_shared<LogFileSystem>();
+    return files;
+}
+
+CvLogger::CvLogger(QtMsgType minimumLevel, QByteArray sourceRoot, QString path, std::unique_ptr<QFile> file,
+                   quint64 rotationSize, std::shared_ptr<Clock> clock, std::shared_ptr<LogFileSystem> files)
     : m_minimumLevel(minimumLevel)
     , m_sourceRoot(std::move(sourceRoot))
+    , m_path(std::move(path))
     , m_file(std::move(file))
     , m_stderr(stderr)
-    , m_fileStream(m_file.get())
     , m_rotationSize(rotationSize)
+    , m_clock(std::move(clock))
+    , m_files(std::move(files))
 {
     m_stderr.setCodec("UTF-8");
-    m_fileStream.setCodec("UTF-8");
 }
 
 CvLogger::~CvLogger() = default;
 
-bool CvLogger::init(QtMsgType minimumLevel, const QString& folder, const QString& fileName, quint64 rotationSize)
+bool CvLogger::init(QtMsgType minimumLevel, const QString& folder, const QString& fileName, quint64 rotationSize,
+                    std::shared_ptr<Clock> clock, std::shared_ptr<LogFileSystem> files)
 {
     if (!QDir(folder).mkpath(QStringLiteral(".")))
         return false;
-    auto file = std::make_unique<QFile>(folder + "/" + fileName);
-    if (!file->open(QIODevice::WriteOnly | QIODevice::Append))
+    const QString path = folder + "/" + fileName;
+    auto file = files->openAppend(path);
+    if (!file)
         return false;
     qInstallMessageHandler(nullptr);
-    g_logger.reset(new CvLogger(minimumLevel, computeSourceRoot(), std::move(file), rotationSize));
+    g_logger.reset(new CvLogger(minimumLevel, computeSourceRoot(), path, std::move(file), rotationSize,
+                                std::move(clock), std::move(files)));
     qInstallMessageHandler(&CvLogger::handleMessage);
     return true;
 }
@@ -136,35 +170,103 @@ void CvLogger::write(const QString& text)
     QMutexLocker lock(&m_mutex);
     m_stderr << text;
     m_stderr.flush();
-    m_fileStream << text;
-    m_fileStream.flush();
-    rotateIfNeeded();
+    writeToFile(text.toUtf8());
     writing = false;
 }
 
-void CvLogger::rotateIfNeeded()
+quint64 CvLogger::lostLines() const
 {
-    if (static_cast<quint64>(m_file->size()) < m_rotationSize)
+    QMutexLocker lock(&m_mutex);
+    return m_lostLines;
+}
+
+void CvLogger::writeToFile(const QByteArray& line)
+{
+    const qint64 now = m_clock->nowMs();
+    if (m_failing && (now < m_retryAtMs || !resumeFile(now))) {
+        ++m_lostLines;
         return;
-    const QFileInfo info(m_file->fileName());
+    }
+    if (!append(line)) {
+        ++m_lostLines;
+        startFailing(now);
+        return;
+    }
+    rotateIfNeeded(now);
+}
+
+bool CvLogger::append(const QByteArray& bytes)
+{
+    // The file has no buffer of its own: what the disk refuses is gone at once, and a failed
+    // write leaves nothing behind to grow.
+    const qint64 written = m_file->write(bytes);
+    if (written == bytes.size())
+        return true;
+    if (written > 0)
+        m_tornLine = true;
+    m_file->unsetError();
+    return false;
+}
+
+void CvLogger::startFailing(qint64 now)
+{
+    m_failing = true;
+    m_retryAtMs = now + FileRetryIntervalMs;
+}
+
+// The retry after a failure: reopens the file if rotation left none, then tells in one line how
+// many lines were lost. False (and another second to wait) while the file still refuses.
+bool CvLogger::resumeFile(qint64 now)
+{
+    if (!m_file)
+        m_file = m_files->openAppend(m_path);
+    if (!m_file) {
+        startFailing(now);
+        return false;
+    }
+    QByteArray notice = m_tornLine ? QByteArray("\r\n") : QByteArray();
+    const QString text = formatLine(QtWarningMsg, QMessageLogContext(),
+                                    QStringLiteral("Log file could not be written: %1 lines lost").arg(m_lostLines));
+    notice += text.toUtf8();
+    if (!append(notice)) {
+        startFailing(now);
+        return false;
+    }
+    m_stderr << text;
+    m_stderr.flush();
+    m_failing = false;
+    m_tornLine = false;
+    m_lostLines = 0;
+    return true;
+}
+
+void CvLogger::rotateIfNeeded(qint64 now)
+{
+    if (now < m_rotationRetryAtMs || static_cast<quint64>(m_file->size()) < m_rotationSize)
+        return;
+    const QFileInfo info(m_path);
     const auto rotated = [&info](int n) {
         return info.path() + "/" + info.baseName() + "." + QString::number(n) + "." + info.suffix();
     };
-    for (int n = 4; n >= 1; --n) {
-        const QString next = rotated(n + 1);
-        const bool cleared = !QFile::exists(next) || QFile::remove(next);
-        if (cleared && QFile::exists(rotated(n)))
-            QFile::rename(rotated(n), next);
+    // A retry after the file could not be moved aside finds the first place already free; shifting
+    // again would push the oldest files out one by one.
+    if (!m_rotationStuck || m_files->exists(rotated(1))) {
+        for (int n = 4; n >= 1; --n) {
+            const QString next = rotated(n + 1);
+            const bool cleared = !m_files->exists(next) || m_files->remove(next);
+            if (cleared && m_files->exists(rotated(n)))
+                m_files->rename(rotated(n), next);
+        }
     }
-    const QString path = m_file->fileName();
-    m_fileStream.setDevice(nullptr);
-    m_file->close();
-    QFile::rename(path, rotated(1));
-    auto file = std::make_unique<QFile>(path);
-    file->open(QIODevice::WriteOnly | QIODevice::Append);
-    m_file = std::move(file);
-    m_fileStream.setDevice(m_file.get());
-    m_fileStream.setCodec("UTF-8");
+    m_file.reset();
+    // When the file cannot be moved aside, writing goes on into it and the rotation waits its
+    // turn like any other retry rather than being attempted again with every line.
+    m_rotationStuck = !m_files->rename(m_path, rotated(1));
+    if (m_rotationStuck)
+        m_rotationRetryAtMs = now + FileRetryIntervalMs;
+    m_file = m_files->openAppend(m_path);
+    if (!m_file)
+        startFailing(now);
 }
 
 } // namespace Corvel

@@ -2,11 +2,12 @@
 
 #include "service/client_access_manager.h"
 
+#include <thrift/TOutput.h>
 #include <thrift/async/TConcurrentClientSyncInfo.h>
-#include <thrift/protocol/TBinaryProtocol.h>
-#include <thrift/transport/TBufferTransports.h>
 
 #include <openssl/ssl.h>
+
+#include <QByteArray>
 
 #include <QtGlobal>
 
@@ -17,9 +18,7 @@
 namespace CorvelService {
 
 using apache::thrift::async::TConcurrentClientSyncInfo;
-using apache::thrift::protocol::TBinaryProtocol;
 using apache::thrift::transport::SSLContext;
-using apache::thrift::transport::TBufferedTransport;
 using apache::thrift::transport::TSSLSocket;
 using apache::thrift::transport::TSSLSocketFactory;
 using apache::thrift::transport::TTransport;
@@ -46,6 +45,11 @@ public:
     }
 };
 
+int refusePassphrase(char*, int, int, void*)
+{
+    return -1;
+}
+
 class ServiceSslSocketFactory : public TSSLSocketFactory {
 public:
     ServiceSslSocketFactory()
@@ -54,6 +58,10 @@ public:
         // Pin both ends, whatever the library's protocol constant maps to.
         SSL_CTX_set_min_proto_version(ctx_->get(), TLS1_2_VERSION);
         SSL_CTX_set_max_proto_version(ctx_->get(), TLS1_2_VERSION);
+        // Without a callback OpenSSL asks for a key's passphrase on the terminal, which the
+        // console does not have: the read would wait forever. A protected key fails instead.
+        SSL_CTX_set_default_passwd_cb(ctx_->get(), &refusePassphrase);
+        SSL_CTX_set_default_passwd_cb_userdata(ctx_->get(), nullptr);
     }
 
     void setAccessManager(std::shared_ptr<apache::thrift::transport::AccessManager> manager)
@@ -84,10 +92,29 @@ void ignoreBrokenPipe()
 #endif
 }
 
+void logThriftDiagnostic(const char* message)
+{
+    QByteArray text(message ? message : "");
+    // A diagnostic is a line or two; anything longer is cut rather than flooding the log.
+    constexpr int kMaxDiagnosticBytes = 2000;
+    if (text.size() > kMaxDiagnosticBytes)
+        text = text.left(kMaxDiagnosticBytes) + "...";
+    while (text.endsWith('\n') || text.endsWith('\r'))
+        text.chop(1);
+    qWarning("Thrift library: %s", text.constData());
+}
+
 } // namespace
+
+void routeThriftDiagnosticsToLog()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { apache::thrift::GlobalOutput.setOutputFunction(&logThriftDiagnostic); });
+}
 
 std::shared_ptr<TSSLSocketFactory> createSslSocketFactory(const std::string& workingDir)
 {
+    routeThriftDiagnosticsToLog();
     const std::string certificatePath = workingDir + "/tolvex.crt";
     const std::string keyPath = workingDir + "/tolvex.key";
     try {
@@ -111,7 +138,8 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
     return createServiceClient(workingDir, kServiceHost, kServicePort);
 }
 
-std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir, const std::string& host, int port)
+std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir, const std::string& host, int port,
+                                                     const ReplyLimits& limits)
 {
     ignoreBrokenPipe();
     const auto factory = createSslSocketFactory(workingDir);
@@ -123,12 +151,10 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
     std::shared_ptr<CorvelServiceIf> client;
     try {
         std::shared_ptr<TTransport> socket = factory->createSocket(host, port);
-        auto transport = std::make_shared<TBufferedTransport>(socket);
-        auto protocol = std::make_shared<TBinaryProtocol>(transport, kMaxReplyStringBytes,
-                                                          kMaxReplyContainerElements, false, true);
+        auto protocol = makeBoundedProtocol(socket, limits);
         auto sync = std::make_shared<TConcurrentClientSyncInfo>();
         auto concurrentClient = std::make_shared<CorvelServiceConcurrentClient>(protocol, sync);
-        transport->open();
+        protocol->getTransport()->open();
         client = concurrentClient;
     } catch (const std::exception& e) {
         qCritical("Thrift error: %s", e.what());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CorvelService.h"
+#include "service/bounded_reply.h"
 
 #include <thrift/transport/TSSLSocket.h>
 
@@ -9,11 +10,6 @@
 #include <string>
 
 namespace CorvelService {
-
-// Largest string and container a reply may announce; a corrupt or hostile length fails the
-// read instead of making the console allocate it.
-constexpr int32_t kMaxReplyStringBytes = 64 * 1024 * 1024;
-constexpr int32_t kMaxReplyContainerElements = 1000000;
 
 // TLS 1.2 socket factory with the console's certificate pair from workingDir
 // ("/tolvex.crt", "/tolvex.key"); empty on failure. Never throws.
@@ -24,7 +20,11 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
 
 // Same, on another port or host name (tests and tools). The certificate name is still checked
 // against "localhost".
-std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir, const std::string& host,
-                                                     int port);
+std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir, const std::string& host, int port,
+                                                     const ReplyLimits& limits = {});
+
+// Sends the Thrift library's own diagnostics (connection failures and the like), which it would
+// otherwise print on standard error only, to the log as warnings. Idempotent.
+void routeThriftDiagnosticsToLog();
 
 } // namespace CorvelService

@@ -55,8 +55,7 @@ bool FaultProcessor::dispatchCall(TProtocol* in, TProtocol* out, const std::stri
     case Fault::Exception: {
         skipArguments(in);
         logLine(method + ": injected application exception");
-        const TApplicationException error(TApplicationException::INTERNAL_ERROR,
-                                          "Injected failure of " + method);
+        const TApplicationException error(TApplicationException::INTERNAL_ERROR, "Injected failure of " + method);
         out->writeMessageBegin(method, T_EXCEPTION, seqid);
         error.write(out);
         out->writeMessageEnd();
@@ -74,6 +73,26 @@ bool FaultProcessor::dispatchCall(TProtocol* in, TProtocol* out, const std::stri
         logLine(method + ": injected reply named " + other);
         writeEmptyReply(out, other, seqid);
         return true;
+    }
+    case Fault::Oversized: {
+        skipArguments(in);
+        logLine(method + ": injected reply claiming " + std::to_string(fault.announced) +
+                " elements or bytes, closing the connection");
+        out->writeMessageBegin(method, T_REPLY, seqid);
+        out->writeStructBegin("result");
+        if (method == "getAllJobsInfo" || method == "retrieveMetadata" || method == "retrieveHyperVNetworks") {
+            out->writeFieldBegin("success", T_LIST, 0);
+            out->writeListBegin(T_STRUCT, static_cast<uint32_t>(fault.announced));
+        } else if (method == "retrieveRestorePoints") {
+            out->writeFieldBegin("success", T_LIST, 0);
+            out->writeListBegin(T_STRING, static_cast<uint32_t>(fault.announced));
+        } else {
+            out->writeFieldBegin(method == "createJob" ? "success" : "unknown", T_STRING,
+                                 method == "createJob" ? 0 : 99);
+            out->writeI32(fault.announced);
+        }
+        out->getTransport()->flush();
+        return false;
     }
     case Fault::NoSuccess:
         skipArguments(in);

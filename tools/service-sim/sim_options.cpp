@@ -62,17 +62,25 @@ bool parseFault(const std::string& text, SimOptions& options, std::string& error
             error = "--fault: delay needs milliseconds, as in " + method + "=delay:500";
             return false;
         }
+    } else if (kind == "oversized") {
+        fault.kind = Fault::Oversized;
+        fault.announced = 1000000;
+        if (!argument.empty() && !parseInt(argument, 1, 0x7fffffff, fault.announced)) {
+            error = "--fault: oversized takes a count, as in " + method + "=oversized:50000";
+            return false;
+        }
     } else if (kind == "exception" || kind == "drop" || kind == "wrong-name" || kind == "no-success") {
         if (!argument.empty()) {
             error = "--fault: " + kind + " takes no argument";
             return false;
         }
-        fault.kind = kind == "exception" ? Fault::Exception
-            : kind == "drop"             ? Fault::Drop
-            : kind == "wrong-name"       ? Fault::WrongName
-                                         : Fault::NoSuccess;
+        fault.kind = kind == "exception"    ? Fault::Exception
+                     : kind == "drop"       ? Fault::Drop
+                     : kind == "wrong-name" ? Fault::WrongName
+                                            : Fault::NoSuccess;
     } else {
-        error = "--fault: unknown kind \"" + kind + "\" (delay:MS, exception, drop, wrong-name, no-success)";
+        error =
+            "--fault: unknown kind \"" + kind + "\" (delay:MS, exception, drop, wrong-name, no-success, oversized[:N])";
         return false;
     }
     options.faults[method] = fault;
@@ -107,8 +115,8 @@ bool parseOptions(int argc, char** argv, SimOptions& options, std::string& error
             options.plain = true;
             continue;
         }
-        if (option != "--port" && option != "--cert-dir" && option != "--state" && option != "--tick-ms"
-            && option != "--jobs" && option != "--fault") {
+        if (option != "--port" && option != "--cert-dir" && option != "--state" && option != "--tick-ms" &&
+            option != "--jobs" && option != "--fault") {
             error = "unknown option \"" + option + "\"";
             return false;
         }
@@ -166,6 +174,11 @@ std::string usageText()
            "                        drop        close the connection without answering\n"
            "                        wrong-name  answer under another method's name\n"
            "                        no-success  answer without a result value\n"
+           "                        oversized[:N]\n"
+           "                                    begin a reply whose result claims N elements (a\n"
+           "                                    list) or N bytes (a string; other results: an\n"
+           "                                    unknown string field), default 1000000, send\n"
+           "                                    nothing more and close the connection\n"
            "  --help              show this text\n"
            "\n"
            "Once listening it prints \"listening on 127.0.0.1:PORT\" on standard output; each call\n"

@@ -6,9 +6,10 @@
 namespace CorvelSim {
 
 struct Fault {
-    enum Kind { Delay, Exception, Drop, WrongName, NoSuccess };
+    enum Kind { Delay, Exception, Drop, WrongName, NoSuccess, Oversized };
     Kind kind = Delay;
     int delayMs = 0;
+    int announced = 0; // Oversized: elements or bytes the reply claims
 };
 
 struct SimOptions {

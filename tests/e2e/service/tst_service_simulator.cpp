@@ -9,6 +9,7 @@
 
 #include <thrift/TApplicationException.h>
 #include <thrift/protocol/TProtocolException.h>
+#include <thrift/transport/TTransportException.h>
 
 #include <QDateTime>
 #include <QElapsedTimer>
@@ -76,6 +77,7 @@ private slots:
     void refusesWrongClientCertificate();
     void callersGetTheirOwnReplies();
     void serviceKilledDuringCalls();
+    void longAndOversizedReplies();
 
 private:
     std::shared_ptr<CorvelServiceIf> connect(const ServiceSim& sim)
@@ -357,6 +359,61 @@ void TestServiceSimulator::serviceKilledDuringCalls()
     // an exception here and not a signal that ends the process.
     std::string id;
     QVERIFY(!failureOf([&] { idle->createJob(id, JobType::FileRecovery, std::string(8 << 20, 'x'), {}); }).isEmpty());
+}
+
+void TestServiceSimulator::longAndOversizedReplies()
+{
+    ServiceSim sim;
+    QVERIFY(sim.start(m_certDir,
+                      {"--jobs", "10000", "--tick-ms", "3600000", "--fault", "retrieveRestorePoints=oversized:40000",
+                       "--fault", "retrieveMetadata=oversized", "--fault", "createJob=oversized:33554432", "--fault",
+                       "retrieveHyperVRamBytesUsed=oversized:33554432"})
+                .isEmpty());
+    auto client = connect(sim);
+    QVERIFY(client);
+    std::vector<JobDescription> jobs;
+    client->getAllJobsInfo(jobs);
+    QCOMPARE(jobs.size(), size_t(10000));
+
+    // Each of these replies claims far more than it sends before the simulator hangs up.
+    const QList<QPair<QString, Call>> calls{
+        {"40,000 restore points",
+         [](CorvelServiceIf& c) {
+             std::vector<std::string> points;
+             c.retrieveRestorePoints(points, "host", "token");
+         }},
+        {"1,000,000 disks",
+         [](CorvelServiceIf& c) {
+             std::vector<DiskInfo> disks;
+             c.retrieveMetadata(disks, "host", "token", "2026-11-24T22:00:00Z");
+         }},
+        {"a 32 MiB job id",
+         [](CorvelServiceIf& c) {
+             std::string id;
+             c.createJob(id, JobType::FileRecovery, "d", {});
+         }},
+        {"a 32 MiB unknown field", [](CorvelServiceIf& c) { c.retrieveHyperVRamBytesUsed(); }},
+    };
+    for (const auto& call : calls) {
+        client = connect(sim);
+        QVERIFY(client);
+        QVERIFY(CorvelTest::resetPeakMemory());
+        const qint64 before = CorvelTest::statusKiB("VmRSS:");
+        QString failure;
+        try {
+            call.second(*client);
+        } catch (const apache::thrift::transport::TTransportException& e) {
+            failure = QString("transport %1").arg(e.getType());
+        } catch (const TProtocolException& e) {
+            failure = QString("protocol %1").arg(e.getType());
+        }
+        const qint64 growthKiB = CorvelTest::statusKiB("VmHWM:") - before;
+        qInfo("%s: %s, peak memory growth %lld KiB", qPrintable(call.first), qPrintable(failure), growthKiB);
+        QVERIFY2(failure == QString("transport %1").arg(apache::thrift::transport::TTransportException::END_OF_FILE) ||
+                     failure == QString("protocol %1").arg(TProtocolException::SIZE_LIMIT),
+                 qPrintable(call.first + ": " + failure));
+        QVERIFY2(growthKiB < 4 * 1024, qPrintable(call.first + QString(": peak grew by %1 KiB").arg(growthKiB)));
+    }
 }
 
 QTEST_GUILESS_MAIN(TestServiceSimulator)

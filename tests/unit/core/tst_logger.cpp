@@ -1,4 +1,5 @@
 #include "core/cv_logger.h"
+#include "testsupport/manual_clock.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,7 +8,108 @@
 #include <QThread>
 #include <QtTest>
 
+#include <fcntl.h>
+#include <malloc.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include <memory>
+
 using Corvel::CvLogger;
+
+namespace {
+
+// Stands for the disk under the log folder: while `full`, a write takes at most `acceptBytes`
+// of a line (what a filling disk still had room for) and fails; opening fails while
+// `openRefused`, renaming the log file itself while `renameRefused`.
+struct Disk {
+    bool full = false;
+    bool openRefused = false;
+    qint64 acceptBytes = 0;
+    bool renameRefused = false;
+    int writeAttempts = 0;
+    int openAttempts = 0;
+    int logRenames = 0;
+};
+
+class DiskFile : public QFile {
+public:
+    DiskFile(const QString& path, std::shared_ptr<Disk> disk)
+        : QFile(path)
+        , m_disk(std::move(disk))
+    {
+    }
+
+protected:
+    qint64 writeData(const char* data, qint64 length) override
+    {
+        ++m_disk->writeAttempts;
+        if (!m_disk->full)
+            return QFile::writeData(data, length);
+        const qint64 part = qMin(length, m_disk->acceptBytes);
+        m_disk->acceptBytes -= part;
+        if (part > 0)
+            QFile::writeData(data, part);
+        return part > 0 ? part : -1;
+    }
+
+private:
+    std::shared_ptr<Disk> m_disk;
+};
+
+class DiskFileSystem : public Corvel::LogFileSystem {
+public:
+    explicit DiskFileSystem(std::shared_ptr<Disk> disk)
+        : m_disk(std::move(disk))
+    {
+    }
+
+    std::unique_ptr<QFile> openAppend(const QString& path) override
+    {
+        ++m_disk->openAttempts;
+        if (m_disk->openRefused)
+            return nullptr;
+        auto file = std::make_unique<DiskFile>(path, m_disk);
+        if (!file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
+            return nullptr;
+        return file;
+    }
+
+    bool rename(const QString& from, const QString& to) override
+    {
+        if (QFileInfo(from).fileName() != "corvel.log")
+            return LogFileSystem::rename(from, to);
+        ++m_disk->logRenames;
+        return !m_disk->renameRefused && LogFileSystem::rename(from, to);
+    }
+
+private:
+    std::shared_ptr<Disk> m_disk;
+};
+
+// Standard error goes nowhere while alive (the logger copies every line there).
+class StderrSilenced {
+public:
+    StderrSilenced()
+        : m_saved(::dup(2))
+    {
+        const int null = ::open("/dev/null", O_WRONLY);
+        ::dup2(null, 2);
+        ::close(null);
+    }
+    ~StderrSilenced()
+    {
+        std::fflush(stderr);
+        ::dup2(m_saved, 2);
+        ::close(m_saved);
+    }
+
+private:
+    int m_saved;
+};
+
+} // namespace
 
 class TestLogger : public QObject {
     Q_OBJECT
@@ -71,7 +173,7 @@ private slots:
         QTemporaryDir dir;
         QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 10485760));
         const QByteArray ownFile(__FILE__);
-        const QByteArray root = ownFile.left(ownFile.indexOf("tests/unit/app/"));
+        const QByteArray root = ownFile.left(ownFile.indexOf("tests/unit/core/"));
         const QByteArray file = root + "src/app/startup.cpp";
         QMessageLogContext context(file.constData(), 42, "f", "default");
         CvLogger::handleMessage(QtInfoMsg, context, "x");
@@ -129,6 +231,128 @@ private slots:
         QCOMPARE(readAll(dir.path() + "/corvel.3.log"), QString("2"));
         QCOMPARE(readAll(dir.path() + "/corvel.2.log"), QString("1"));
         QCOMPARE(readAll(dir.path() + "/corvel.1.log"), QString("new!\r\n"));
+    }
+
+    void fullDiskLosesCountedLinesAndRecovers_data()
+    {
+        QTest::addColumn<qint64>("acceptBytes"); // of the first line that meets the full disk
+        QTest::addColumn<bool>("rotateIntoFullDisk");
+        QTest::newRow("write refused") << qint64(0) << false;
+        QTest::newRow("half a line fits") << qint64(7) << false;
+        QTest::newRow("rotation cannot reopen the file") << qint64(0) << true;
+    }
+
+    void fullDiskLosesCountedLinesAndRecovers()
+    {
+        QFETCH(qint64, acceptBytes);
+        QFETCH(bool, rotateIntoFullDisk);
+        QTemporaryDir dir;
+        const QString path = dir.path() + "/corvel.log";
+        auto disk = std::make_shared<Disk>();
+        auto clock = std::make_shared<CorvelTest::ManualClock>();
+        QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", rotateIntoFullDisk ? 20 : 10485760, clock,
+                               std::make_shared<DiskFileSystem>(disk)));
+        CvLogger& logger = *CvLogger::instance();
+        logger.write("before\r\n");
+
+        // When rotating, a line that still fits takes the file past the rotation size, and the
+        // file cannot be made again after it has been moved aside.
+        disk->openRefused = true;
+        disk->full = !rotateIntoFullDisk;
+        disk->acceptBytes = acceptBytes;
+        logger.write(rotateIntoFullDisk ? "fills the file up\r\n" : "first lost line\r\n");
+        int lost = rotateIntoFullDisk ? 0 : 1;
+        QCOMPARE(logger.lostLines(), quint64(lost));
+        disk->full = true;
+
+        // Nothing is tried within the second, however many lines come, and nothing is kept.
+        const int attempts = disk->writeAttempts + disk->openAttempts;
+        const QString filler(100, QChar('x'));
+        const size_t heapBefore = mallinfo2().uordblks;
+        {
+            StderrSilenced quiet;
+            for (int i = 0; i < 50000; ++i)
+                logger.write(filler + "\r\n");
+        }
+        lost += 50000;
+        QVERIFY2(mallinfo2().uordblks < heapBefore + 1024 * 1024,
+                 qPrintable(QString("heap grew by %1 bytes").arg(mallinfo2().uordblks - heapBefore)));
+        QCOMPARE(disk->writeAttempts + disk->openAttempts, attempts);
+        clock->advance(999);
+        logger.write("still within the second\r\n");
+        ++lost;
+        QCOMPARE(disk->writeAttempts + disk->openAttempts, attempts);
+
+        // One try when the second is up, which fails; then another second to wait.
+        clock->advance(1);
+        logger.write("tried and lost\r\n");
+        ++lost;
+        QCOMPARE(disk->writeAttempts + disk->openAttempts, attempts + 1);
+        QCOMPARE(logger.lostLines(), quint64(lost));
+
+        // Space comes back: the next line waits for its turn, then one line tells the loss.
+        disk->full = false;
+        disk->openRefused = false;
+        logger.write("space is back, but the second is not up\r\n");
+        ++lost;
+        QCOMPARE(disk->writeAttempts + disk->openAttempts, attempts + 1);
+        clock->advance(1000);
+        logger.write("after\r\n");
+        QCOMPARE(logger.lostLines(), quint64(0));
+
+        // A rotation that went wrong has rotated once more since (the notice passes its size).
+        const QString text = readAll(rotateIntoFullDisk ? dir.path() + "/corvel.1.log" : path);
+        if (rotateIntoFullDisk)
+            QCOMPARE(readAll(dir.path() + "/corvel.2.log"), QString("before\r\nfills the file up\r\n"));
+        else
+            QVERIFY2(text.startsWith("before\r\n"), qPrintable(text.left(200)));
+        QVERIFY2(text.endsWith("after\r\n"), qPrintable(text.right(200)));
+        const QStringList lines = text.split("\r\n", Qt::SkipEmptyParts);
+        const QRegularExpression notice(
+            QString("^\\S+ \\S+\\tWARN\\tTID=\\d+\\t\\(:0\\) Log file could not be written: %1 lines lost$").arg(lost));
+        QCOMPARE(lines.filter("could not be written").size(), 1);
+        QVERIFY2(notice.match(lines[lines.size() - 2]).hasMatch(), qPrintable(lines[lines.size() - 2]));
+        QVERIFY(!text.contains("xxxx"));
+        if (acceptBytes > 0)
+            QVERIFY2(text.contains("first l\r\n"), qPrintable(text)); // the torn line is ended
+    }
+
+    void stuckRotationIsRetriedOnceASecond()
+    {
+        QTemporaryDir dir;
+        for (int n = 1; n <= 5; ++n) {
+            QFile file(dir.path() + QString("/corvel.%1.log").arg(n));
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(QByteArray::number(n));
+        }
+        auto disk = std::make_shared<Disk>();
+        disk->renameRefused = true; // another program holds the file
+        auto clock = std::make_shared<CorvelTest::ManualClock>();
+        QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 10, clock, std::make_shared<DiskFileSystem>(disk)));
+        CvLogger& logger = *CvLogger::instance();
+        for (int i = 0; i < 50; ++i)
+            logger.write(QString("line %1\r\n").arg(i));
+        QCOMPARE(disk->logRenames, 1);
+        // Writing went on into the file that could not be moved.
+        QCOMPARE(readAll(dir.path() + "/corvel.log").count("\r\n"), 50);
+        QCOMPARE(logger.lostLines(), quint64(0));
+
+        for (int second = 1; second <= 3; ++second) {
+            clock->advance(1000);
+            logger.write("again\r\n");
+            logger.write("and again\r\n");
+            QCOMPARE(disk->logRenames, 1 + second);
+        }
+        // The first attempt made room once; the retries pushed no older file out.
+        for (int n = 2; n <= 5; ++n)
+            QCOMPARE(readAll(dir.path() + QString("/corvel.%1.log").arg(n)), QString::number(n - 1));
+
+        disk->renameRefused = false;
+        clock->advance(1000);
+        logger.write("rotates now\r\n");
+        QVERIFY(readAll(dir.path() + "/corvel.1.log").startsWith("line 0\r\n"));
+        QCOMPARE(readAll(dir.path() + "/corvel.2.log"), QString("1"));
+        QCOMPARE(readAll(dir.path() + "/corvel.log"), QString());
     }
 
     void concurrentWritersProduceWholeLines()

@@ -27,6 +27,23 @@ QString writeCertificatePair(const QString& dir, const QString& dnsName)
     return {};
 }
 
+bool resetPeakMemory()
+{
+    QFile clear("/proc/self/clear_refs");
+    return clear.open(QIODevice::WriteOnly) && clear.write("5") == 1;
+}
+
+qint64 statusKiB(const char* field)
+{
+    QFile status("/proc/self/status");
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith(field))
+            return line.mid(int(qstrlen(field))).trimmed().split(' ').value(0).toLongLong();
+    return -1;
+}
+
 TlsTestServer::~TlsTestServer()
 {
     m_stopping = true;
@@ -39,9 +56,10 @@ TlsTestServer::~TlsTestServer()
     SSL_CTX_free(static_cast<SSL_CTX*>(m_context));
 }
 
-QString TlsTestServer::start(const QString& certDir, int version, Reply reply)
+QString TlsTestServer::start(const QString& certDir, int version, Reply reply, bool closeAfterReply)
 {
     m_reply = std::move(reply);
+    m_closeAfterReply = closeAfterReply;
     SSL_CTX* context = SSL_CTX_new(TLS_server_method());
     m_context = context;
     if (version) {
@@ -97,6 +115,8 @@ void TlsTestServer::handle(int fd)
         if (m_reply && n >= 12 && n >= 12 + be32(4)) {
             const QByteArray reply = m_reply(be32(8 + be32(4)));
             SSL_write(ssl, reply.constData(), reply.size());
+            if (m_closeAfterReply)
+                n = 0;
         }
         while (n > 0)
             n = SSL_read(ssl, request, sizeof request);

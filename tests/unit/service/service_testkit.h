@@ -14,6 +14,11 @@ namespace CorvelTest {
 // and subjectAltName). Empty on success, else why.
 QString writeCertificatePair(const QString& dir, const QString& dnsName);
 
+// Peak memory of this process: resetPeakMemory() makes the peak the current resident size, then
+// statusKiB("VmHWM:") is the peak since and statusKiB("VmRSS:") the current size, in KiB.
+bool resetPeakMemory();
+qint64 statusKiB(const char* field);
+
 // A bare TLS server on 127.0.0.1 for what the simulator cannot do: other protocol versions,
 // other certificates, hand-made replies.
 class TlsTestServer {
@@ -21,8 +26,9 @@ public:
     using Reply = std::function<QByteArray(int32_t seqid)>;
     ~TlsTestServer();
     // Serves the pair in certDir. version: the only TLS version offered (0: library default).
-    // reply: when set, answers the first request with reply(its sequence id).
-    QString start(const QString& certDir, int version = 0, Reply reply = {});
+    // reply: when set, answers the first request with reply(its sequence id), then closes the
+    // connection if closeAfterReply, else waits for the client to close it.
+    QString start(const QString& certDir, int version = 0, Reply reply = {}, bool closeAfterReply = false);
     int port() const { return m_port; }
     int connections() const { return m_connections; }
 
@@ -31,6 +37,7 @@ private:
     void handle(int fd);
 
     Reply m_reply;
+    bool m_closeAfterReply = false;
     void* m_context = nullptr; // SSL_CTX
     int m_listenFd = -1;
     int m_port = 0;
