@@ -35,6 +35,12 @@ const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs
 } // namespace
 
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
+                       CorvelService::ServiceConnection& connection, const Corvel::Settings& settings)
+    : MainWindow(session, iconFont, connection, settings, settings.updateDescriptorUrl())
+{
+}
+
+MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
                        CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
                        const QString& updateDescriptorUrl)
     : ResizableWindow(nullptr)
