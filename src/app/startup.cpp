@@ -61,6 +61,8 @@ int runConsole(int argc, char** argv)
 
     TmxAuth::prepareWebEngine();
     QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL, settings->useSoftwareOpengl());
+    // Icons and pictures are drawn for the screen's pixel density (sharp at 150 % and 200 %).
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication app(argc, argv);
     initResources();
     // Unattended runs (scripted checks) must not block on a modal question.

@@ -19,6 +19,7 @@
 #include <QCloseEvent>
 #include <QDebug>
 #include <QDesktopServices>
+#include <QListWidget>
 #include <QUrl>
 #include <QtConcurrent>
 
@@ -80,6 +81,13 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     connect(&m_updater, &CVUpdater::Updater::downloadFinished, this, &MainWindow::showUpdateReady);
     connect(&m_updater, &CVUpdater::Updater::downloadFailed, this, &MainWindow::showDownloadFailed);
     connect(m_userMenu, &CorvelWidgets::UserMenuButton::logOutRequested, this, &MainWindow::logOut);
+
+    // Keyboard order: the title bar left to right, the tabs, then the page shown.
+    setTabOrder(m_userMenu, titleBar()->minimizeButton());
+    setTabOrder(titleBar()->minimizeButton(), titleBar()->maximizeButton());
+    setTabOrder(titleBar()->maximizeButton(), titleBar()->closeButton());
+    setTabOrder(titleBar()->closeButton(), m_tabs->list());
+    m_tabs->list()->setFocus();
 
     m_updateCheck = QtConcurrent::run(this, &MainWindow::runUpdateCheck);
 }
