@@ -59,13 +59,12 @@ bool tabTo(QWidget* target)
 }
 
 // Saves the next modal window of type T once it is on screen, then lets `dismiss` end it.
-template <typename T>
-void whenShown(const QString& name, std::function<void(T*)> dismiss)
+template <typename T> void whenShown(const QString& name, std::function<void(T*)> dismiss)
 {
     auto* poll = new QTimer;
     QObject::connect(poll, &QTimer::timeout, [poll, name, dismiss] {
         auto* window = qobject_cast<T*>(QApplication::activePopupWidget() ? QApplication::activePopupWidget()
-                                                                            : QApplication::activeModalWidget());
+                                                                          : QApplication::activeModalWidget());
         if (!window || !window->isVisible())
             return;
         poll->stop();

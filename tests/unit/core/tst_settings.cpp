@@ -104,8 +104,8 @@ private slots:
         QTest::newRow("absent") << "{}" << builtIn << 9000 << 0;
         QTest::newRow("both set") << R"({"update_descriptor_url": "http://127.0.0.1:5/u.xml", "service_port": 9443})"
                                   << "http://127.0.0.1:5/u.xml" << 9443 << 0;
-        QTest::newRow("empty descriptor turns the check off") << R"({"update_descriptor_url": ""})"
-                                                              << "" << 9000 << 0;
+        QTest::newRow("empty descriptor is kept") << R"({"update_descriptor_url": ""})"
+                                                  << "" << 9000 << 0;
         QTest::newRow("mistyped") << R"({"update_descriptor_url": 5, "service_port": "9443"})" << builtIn << 9000 << 2;
         QTest::newRow("port out of range") << R"({"service_port": 70000})" << builtIn << 9000 << 1;
         QTest::newRow("port zero") << R"({"service_port": 0})" << builtIn << 9000 << 1;
