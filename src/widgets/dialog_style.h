@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QColor>
+#include <QMessageBox>
+#include <QPixmap>
 
 class QWidget;
 
@@ -17,6 +19,10 @@ void paintBorder(QWidget& dialog);
 
 // Takes the desktop's stock pictures off the dialog's buttons (OK, Cancel, Yes, ...).
 void dropButtonIcons(QWidget& dialog);
+
+// The message box's picture for `icon`, drawn in the console's colours at the given density
+// (the desktop's stock pictures are small bitmaps that blur at 150 % and 200 %). Null for NoIcon.
+QPixmap statusPicture(QMessageBox::Icon icon, int side, qreal devicePixelRatio);
 
 // Whether something composites translucent windows on this desktop (always on Windows and
 // macOS; on X11 only while a compositing manager runs). Without it a translucent window shows

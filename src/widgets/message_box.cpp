@@ -1,5 +1,6 @@
 #include "widgets/message_box.h"
 
+#include "core/style_sheet.h"
 #include "widgets/dialog_style.h"
 
 #include <QDebug>
@@ -47,6 +48,11 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     BorderedMessageBox box(parent);
     box.setObjectName(QStringLiteral("message_box"));
     box.setIcon(request.icon);
+    if (request.icon != QMessageBox::NoIcon) {
+        constexpr int PictureSide = 32;
+        box.setIconPixmap(DialogStyle::statusPicture(request.icon, qRound(PictureSide * Corvel::screenScale()),
+                                                     box.devicePixelRatioF()));
+    }
     if (request.titleSet)
         box.setWindowTitle(request.title);
     box.setText(request.text);

@@ -2,7 +2,7 @@
 // simulator's demo jobs and the cloud simulator's update offer:
 //   ui_screenshots OUTPUT_FOLDER
 // Run it under Xvfb; QT_SCALE_FACTOR gives the same at 150 % or 200 %.
-#include "wizard_fixture.h"
+#include "gui/wizard/wizard_fixture.h"
 
 #include "jobs/job_started_window.h"
 #include "service/service_client.h"
@@ -53,7 +53,7 @@ void shoot(QWidget& window, const QString& name)
 // Presses Tab until `target` has the keyboard, as an operator would.
 bool tabTo(QWidget* target)
 {
-    for (int step = 0; step < 60 && QApplication::focusWidget() != target; ++step)
+    for (int step = 0; step < 60 && QApplication::focusWidget() && QApplication::focusWidget() != target; ++step)
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     return QApplication::focusWidget() == target;
 }
@@ -125,14 +125,17 @@ int main(int argc, char** argv)
     Corvel::sizeAndCentreMainWindow(window);
     (void)QTest::qWaitForWindowExposed(&window);
     QApplication::setActiveWindow(&window);
-    QTest::qWaitFor([&] { return offered; }, 15000);
+    (void)QTest::qWaitFor([&] { return offered; }, 15000);
 
     // Let a few ticks climb the progress bars.
     QTest::qWait(2500);
     shoot(window, "main-window");
 
     QWidget* tabs = window.tabs()->list();
-    tabs->setFocus();
+    window.activateWindow();
+    QApplication::setActiveWindow(&window);
+    (void)QTest::qWaitForWindowActive(&window);
+    tabs->setFocus(Qt::TabFocusReason);
     QTest::qWait(100);
     shoot(window, "keyboard-focus-tabs");
     if (tabTo(window.home()->newRecoveryButton()))
