@@ -19,6 +19,7 @@
 #include <QCloseEvent>
 #include <QDebug>
 #include <QDesktopServices>
+#include <QKeyEvent>
 #include <QListWidget>
 #include <QUrl>
 #include <QtConcurrent>
@@ -273,6 +274,17 @@ void MainWindow::logOut()
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     if (QAction* first = m_userMenu->logOutAction())
         first->setText("Log out");
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    // A dialog ends on Escape; the console's only window must not vanish on a key meant to
+    // leave a menu or a field.
+    if (event->matches(QKeySequence::Cancel)) {
+        event->accept();
+        return;
+    }
+    ResizableWindow::keyPressEvent(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

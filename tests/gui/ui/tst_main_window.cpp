@@ -144,6 +144,11 @@ private slots:
         // Backwards from the tabs lands on the title bar's last button.
         QTest::keyClick(list, Qt::Key_Backtab);
         QCOMPARE(QApplication::focusWidget(), bar->closeButton());
+
+        // Escape, meant for a menu or a field, leaves the window alone.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QTest::keyClick(m_window->home()->newRecoveryButton(), Qt::Key_Escape);
+        QVERIFY(m_window->isVisible());
     }
 
     void tabShortcuts_data()
