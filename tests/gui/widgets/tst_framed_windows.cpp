@@ -1,3 +1,4 @@
+#include "core/style_sheet.h"
 #include "widgets/custom_bar_window.h"
 #include "widgets/cv_title_bar.h"
 #include "widgets/dialog_style.h"
@@ -8,6 +9,8 @@
 #include "widgets/user_menu_button.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
 #include <QProxyStyle>
@@ -50,6 +53,8 @@ class TestFramedWindows : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { Q_INIT_RESOURCE(resources); }
+
     void init()
     {
         m_window = std::make_unique<ResizableWindow>();
@@ -198,6 +203,48 @@ private slots:
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
     }
 
+    // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
+    void focusRing_data()
+    {
+        QTest::addColumn<QString>("objectName");
+        QTest::addColumn<QColor>("ring");
+        QTest::newRow("plain button") << QString() << QColor("#FF6e21");
+        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21");
+        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21");
+        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224");
+    }
+
+    void focusRing()
+    {
+        QFETCH(QString, objectName);
+        QFETCH(QColor, ring);
+        const QString sheet = styleTemplate();
+        QVERIFY(!sheet.isEmpty());
+        qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
+        QWidget page;
+        auto* layout = new QHBoxLayout(&page);
+        auto* other = new QPushButton("Other", &page);
+        auto* button = new QPushButton("Focus", &page);
+        button->setObjectName(objectName);
+        layout->addWidget(other);
+        layout->addWidget(button);
+        page.show();
+        QApplication::setActiveWindow(&page);
+        QVERIFY(QTest::qWaitForWindowActive(&page));
+
+        const auto edge = [&] {
+            const QImage image = button->grab().toImage();
+            return image.pixelColor(0, image.height() / 2);
+        };
+        other->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(!button->hasFocus());
+        QVERIFY(edge() != ring);
+        QTest::keyClick(other, Qt::Key_Tab);
+        QVERIFY(button->hasFocus());
+        QCOMPARE(edge(), ring);
+        qApp->setStyleSheet(QString());
+    }
+
     void iconOnlyControlsAreNamed()
     {
         auto* bar = m_window->titleBar();
@@ -216,6 +263,12 @@ private slots:
     }
 
 private:
+    static QString styleTemplate()
+    {
+        QFile file(":/res/styles.qss");
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
     QString maximizeIcon() const { return m_window->titleBar()->maximizeButton()->property("iconResource").toString(); }
 
     std::unique_ptr<ResizableWindow> m_window;
