@@ -7,6 +7,7 @@
 #include "core/settings.h"
 #include "core/style_sheet.h"
 #include "platform/platform.h"
+#include "service/service_client.h"
 #include "service/service_connection.h"
 #include "service/service_types_meta.h"
 #include "session/auth_session.h"
@@ -60,6 +61,8 @@ int runConsole(int argc, char** argv)
 
     TmxAuth::prepareWebEngine();
     QCoreApplication::setAttribute(Qt::AA_UseSoftwareOpenGL, settings->useSoftwareOpengl());
+    // Icons and pictures are drawn for the screen's pixel density (sharp at 150 % and 200 %).
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication app(argc, argv);
     initResources();
     // Unattended runs (scripted checks) must not block on a modal question.
@@ -111,8 +114,14 @@ int runConsole(int argc, char** argv)
     }
 
     CorvelService::registerServiceMetaTypes();
+    const std::string certificateDir = workingDir().toStdString();
+    const int servicePort = settings->servicePort();
     CorvelService::ServiceConnection connection(
-        CorvelService::ServiceConnection::serviceFactory(workingDir().toStdString()));
+        servicePort == DefaultServicePort
+            ? CorvelService::ServiceConnection::serviceFactory(certificateDir)
+            : CorvelService::ServiceConnection::Factory([certificateDir, servicePort] {
+                  return CorvelService::createServiceClient(certificateDir, "localhost", servicePort);
+              }));
     if (!connection.connectNow()) {
         qCritical() << "Failed to create Corvel Service client. Corvel will be closed.";
         fatalBox(QStringLiteral("Corvel error"),

@@ -46,6 +46,23 @@ QString Settings::bmrUrl() const
     return getString(m_config, QStringLiteral("bmr_url"), QStringLiteral(CORVEL_DEFAULT_BMR_URL));
 }
 
+QString Settings::updateDescriptorUrl() const
+{
+    const QString key = QStringLiteral("update_descriptor_url");
+    const QString builtIn = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL);
+    return m_config.contains(key) ? getString(m_config, key, builtIn) : builtIn;
+}
+
+int Settings::servicePort() const
+{
+    const QString key = QStringLiteral("service_port");
+    const int port = m_config.contains(key) ? getInt(m_config, key, DefaultServicePort) : DefaultServicePort;
+    if (port >= 1 && port <= 65535)
+        return port;
+    qCritical() << "Failed to get value at key " << key << ". Default value " << DefaultServicePort << " returned.";
+    return DefaultServicePort;
+}
+
 QString stripNuls(const std::wstring& raw)
 {
     std::wstring clean;

@@ -25,6 +25,10 @@ public:
     QString vuskUrl() const;
     int connectionRetriesNumber() const;
     QString bmrUrl() const;
+    // Deployment overrides, read only when present (a missing one is not worth a log line): the
+    // update descriptor's location (default: the build's) and the local service's port.
+    QString updateDescriptorUrl() const;
+    int servicePort() const;
 
     const QJsonObject& json() const { return m_config; }
 
@@ -32,6 +36,7 @@ private:
     QJsonObject m_config;
 };
 
+inline constexpr int DefaultServicePort = 9000;
 inline constexpr const char* RegistryKey = "SOFTWARE\\Tolvex\\Corvel";
 
 // Registry text value with every NUL removed; empty (and one critical line) on failure.

@@ -4,6 +4,7 @@
 #include <QDebug>
 #include <QFile>
 #include <QGuiApplication>
+#include <QRegularExpression>
 #include <QScreen>
 
 #include <cmath>
@@ -66,7 +67,29 @@ QString loadStyleSheet(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         return QString();
     const QString text = QString::fromUtf8(file.readAll());
-    return processStyleSheet(text, screenScale());
+    const double scale = screenScale();
+    TextVariables texts = styleTextVariables();
+    for (auto& entry : texts)
+        entry.second = scaleLengths(entry.second, scale);
+    return processStyleSheet(scaleLengths(text, scale), scale, texts, styleSizeVariables());
+}
+
+QString scaleLengths(const QString& text, double scale)
+{
+    static const QRegularExpression length(QStringLiteral("(?<![\\w$.])(\\d+)px\\b"));
+    QString result;
+    result.reserve(text.size());
+    int done = 0;
+    QRegularExpressionMatchIterator it = length.globalMatch(text);
+    while (it.hasNext()) {
+        const QRegularExpressionMatch match = it.next();
+        result += text.midRef(done, match.capturedStart() - done);
+        const double scaled = std::floor(match.captured(1).toLongLong() * scale + 0.5);
+        result += QString::number(static_cast<long long>(scaled)) + QStringLiteral("px");
+        done = match.capturedEnd();
+    }
+    result += text.midRef(done);
+    return result;
 }
 
 QString processStyleSheet(const QString& text, double scale)

@@ -18,6 +18,9 @@ double screenScale();
 
 // Reads the sheet and resolves its variables for the current screen; empty when unreadable.
 QString loadStyleSheet(const QString& path);
+// Every literal length in pixels ("16px") multiplied by the scale, rounded half up: the sheet's
+// fixed sizes grow with the screen like its size variables.
+QString scaleLengths(const QString& text, double scale);
 QString processStyleSheet(const QString& text, double scale);
 // Same, against explicit tables (the diagnostics are checked against these).
 QString processStyleSheet(const QString& text, double scale, const TextVariables& texts, const SizeVariables& sizes);

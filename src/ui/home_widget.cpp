@@ -1,5 +1,6 @@
 #include "ui/home_widget.h"
 
+#include "core/style_sheet.h"
 #include "jobs/job_table_widget.h"
 #include "widgets/icon_font.h"
 
@@ -26,7 +27,7 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     frameLayout->setContentsMargins(0, 0, 0, 0);
     frameLayout->addWidget(m_jobTable);
     // The main window opens at its minimum height: leave room for a handful of jobs.
-    frame->setMinimumHeight(MinimumJobsHeight);
+    frame->setMinimumHeight(qRound(MinimumJobsHeight * screenScale()));
 
     m_newRecovery->setObjectName("button_primary_small");
     m_newRecovery->setIcon(

@@ -19,6 +19,8 @@
 #include <QCloseEvent>
 #include <QDebug>
 #include <QDesktopServices>
+#include <QKeyEvent>
+#include <QListWidget>
 #include <QUrl>
 #include <QtConcurrent>
 
@@ -33,6 +35,12 @@ constexpr ushort HelpCenterGlyph = 0xE992;
 const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
 
 } // namespace
+
+MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
+                       CorvelService::ServiceConnection& connection, const Corvel::Settings& settings)
+    : MainWindow(session, iconFont, connection, settings, settings.updateDescriptorUrl())
+{
+}
 
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
                        CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
@@ -74,6 +82,13 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     connect(&m_updater, &CVUpdater::Updater::downloadFinished, this, &MainWindow::showUpdateReady);
     connect(&m_updater, &CVUpdater::Updater::downloadFailed, this, &MainWindow::showDownloadFailed);
     connect(m_userMenu, &CorvelWidgets::UserMenuButton::logOutRequested, this, &MainWindow::logOut);
+
+    // Keyboard order: the title bar left to right, the tabs, then the page shown.
+    setTabOrder(m_userMenu, titleBar()->minimizeButton());
+    setTabOrder(titleBar()->minimizeButton(), titleBar()->maximizeButton());
+    setTabOrder(titleBar()->maximizeButton(), titleBar()->closeButton());
+    setTabOrder(titleBar()->closeButton(), m_tabs->list());
+    m_tabs->list()->setFocus();
 
     m_updateCheck = QtConcurrent::run(this, &MainWindow::runUpdateCheck);
 }
@@ -259,6 +274,17 @@ void MainWindow::logOut()
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     if (QAction* first = m_userMenu->logOutAction())
         first->setText("Log out");
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    // A dialog ends on Escape; the console's only window must not vanish on a key meant to
+    // leave a menu or a field.
+    if (event->matches(QKeySequence::Cancel)) {
+        event->accept();
+        return;
+    }
+    ResizableWindow::keyPressEvent(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)

@@ -35,11 +35,13 @@ class ToolBoxWidget;
 class MainWindow : public ResizableWindow {
     Q_OBJECT
 public:
-    // The update descriptor's location is fixed at build time; tests point it elsewhere.
-    // The session and the connection must outlive the window.
+    // The update descriptor is looked for where the settings say (the build's location unless
+    // configured); the second form names it. The session and the connection must outlive the window.
+    MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
+               CorvelService::ServiceConnection& connection, const Corvel::Settings& settings);
     MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
                CorvelService::ServiceConnection& connection, const Corvel::Settings& settings,
-               const QString& updateDescriptorUrl = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL));
+               const QString& updateDescriptorUrl);
     ~MainWindow() override;
 
     // Keeps the update offer from being shown (it is dropped, not deferred).
@@ -70,6 +72,7 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void runUpdateCheck();

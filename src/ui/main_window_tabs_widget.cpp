@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 #include <QListWidget>
+#include <QShortcut>
 #include <QStackedWidget>
 
 namespace Corvel {
@@ -12,16 +13,29 @@ constexpr int OtherTabWeight = 50;
 } // namespace
 
 MainWindowTabsWidget::MainWindowTabsWidget(const QList<Tab>& tabs, QWidget* parent)
-    : QFrame(parent), m_list(new QListWidget(this)), m_stack(new QStackedWidget(this))
+    : QFrame(parent)
+    , m_list(new QListWidget(this))
+    , m_stack(new QStackedWidget(this))
 {
     setObjectName("main_window_tabs_widget");
     m_list->setObjectName("main_window_tabs_widget_list");
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_list->setFocusPolicy(Qt::NoFocus);
+    // Reachable by Tab (the arrow keys then move between pages); a click leaves no focus ring.
+    m_list->setFocusPolicy(Qt::TabFocus);
+    m_list->setAccessibleName(QStringLiteral("Pages"));
     m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 
-    for (const Tab& tab : tabs) {
-        m_list->addItem(new QListWidgetItem(tab.icon, tab.label));
+    for (int row = 0; row < tabs.size(); ++row) {
+        const Tab& tab = tabs[row];
+        auto* item = new QListWidgetItem(tab.icon, tab.label);
+        if (row < 9) {
+            const QKeySequence keys(Qt::CTRL | (Qt::Key_1 + row));
+            item->setToolTip(tab.label + " (" + keys.toString(QKeySequence::NativeText) + ")");
+            auto* shortcut = new QShortcut(keys, this);
+            connect(shortcut, &QShortcut::activated, this, [this, row] { m_list->setCurrentRow(row); });
+            m_shortcuts.append(shortcut);
+        }
+        m_list->addItem(item);
         m_stack->addWidget(tab.page);
     }
 

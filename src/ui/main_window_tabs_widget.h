@@ -5,6 +5,7 @@
 #include <QList>
 
 class QListWidget;
+class QShortcut;
 class QStackedWidget;
 
 namespace Corvel {
@@ -23,12 +24,15 @@ public:
 
     QListWidget* list() const { return m_list; }
     QStackedWidget* stack() const { return m_stack; }
+    // Ctrl+1 for the first tab, Ctrl+2 for the second, ...
+    const QList<QShortcut*>& shortcuts() const { return m_shortcuts; }
 
 private:
     void showTab(int row);
 
     QListWidget* m_list;
     QStackedWidget* m_stack;
+    QList<QShortcut*> m_shortcuts;
 };
 
 } // namespace Corvel

@@ -1,6 +1,7 @@
 #include "ui/progress_dialog.h"
 
 #include "updater/updater.h"
+#include "widgets/dialog_style.h"
 
 #include <QProgressDialog>
 
@@ -8,13 +9,30 @@
 
 namespace CVUpdater {
 
+namespace {
+
+class BorderedProgressDialog : public QProgressDialog {
+public:
+    using QProgressDialog::QProgressDialog;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QProgressDialog::paintEvent(event);
+        CorvelWidgets::DialogStyle::paintBorder(*this);
+    }
+};
+
+} // namespace
+
 ProgressDialog::ProgressDialog(QWidget* parent)
-    : m_dialog(new QProgressDialog(parent))
+    : m_dialog(new BorderedProgressDialog(parent))
 {
     m_dialog->setObjectName(QStringLiteral("updater_progress_dialog"));
     m_dialog->setWindowTitle(QStringLiteral("Updater"));
     m_dialog->setLabelText(QStringLiteral("Downloading updates"));
     m_dialog->setCancelButtonText(QStringLiteral("Cancel"));
+    CorvelWidgets::DialogStyle::dropButtonIcons(*m_dialog);
     m_dialog->setRange(0, 100);
     m_dialog->setValue(0);
     m_dialog->setModal(true);

@@ -1,5 +1,7 @@
 #include "ui/tool_box_tile_widget.h"
 
+#include "core/style_sheet.h"
+
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -12,8 +14,11 @@ constexpr int IconSide = 64;
 
 ToolBoxTileWidget::ToolBoxTileWidget(const QIcon& icon, const QString& caption, const QString& description,
                                      const QString& buttonText, QWidget* parent)
-    : QFrame(parent), m_icon(new QLabel(this)), m_caption(new QLabel(caption, this)),
-      m_description(new QLabel(description, this)), m_button(new QPushButton(buttonText, this))
+    : QFrame(parent)
+    , m_icon(new QLabel(this))
+    , m_caption(new QLabel(caption, this))
+    , m_description(new QLabel(description, this))
+    , m_button(new QPushButton(buttonText, this))
 {
     setObjectName("toolbox_tile");
     m_icon->setObjectName("toolbox_tile_icon");
@@ -21,7 +26,11 @@ ToolBoxTileWidget::ToolBoxTileWidget(const QIcon& icon, const QString& caption, 
     m_description->setObjectName("toolbox_tile_description");
     m_button->setObjectName("toolbox_tile_label");
 
-    m_icon->setPixmap(icon.pixmap(IconSide, IconSide));
+    const int side = qRound(IconSide * Corvel::screenScale());
+    m_icon->setPixmap(icon.pixmap(side, side));
+    m_icon->setAccessibleName(caption);
+    setAccessibleName(caption);
+    setAccessibleDescription(description);
     m_icon->setAlignment(Qt::AlignCenter);
     m_caption->setAlignment(Qt::AlignCenter);
     m_description->setAlignment(Qt::AlignCenter);

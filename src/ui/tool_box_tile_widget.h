@@ -12,8 +12,8 @@ namespace Corvel {
 class ToolBoxTileWidget : public QFrame {
     Q_OBJECT
 public:
-    ToolBoxTileWidget(const QIcon& icon, const QString& caption, const QString& description,
-                      const QString& buttonText, QWidget* parent = nullptr);
+    ToolBoxTileWidget(const QIcon& icon, const QString& caption, const QString& description, const QString& buttonText,
+                      QWidget* parent = nullptr);
 
     QPushButton* button() const { return m_button; }
 

@@ -22,8 +22,8 @@ ushort downloadGlyph(const CorvelWidgets::IconFont& iconFont)
 } // namespace
 
 ToolBoxWidget::ToolBoxWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QWidget(parent),
-      m_directRestore(new ToolBoxTileWidget(iconFont.icon(downloadGlyph(iconFont), {{"color", "grey"}}),
+    : QWidget(parent)
+    , m_directRestore(new ToolBoxTileWidget(iconFont.icon(downloadGlyph(iconFont), {{"color", "grey"}}),
                                             "Direct Restore", "Granular Exchange & SQL Recovery", "Download", this))
 {
     auto* layout = new QGridLayout(this);

@@ -1,5 +1,6 @@
 #include "widgets/custom_bar_window.h"
 
+#include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 
 #include <QFrame>
@@ -16,10 +17,16 @@ constexpr ushort CloseGlyph = 0xE921;
 }
 
 CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
-    : QDialog(parent), m_layout(new QVBoxLayout(this)), m_frame(new QFrame(this)), m_title(new QLabel(m_frame)),
-      m_closeButton(new QPushButton(m_frame)), m_contentLayout(new QVBoxLayout), m_titleStripe(new QWidget(m_frame))
+    : QDialog(parent)
+    , m_layout(new QVBoxLayout(this))
+    , m_frame(new QFrame(this))
+    , m_title(new QLabel(m_frame))
+    , m_closeButton(new QPushButton(m_frame))
+    , m_contentLayout(new QVBoxLayout)
+    , m_titleStripe(new QWidget(m_frame))
 {
-    setAttribute(Qt::WA_TranslucentBackground);
+    // Rounded corners need a compositor; without one they would show black.
+    CorvelWidgets::DialogStyle::useTranslucentEdges(*this);
     setWindowFlags(windowFlags() | Qt::FramelessWindowHint);
 
     m_layout->setContentsMargins(0, 0, 0, 0);
@@ -34,7 +41,9 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_closeButton->setObjectName("wizard_close_button");
     m_closeButton->setIcon(iconFont.icon(CloseGlyph));
     m_closeButton->setCursor(Qt::PointingHandCursor);
-    m_closeButton->setFocusPolicy(Qt::NoFocus);
+    m_closeButton->setFocusPolicy(Qt::TabFocus);
+    m_closeButton->setAccessibleName(QStringLiteral("Close"));
+    m_closeButton->setToolTip(QStringLiteral("Close"));
     connect(m_closeButton, &QPushButton::clicked, this, &QWidget::close);
 
     auto* stripeLayout = new QHBoxLayout(m_titleStripe);

@@ -1,5 +1,7 @@
 #include "widgets/cv_title_bar.h"
 
+#include "core/style_sheet.h"
+#include "widgets/picture_tag.h"
 #include "widgets/user_menu_button.h"
 
 #include <QFrame>
@@ -13,22 +15,30 @@ namespace CorvelWidgets {
 namespace {
 
 const char* const MaximizeIcon = ":/res/maximize.svg";
+constexpr int ButtonIconSide = 30;
+constexpr int PictureHeight = 24;
 const char* const RestoreIcon = ":/res/restore_down.svg";
 
-QPushButton* windowButton(QWidget* parent)
+QPushButton* windowButton(QWidget* parent, const QString& name)
 {
     auto* button = new QPushButton(parent);
     button->setObjectName("main_close_button");
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    button->setFocusPolicy(Qt::NoFocus);
+    // Reachable by Tab, but a click leaves no focus ring behind.
+    button->setFocusPolicy(Qt::TabFocus);
+    button->setAccessibleName(name);
+    button->setToolTip(name);
     return button;
 }
 
 } // namespace
 
 CvTitleBar::CvTitleBar(QWidget* parent)
-    : QWidget(parent), m_closeButton(windowButton(this)), m_minimizeButton(windowButton(this)),
-      m_maximizeButton(windowButton(this)), m_title(new QLabel(this))
+    : QWidget(parent)
+    , m_closeButton(windowButton(this, QStringLiteral("Close")))
+    , m_minimizeButton(windowButton(this, QStringLiteral("Minimize")))
+    , m_maximizeButton(windowButton(this, QStringLiteral("Maximize")))
+    , m_title(new QLabel(this))
 {
     auto* outer = new QHBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
@@ -42,20 +52,27 @@ CvTitleBar::CvTitleBar(QWidget* parent)
     m_layout->setSpacing(0);
 
     m_title->setObjectName("main_window_top_bar");
-    m_title->setText("<img src=:/res/orbex-recover.png> Corvel");
+    const double scale = Corvel::screenScale();
+    m_title->setText(pictureTag(QStringLiteral(":/res/orbex-recover.png"), PictureHeight, scale) + " Corvel");
     m_title->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     // Presses must reach the title bar itself, which does the dragging.
     m_title->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_layout->addWidget(m_title);
 
+    // Vector pictures: they stay sharp at any size, so they simply follow the screen.
+    const int iconSide = qRound(ButtonIconSide * scale);
     m_minimizeButton->setIcon(QIcon(":/res/minimize.svg"));
-    m_minimizeButton->setIconSize(QSize(30, 30));
-    m_maximizeButton->setIconSize(QSize(30, 30));
+    m_minimizeButton->setIconSize(QSize(iconSide, iconSide));
+    m_maximizeButton->setIconSize(QSize(iconSide, iconSide));
     setMaximizedLook(false);
     m_closeButton->setIcon(QIcon(":/res/close.svg"));
-    m_closeButton->setIconSize(QSize(30, 30));
+    m_closeButton->setIconSize(QSize(iconSide, iconSide));
     for (QPushButton* button : {m_minimizeButton, m_maximizeButton, m_closeButton})
         m_layout->addWidget(button, 0, Qt::AlignRight);
+    m_title->setAccessibleName(QStringLiteral("Corvel"));
+    // Left to right, whatever order the buttons were made in.
+    setTabOrder(m_minimizeButton, m_maximizeButton);
+    setTabOrder(m_maximizeButton, m_closeButton);
 
     connect(m_closeButton, &QPushButton::clicked, this, &CvTitleBar::closeRequested);
     connect(m_minimizeButton, &QPushButton::clicked, this, &CvTitleBar::minimizeRequested);
@@ -69,8 +86,12 @@ void CvTitleBar::setUserMenuButton(UserMenuButton* button)
         delete m_userMenu;
     }
     m_userMenu = button;
-    if (button)
+    if (button) {
         m_layout->insertWidget(1, button, 0, Qt::AlignRight | Qt::AlignVCenter);
+        setTabOrder(button, m_minimizeButton);
+        setTabOrder(m_minimizeButton, m_maximizeButton);
+        setTabOrder(m_maximizeButton, m_closeButton);
+    }
 }
 
 void CvTitleBar::setMaximizedLook(bool maximized)
@@ -78,6 +99,9 @@ void CvTitleBar::setMaximizedLook(bool maximized)
     const QString resource = QString::fromLatin1(maximized ? RestoreIcon : MaximizeIcon);
     m_maximizeButton->setIcon(QIcon(resource));
     m_maximizeButton->setProperty("iconResource", resource);
+    const QString name = maximized ? QStringLiteral("Restore down") : QStringLiteral("Maximize");
+    m_maximizeButton->setAccessibleName(name);
+    m_maximizeButton->setToolTip(name);
 }
 
 void CvTitleBar::mousePressEvent(QMouseEvent* event)

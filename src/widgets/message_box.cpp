@@ -1,5 +1,8 @@
 #include "widgets/message_box.h"
 
+#include "core/style_sheet.h"
+#include "widgets/dialog_style.h"
+
 #include <QDebug>
 #include <QQueue>
 
@@ -9,6 +12,19 @@ namespace {
 QQueue<QMessageBox::StandardButton> g_answers;
 bool g_autoAnswer = false;
 QList<MessageBox::Request> g_shown;
+
+// Without a window manager's frame (or on a light one) a plain box melts into the table behind it.
+class BorderedMessageBox : public QMessageBox {
+public:
+    using QMessageBox::QMessageBox;
+
+protected:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QMessageBox::paintEvent(event);
+        DialogStyle::paintBorder(*this);
+    }
+};
 
 QMessageBox::StandardButton fallbackAnswer(const MessageBox::Request& request)
 {
@@ -29,14 +45,21 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
         qInfo().noquote() << "Message box answered unattended: [" + request.title + "] " + request.text;
         return answer;
     }
-    QMessageBox box(parent);
+    BorderedMessageBox box(parent);
+    box.setObjectName(QStringLiteral("message_box"));
     box.setIcon(request.icon);
+    if (request.icon != QMessageBox::NoIcon) {
+        constexpr int PictureSide = 32;
+        box.setIconPixmap(DialogStyle::statusPicture(request.icon, qRound(PictureSide * Corvel::screenScale()),
+                                                     box.devicePixelRatioF()));
+    }
     if (request.titleSet)
         box.setWindowTitle(request.title);
     box.setText(request.text);
     if (!request.informativeText.isEmpty())
         box.setInformativeText(request.informativeText);
     box.setStandardButtons(request.buttons);
+    DialogStyle::dropButtonIcons(box);
     if (request.defaultButton != QMessageBox::NoButton)
         box.setDefaultButton(request.defaultButton);
     if (request.flags)

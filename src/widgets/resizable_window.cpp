@@ -1,7 +1,9 @@
 #include "widgets/resizable_window.h"
 
 #include "build_config.h"
+#include "core/style_sheet.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/picture_tag.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -14,8 +16,10 @@
 namespace Corvel {
 
 ResizableWindow::ResizableWindow(QWidget* parent)
-    : QDialog(parent), m_layout(new QVBoxLayout(this)), m_titleBar(new CorvelWidgets::CvTitleBar(this)),
-      m_contentLayout(new QVBoxLayout)
+    : QDialog(parent)
+    , m_layout(new QVBoxLayout(this))
+    , m_titleBar(new CorvelWidgets::CvTitleBar(this))
+    , m_contentLayout(new QVBoxLayout)
 {
     setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowMinMaxButtonsHint);
     m_layout->setContentsMargins(0, 0, 0, 0);
@@ -26,7 +30,10 @@ ResizableWindow::ResizableWindow(QWidget* parent)
     m_contentLayout->setSpacing(0);
     m_layout->addLayout(m_contentLayout, 1);
 
-    auto* logo = new QLabel("<img src=:/res/velmora-logo.png>", this);
+    constexpr int LogoHeight = 24;
+    auto* logo = new QLabel(
+        CorvelWidgets::pictureTag(QStringLiteral(":/res/velmora-logo.png"), LogoHeight, screenScale()), this);
+    logo->setAccessibleName(QStringLiteral("Velmora"));
     logo->setObjectName("footer_widget");
     logo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 

@@ -1,5 +1,6 @@
 #include "widgets/user_menu_button.h"
 
+#include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 
 #include <QMenu>
@@ -11,16 +12,18 @@ constexpr ushort UserGlyph = 0xE96B;
 }
 
 UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
-    : QPushButton(parent), m_menu(new QMenu(this))
+    : QPushButton(parent)
+    , m_menu(new QMenu(this))
 {
     setObjectName("button_user_menu");
     setIcon(iconFont.icon(UserGlyph));
-    setFocusPolicy(Qt::NoFocus);
+    setFocusPolicy(Qt::TabFocus);
+    setAccessibleName(QStringLiteral("User menu"));
     setCursor(Qt::PointingHandCursor);
 
     m_menu->setObjectName("user_menu");
     m_menu->setWindowFlags(m_menu->windowFlags() | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
-    m_menu->setAttribute(Qt::WA_TranslucentBackground);
+    DialogStyle::useTranslucentEdges(*m_menu);
     QAction* logOut = m_menu->addAction("Log out");
     connect(logOut, &QAction::triggered, this, &UserMenuButton::logOutRequested);
     setMenu(m_menu);
@@ -29,6 +32,8 @@ UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
 void UserMenuButton::setUserName(const QString& name)
 {
     setText(name);
+    setToolTip(name.isEmpty() ? QStringLiteral("User menu") : QStringLiteral("Signed in as ") + name);
+    setAccessibleDescription(toolTip());
 }
 
 QAction* UserMenuButton::logOutAction() const

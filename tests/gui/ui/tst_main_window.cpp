@@ -11,11 +11,14 @@
 #include "ui/main_window_tabs_widget.h"
 #include "ui/tool_box_tile_widget.h"
 #include "ui/tool_box_widget.h"
+#include "widgets/cv_title_bar.h"
 #include "widgets/message_box.h"
 #include "widgets/user_menu_button.h"
 #include "wizard/recovery_wizard.h"
 
+#include <QAbstractButton>
 #include <QAction>
+#include <QApplication>
 #include <QJsonDocument>
 #include <QListWidget>
 #include <QPushButton>
@@ -94,6 +97,89 @@ private slots:
         QVERIFY(toolbox);
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(toolbox).center());
         QVERIFY(qobject_cast<Corvel::ToolBoxWidget*>(m_window->tabs()->stack()->currentWidget()));
+    }
+
+    // Tab walks the title bar left to right, the tabs, then the page shown, and comes round again;
+    // nothing that takes the keyboard is left out, and no control is a picture without a name.
+    void tabReachesEveryControl()
+    {
+        showWindow(partner());
+        QApplication::setActiveWindow(m_window.get());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        QListWidget* list = m_window->tabs()->list();
+        QCOMPARE(QApplication::focusWidget(), list);
+
+        QList<QWidget*> visited{list};
+        for (int step = 0; step < 100; ++step) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            if (QApplication::focusWidget() == list)
+                break;
+            QVERIFY2(!visited.contains(QApplication::focusWidget()), "Tab went round without reaching the tabs");
+            visited << QApplication::focusWidget();
+        }
+        QCOMPARE(QApplication::focusWidget(), list);
+
+        auto* bar = m_window->titleBar();
+        const QList<QWidget*> chrome{m_window->userMenuButton(), bar->minimizeButton(), bar->maximizeButton(),
+                                     bar->closeButton()};
+        QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
+        QVERIFY(visited.indexOf(m_window->home()->newRecoveryButton()) > 0);
+
+        QStringList missed;
+        for (QWidget* widget : m_window->findChildren<QWidget*>()) {
+            if (widget->isVisibleTo(m_window.get()) && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus) &&
+                !widget->focusProxy() && !visited.contains(widget))
+                missed << widget->metaObject()->className() + QString("#") + widget->objectName();
+        }
+        QVERIFY2(missed.isEmpty(), qPrintable(missed.join(", ")));
+
+        for (QWidget* widget : visited) {
+            auto* button = qobject_cast<QAbstractButton*>(widget);
+            if (!button || !button->text().isEmpty())
+                continue;
+            QVERIFY2(!button->accessibleName().isEmpty() && !button->toolTip().isEmpty(),
+                     qPrintable("unnamed picture button #" + button->objectName()));
+        }
+
+        // Backwards from the tabs lands on the title bar's last button.
+        QTest::keyClick(list, Qt::Key_Backtab);
+        QCOMPARE(QApplication::focusWidget(), bar->closeButton());
+
+        // Escape, meant for a menu or a field, leaves the window alone.
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QTest::keyClick(m_window->home()->newRecoveryButton(), Qt::Key_Escape);
+        QVERIFY(m_window->isVisible());
+    }
+
+    void tabShortcuts_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("row");
+        QTest::addColumn<QString>("page");
+        QTest::newRow("Ctrl+2") << int(Qt::Key_2) << 1 << "Corvel::ToolBoxWidget";
+        QTest::newRow("Ctrl+3") << int(Qt::Key_3) << 2 << "Corvel::HelpCenterWidget";
+        QTest::newRow("Ctrl+1") << int(Qt::Key_1) << 0 << "Corvel::HomeWidget";
+    }
+
+    void tabShortcuts()
+    {
+        QFETCH(int, key);
+        QFETCH(int, row);
+        QFETCH(QString, page);
+        showWindow(partner());
+        QApplication::setActiveWindow(m_window.get());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+        // Start away from the page asked for, with the focus on a page control.
+        m_window->tabs()->list()->setCurrentRow(row == 0 ? 2 : 0);
+        QWidget* start = m_window->tabs()->stack()->currentWidget()->findChild<QPushButton*>();
+        QVERIFY(start);
+        start->setFocus();
+
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), Qt::ControlModifier);
+        QCOMPARE(m_window->tabs()->list()->currentRow(), row);
+        QCOMPARE(m_window->tabs()->stack()->currentWidget()->metaObject()->className(), page.toLatin1());
+        const QString label = m_window->tabs()->list()->item(row)->text();
+        QCOMPARE(m_window->tabs()->list()->item(row)->toolTip(), QString("%1 (Ctrl+%2)").arg(label).arg(row + 1));
     }
 
     void missingAnalysisTool()

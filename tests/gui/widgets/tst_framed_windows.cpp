@@ -1,13 +1,24 @@
+#include "core/style_sheet.h"
 #include "widgets/custom_bar_window.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
+#include "widgets/message_box.h"
+#include "widgets/picture_tag.h"
 #include "widgets/resizable_window.h"
+#include "widgets/user_menu_button.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
+#include <QProxyStyle>
 #include <QPushButton>
 #include <QScreen>
+#include <QStyleFactory>
 #include <QTest>
+#include <QTimer>
 
 using Corvel::ResizableWindow;
 
@@ -20,12 +31,30 @@ void moveWithButton(QWidget* widget, QPoint to, Qt::MouseButtons buttons = Qt::L
     QApplication::sendEvent(widget, &move);
 }
 
+// A desktop style that puts its stock pictures on dialog buttons, as several Linux desktops do.
+class ButtonIconsStyle : public QProxyStyle {
+public:
+    ButtonIconsStyle()
+        : QProxyStyle(QStyleFactory::create("fusion"))
+    {
+    }
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* data) const override
+    {
+        if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
+            return 1;
+        return QProxyStyle::styleHint(hint, option, widget, data);
+    }
+};
+
 } // namespace
 
 class TestFramedWindows : public QObject {
     Q_OBJECT
 
 private slots:
+    void initTestCase() { Q_INIT_RESOURCE(resources); }
+
     void init()
     {
         m_window = std::make_unique<ResizableWindow>();
@@ -112,11 +141,135 @@ private slots:
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }
 
-private:
-    QString maximizeIcon() const
+    void pictureTag_data()
     {
-        return m_window->titleBar()->maximizeButton()->property("iconResource").toString();
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("100 %") << 1.0 << "<img src=:/res/orbex-recover.png>";
+        QTest::newRow("a 100 dpi screen keeps the plain picture") << 100 / 96.0 << "<img src=:/res/orbex-recover.png>";
+        QTest::newRow("150 %") << 1.5 << "<img src=:/res/orbex-recover@2x.png height=36>";
+        QTest::newRow("200 %") << 2.0 << "<img src=:/res/orbex-recover@2x.png height=48>";
     }
+
+    void pictureTag()
+    {
+        QFETCH(double, scale);
+        QFETCH(QString, expected);
+        QCOMPARE(CorvelWidgets::pictureTag(":/res/orbex-recover.png", 24, scale), expected);
+    }
+
+    // Nothing composites windows here: translucent edges would be black, so none are asked for.
+    void plainCornersWithoutCompositor()
+    {
+        QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
+        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
+        CorvelWidgets::UserMenuButton button(CorvelWidgets::IconFont("velmora-iconfont", {}));
+        for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(button.userMenu())}) {
+            QVERIFY(!window->testAttribute(Qt::WA_TranslucentBackground));
+            QCOMPARE(window->property("plainCorners").toBool(), true);
+        }
+    }
+
+    void messageBoxLook()
+    {
+        QString failure = "no message box was shown";
+        QTimer::singleShot(100, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            failure.clear();
+            if (box->objectName() != "message_box")
+                failure = "object name " + box->objectName();
+            for (QAbstractButton* button : box->buttons())
+                if (!button->icon().isNull())
+                    failure = "stock icon on " + button->text();
+            const QImage image = box->grab().toImage();
+            const QColor border = CorvelWidgets::DialogStyle::borderColor();
+            for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
+                                     QPoint(image.width() / 2, image.height() - 1)})
+                if (image.pixelColor(at) != border)
+                    failure = QString("no border at %1,%2").arg(at.x()).arg(at.y());
+            box->button(QMessageBox::No)->click();
+        });
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Question;
+        request.title = "Corvel";
+        request.text = "Do you want to cancel it?";
+        request.buttons = QMessageBox::Yes | QMessageBox::No;
+        QApplication::setStyle(new ButtonIconsStyle);
+        const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
+        QApplication::setStyle(QStyleFactory::create("fusion"));
+        QCOMPARE(answer, QMessageBox::No);
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    }
+
+    // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
+    void focusRing_data()
+    {
+        QTest::addColumn<QString>("objectName");
+        QTest::addColumn<QColor>("ring");
+        QTest::newRow("plain button") << QString() << QColor("#FF6e21");
+        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21");
+        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21");
+        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224");
+    }
+
+    void focusRing()
+    {
+        QFETCH(QString, objectName);
+        QFETCH(QColor, ring);
+        const QString sheet = styleTemplate();
+        QVERIFY(!sheet.isEmpty());
+        qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
+        QWidget page;
+        auto* layout = new QHBoxLayout(&page);
+        auto* other = new QPushButton("Other", &page);
+        auto* button = new QPushButton("Focus", &page);
+        button->setObjectName(objectName);
+        layout->addWidget(other);
+        layout->addWidget(button);
+        page.show();
+        QApplication::setActiveWindow(&page);
+        QVERIFY(QTest::qWaitForWindowActive(&page));
+
+        const auto edge = [&] {
+            const QImage image = button->grab().toImage();
+            return image.pixelColor(0, image.height() / 2);
+        };
+        other->setFocus(Qt::TabFocusReason);
+        QTRY_VERIFY(!button->hasFocus());
+        QVERIFY(edge() != ring);
+        QTest::keyClick(other, Qt::Key_Tab);
+        QVERIFY(button->hasFocus());
+        QCOMPARE(edge(), ring);
+        qApp->setStyleSheet(QString());
+    }
+
+    void iconOnlyControlsAreNamed()
+    {
+        auto* bar = m_window->titleBar();
+        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
+        const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
+                                                              {bar->maximizeButton(), "Maximize"},
+                                                              {bar->closeButton(), "Close"},
+                                                              {dialog.closeButton(), "Close"}};
+        for (const auto& [button, name] : controls) {
+            QCOMPARE(button->accessibleName(), name);
+            QCOMPARE(button->toolTip(), name);
+            QVERIFY(button->focusPolicy() & Qt::TabFocus);
+        }
+        m_window->toggleMaximized();
+        QCOMPARE(bar->maximizeButton()->accessibleName(), QString("Restore down"));
+    }
+
+private:
+    static QString styleTemplate()
+    {
+        QFile file(":/res/styles.qss");
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
+    QString maximizeIcon() const { return m_window->titleBar()->maximizeButton()->property("iconResource").toString(); }
 
     std::unique_ptr<ResizableWindow> m_window;
 };

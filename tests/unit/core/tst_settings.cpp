@@ -1,3 +1,4 @@
+#include "build_config.h"
 #include "core/settings.h"
 #include "testsupport/log_capture.h"
 
@@ -89,6 +90,38 @@ private slots:
             QCOMPARE(log.entries().first().text, logLine);
             QCOMPARE(int(log.entries().first().type), logType);
         }
+    }
+
+    // Overrides a deployment sets: silent when absent, logged like any other key when mistyped.
+    void deploymentOverrides_data()
+    {
+        QTest::addColumn<QString>("json");
+        QTest::addColumn<QString>("descriptor");
+        QTest::addColumn<int>("port");
+        QTest::addColumn<int>("logLines");
+
+        const QString builtIn = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL);
+        QTest::newRow("absent") << "{}" << builtIn << 9000 << 0;
+        QTest::newRow("both set") << R"({"update_descriptor_url": "http://127.0.0.1:5/u.xml", "service_port": 9443})"
+                                  << "http://127.0.0.1:5/u.xml" << 9443 << 0;
+        QTest::newRow("empty descriptor is kept") << R"({"update_descriptor_url": ""})"
+                                                  << "" << 9000 << 0;
+        QTest::newRow("mistyped") << R"({"update_descriptor_url": 5, "service_port": "9443"})" << builtIn << 9000 << 2;
+        QTest::newRow("port out of range") << R"({"service_port": 70000})" << builtIn << 9000 << 1;
+        QTest::newRow("port zero") << R"({"service_port": 0})" << builtIn << 9000 << 1;
+    }
+
+    void deploymentOverrides()
+    {
+        QFETCH(QString, json);
+        QFETCH(QString, descriptor);
+        QFETCH(int, port);
+        QFETCH(int, logLines);
+        const Settings settings(QJsonDocument::fromJson(json.toUtf8()).object());
+        LogCapture log;
+        QCOMPARE(settings.updateDescriptorUrl(), descriptor);
+        QCOMPARE(settings.servicePort(), port);
+        QCOMPARE(log.entries().size(), logLines);
     }
 
     void loadConfig_data()

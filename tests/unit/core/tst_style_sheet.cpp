@@ -36,6 +36,31 @@ private slots:
         QVERIFY(log.entries().isEmpty());
     }
 
+    void literalLengths_data()
+    {
+        QTest::addColumn<QString>("sheet");
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("unchanged at 100 %")
+            << "min-width: 210px; border: 1px solid;" << 1.0 << "min-width: 210px; border: 1px solid;";
+        QTest::newRow("150 %, half rounds up")
+            << "border: 1px solid; height: 48px;" << 1.5 << "border: 2px solid; height: 72px;";
+        QTest::newRow("200 %, several on a line") << "padding: 5px 16px;" << 2.0 << "padding: 10px 32px;";
+        QTest::newRow("negative offset") << "right: -6px;" << 1.5 << "right: -9px;";
+        QTest::newRow("variables, points and fractions untouched")
+            << "icon-size: $buttons_icon_size; font-size: 10pt; w: 1.5px; $a2px" << 2.0
+            << "icon-size: $buttons_icon_size; font-size: 10pt; w: 1.5px; $a2px";
+        QTest::newRow("not a unit") << "url(:/res/16pxfoo.svg) 12pxx" << 2.0 << "url(:/res/16pxfoo.svg) 12pxx";
+    }
+
+    void literalLengths()
+    {
+        QFETCH(QString, sheet);
+        QFETCH(double, scale);
+        QFETCH(QString, expected);
+        QCOMPARE(scaleLengths(sheet, scale), expected);
+    }
+
     void undefinedVariableKeepsTextAndLogsOnce()
     {
         LogCapture log;
