@@ -19,7 +19,7 @@ namespace CvJobs {
 namespace {
 
 // Rows built at once however long each takes, so the first screen is never empty.
-constexpr int MinRowsAtOnce = 12;
+constexpr int MinRowsAtOnce = 3;
 constexpr int AllColumns = (1 << JobColumns::Count) - 1;
 
 } // namespace
@@ -30,19 +30,15 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     , m_iconFont(iconFont)
     , m_columns(columns ? std::move(columns) : std::make_shared<JobColumns>())
     , m_layout(new QVBoxLayout(this))
-    , m_rowsWidget(new QWidget(this))
-    , m_rowsLayout(new QVBoxLayout(m_rowsWidget))
     , m_pendingSpace(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Fixed))
     , m_placeholder(new QLabel("No Active Jobs", this))
 {
     setObjectName("job_list");
     m_layout->setContentsMargins(0, 0, 0, 0);
     m_layout->setSpacing(0);
-    m_rowsWidget->setObjectName("job_rows");
-    m_rowsLayout->setContentsMargins(0, 0, 0, 0);
-    m_rowsLayout->setSpacing(0);
-    m_rowsLayout->addItem(m_pendingSpace);
-    m_layout->addWidget(m_rowsWidget);
+    // Rows sit directly in this layout, before the room kept for rows still to be built: one layout
+    // for all of them, so no inner layout ever squeezes them into an outdated height.
+    m_layout->addItem(m_pendingSpace);
     m_layout->addWidget(m_placeholder, 0, Qt::AlignHCenter | Qt::AlignTop);
     m_layout->addStretch(1);
     m_placeholder->setObjectName("no_job_item");
@@ -60,15 +56,54 @@ void JobListWidget::setClient(std::shared_ptr<CorvelService::CorvelServiceIf> cl
         row->setClient(m_client);
 }
 
-bool JobListWidget::setJobs(const std::vector<CorvelService::JobDescription>& jobs)
+bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
 {
     if (jobs == m_cache && m_pendingRows == 0)
         return false;
     // A row's dialog runs its own event loop; the row and its buttons must stay as they are.
     if (anyRowBusy())
         return false;
-    m_cache = jobs;
-    sync(FirstSliceMs);
+    m_cache = std::move(jobs);
+    if (!updateSameRows())
+        sync(FirstSliceMs);
+    return true;
+}
+
+bool JobListWidget::updateSameRows()
+{
+    if (m_pendingRows > 0)
+        return false;
+    size_t index = 0;
+    for (const auto& job : m_cache) {
+        if (job.status == CorvelService::JobStatus::Deleted)
+            continue;
+        if (index >= m_rows.size() || m_rows[index]->job().id != job.id)
+            return false;
+        ++index;
+    }
+    if (index != m_rows.size())
+        return false;
+    index = 0;
+    int changedColumns = 0;
+    std::vector<JobRowWidget*> newButtons;
+    for (const auto& job : m_cache) {
+        if (job.status == CorvelService::JobStatus::Deleted)
+            continue;
+        JobRowWidget* row = m_rows[index++];
+        const int changed = row->setJob(job);
+        if (!changed)
+            continue;
+        row->measure(changed);
+        changedColumns |= changed & AllColumns;
+        if (changed & JobRowWidget::NewButtons)
+            newButtons.push_back(row);
+    }
+    updateColumns(changedColumns, {});
+    for (size_t i = 0; i < m_rows.size() && !newButtons.empty(); ++i)
+        if (std::find(newButtons.begin(), newButtons.end(), m_rows[i]) != newButtons.end())
+            stitchTabOrder(i);
+    if (changedColumns)
+        fitHeight();
     return true;
 }
 
@@ -116,6 +151,8 @@ void JobListWidget::sync(int budgetMs)
             ordered.push_back(row);
         } else if (pending == 0 && (created.size() < MinRowsAtOnce || clock.elapsed() < budgetMs)) {
             JobRowWidget* row = createRow(job);
+            // Measured here, so the time it takes counts against the slice.
+            row->measure(AllColumns);
             created.push_back(row);
             ordered.push_back(row);
         } else {
@@ -126,15 +163,13 @@ void JobListWidget::sync(int budgetMs)
     for (auto& entry : available)
         removed.insert(removed.end(), entry.second.begin(), entry.second.end());
     for (JobRowWidget* row : removed) {
-        m_rowsLayout->removeWidget(row);
+        m_layout->removeWidget(row);
         row->hide();
         // Deferred: the row's own button may be what asked for this refresh.
         row->deleteLater();
     }
 
     placeRows(ordered, created);
-    for (JobRowWidget* row : created)
-        row->measure(AllColumns);
     updateColumns(changedColumns | (created.empty() ? 0 : AllColumns) | (removed.empty() ? 0 : AllColumns), created);
 
     // Keyboard order follows the rows, as if they had been built afresh in this order.
@@ -148,16 +183,66 @@ void JobListWidget::sync(int budgetMs)
 
     const size_t previousPending = m_pendingRows;
     m_pendingRows = pending;
-    if (pending > 0 || previousPending > 0) {
-        // Keeps the scroll range close to what the whole list will need.
-        const int rowHeight = m_rows.empty() ? 0 : m_rows.front()->sizeHint().height();
-        m_pendingSpace->changeSize(0, static_cast<int>(pending) * rowHeight, QSizePolicy::Minimum, QSizePolicy::Fixed);
-        m_rowsLayout->invalidate();
-    }
-    if (pending > 0)
-        m_sliceTimer.start();
-    m_rowsWidget->setVisible(!m_rows.empty() || pending > 0);
+    if (pending > 0 || previousPending > 0)
+        showPending();
     m_placeholder->setVisible(m_rows.empty() && pending == 0);
+    fitHeight();
+}
+
+void JobListWidget::fitHeight()
+{
+    // Left to the event loop, this layout would first run at the old height and squeeze every row
+    // (laying out all their text) before the scroll area grows this widget and they grow back.
+    if (!isVisible() || !m_layout->hasHeightForWidth())
+        return;
+    const int needed = m_layout->totalHeightForWidth(width());
+    if (needed > height())
+        resize(width(), needed);
+}
+
+void JobListWidget::showPending()
+{
+    // Keeps the scroll range close to what the whole list will need.
+    const int rowHeight = m_rows.empty() ? 0 : m_rows.front()->sizeHint().height();
+    m_pendingSpace->changeSize(0, static_cast<int>(m_pendingRows) * rowHeight, QSizePolicy::Minimum,
+                               QSizePolicy::Fixed);
+    m_layout->invalidate();
+    if (m_pendingRows > 0)
+        m_sliceTimer.start();
+}
+
+bool JobListWidget::appendPendingRows(int budgetMs)
+{
+    QElapsedTimer clock;
+    clock.start();
+    auto next = m_cache.cbegin();
+    for (JobRowWidget* row : m_rows) {
+        while (next != m_cache.cend() && next->status == CorvelService::JobStatus::Deleted)
+            ++next;
+        if (next == m_cache.cend() || next->id != row->job().id)
+            return false;
+        ++next;
+    }
+    std::vector<JobRowWidget*> created;
+    for (; next != m_cache.cend() && (created.empty() || clock.elapsed() < budgetMs); ++next) {
+        if (next->status == CorvelService::JobStatus::Deleted)
+            continue;
+        JobRowWidget* row = createRow(*next);
+        row->measure(AllColumns);
+        m_layout->insertWidget(static_cast<int>(m_rows.size()), row);
+        m_rows.push_back(row);
+        created.push_back(row);
+        row->show();
+        stitchTabOrder(m_rows.size() - 1);
+    }
+    size_t pending = 0;
+    for (; next != m_cache.cend(); ++next)
+        pending += next->status != CorvelService::JobStatus::Deleted;
+    m_pendingRows = pending;
+    updateColumns(AllColumns, created);
+    showPending();
+    fitHeight();
+    return true;
 }
 
 void JobListWidget::continueBuilding()
@@ -168,12 +253,13 @@ void JobListWidget::continueBuilding()
         m_sliceTimer.start(100);
         return;
     }
-    sync(SliceMs);
+    if (!appendPendingRows(SliceMs))
+        sync(SliceMs);
 }
 
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
-    auto* row = new JobRowWidget(job, m_client, m_iconFont, m_columns, m_rowsWidget);
+    auto* row = new JobRowWidget(job, m_client, m_iconFont, m_columns, this);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     return row;
 }
@@ -200,18 +286,18 @@ void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const s
     if (kept == before) {
         for (size_t i = 0; i < ordered.size(); ++i)
             if (fresh.count(ordered[i]))
-                m_rowsLayout->insertWidget(static_cast<int>(i), ordered[i]);
+                m_layout->insertWidget(static_cast<int>(i), ordered[i]);
     } else {
         for (JobRowWidget* row : kept)
-            m_rowsLayout->removeWidget(row);
+            m_layout->removeWidget(row);
         for (size_t i = 0; i < ordered.size(); ++i)
-            m_rowsLayout->insertWidget(static_cast<int>(i), ordered[i]);
+            m_layout->insertWidget(static_cast<int>(i), ordered[i]);
         m_rows = ordered;
         for (size_t i = 0; i < m_rows.size(); ++i)
             stitchTabOrder(i);
     }
     m_rows = ordered;
-    if (m_rowsWidget->isVisible())
+    if (isVisible())
         for (JobRowWidget* row : created)
             row->show();
 }

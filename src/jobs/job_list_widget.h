@@ -27,7 +27,7 @@ public:
     static constexpr int ColumnCount = 8;
     // Time given to building new rows at once, and to each later slice.
     static constexpr int FirstSliceMs = 8;
-    static constexpr int SliceMs = 4;
+    static constexpr int SliceMs = 8;
 
     explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns = nullptr,
                            QWidget* parent = nullptr);
@@ -37,7 +37,7 @@ public:
 
     // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
     // open nothing changes until a later call.
-    bool setJobs(const std::vector<CorvelService::JobDescription>& jobs);
+    bool setJobs(std::vector<CorvelService::JobDescription> jobs);
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
     bool hasRows() const { return !m_rows.empty() || m_pendingRows > 0; }
@@ -57,7 +57,13 @@ signals:
 
 private:
     void sync(int budgetMs);
+    // Updates the rows in place when they are the list's jobs in the list's order.
+    bool updateSameRows();
     void continueBuilding();
+    // Adds rows for the jobs after the built ones when those are the list's first jobs in order.
+    bool appendPendingRows(int budgetMs);
+    void showPending();
+    void fitHeight();
     JobRowWidget* createRow(const CorvelService::JobDescription& job);
     void placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created);
     void updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh);
@@ -68,8 +74,6 @@ private:
     CorvelWidgets::IconFont m_iconFont;
     std::shared_ptr<JobColumns> m_columns;
     QVBoxLayout* m_layout;
-    QWidget* m_rowsWidget;
-    QVBoxLayout* m_rowsLayout;
     QSpacerItem* m_pendingSpace;
     QLabel* m_placeholder;
     std::vector<CorvelService::JobDescription> m_cache;

@@ -178,7 +178,7 @@ void JobTableWidget::finishPoll(Poll& poll)
                 m_outageReported = false;
                 qInfo("Connection to Corvel service restored.");
             }
-            m_list->setJobs(poll.jobs);
+            m_list->setJobs(std::move(poll.jobs));
             break;
         case CallOutcome::ApplicationFailure:
             CorvelService::logCallFailure(poll.result);

@@ -238,6 +238,8 @@ void JobStore::advance(Job& job)
     const int step = 3 + static_cast<int>(DemoData::hash(d.id) % 9);
     if (job.ticksInStatus > 0)
         d.current_work.progress = static_cast<int8_t>(std::min(100, d.current_work.progress + step));
+    if (m_endless && d.current_work.progress >= 100)
+        d.current_work.progress = 0;
     const bool done = d.current_work.progress >= 100;
     CurrentWork& work = d.current_work;
 

@@ -22,6 +22,8 @@ public:
     bool save(std::string& error);
 
     void addDemoJobs(int count);
+    // Running jobs start over instead of finishing (a table that never settles, for measuring).
+    void setEndless(bool endless) { m_endless = endless; }
 
     std::string createJob(CorvelService::JobType::type type, const std::string& description,
                           const CorvelService::JobConfiguration& configuration);
@@ -58,6 +60,7 @@ private:
     bool saveLocked(std::string& error);
 
     std::mutex m_mutex;
+    bool m_endless = false;
     std::string m_stateFile;
     std::vector<Job> m_jobs;
     int m_nextNumber = 1;

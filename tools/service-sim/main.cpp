@@ -98,6 +98,7 @@ int main(int argc, char** argv)
         std::cerr << "corvel-service-sim: cannot use the state file " << options.stateFile << ": " << error << "\n";
         return 1;
     }
+    store.setEndless(options.endless);
     if (options.demoJobs > 0 && store.size() == 0)
         store.addDemoJobs(options.demoJobs);
     for (const auto& fault : options.faults)

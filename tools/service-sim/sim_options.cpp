@@ -115,6 +115,10 @@ bool parseOptions(int argc, char** argv, SimOptions& options, std::string& error
             options.plain = true;
             continue;
         }
+        if (option == "--endless") {
+            options.endless = true;
+            continue;
+        }
         if (option != "--port" && option != "--cert-dir" && option != "--state" && option != "--tick-ms" &&
             option != "--jobs" && option != "--fault") {
             error = "unknown option \"" + option + "\"";
@@ -165,6 +169,7 @@ std::string usageText()
            "  --state FILE        keep the jobs in FILE (JSON); a restart picks them up again\n"
            "  --plain             plain TCP instead of TLS (benchmarks only)\n"
            "  --tick-ms MS        pace of the job state machine (default 1000)\n"
+           "  --endless           running jobs never finish: their progress starts over at 100\n"
            "  --jobs N            start with N demo jobs in varied states and types\n"
            "                      (only when the state file holds no jobs)\n"
            "  --fault METHOD=KIND[:ARG]\n"

@@ -17,6 +17,7 @@ struct SimOptions {
     std::string certDir = ".";
     std::string stateFile;
     bool plain = false;
+    bool endless = false;
     int tickMs = 1000;
     int demoJobs = 0;
     std::map<std::string, Fault> faults; // by method name
