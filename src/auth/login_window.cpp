@@ -3,6 +3,7 @@
 #include "core/settings.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QVBoxLayout>
 #include <QWebEngineProfile>
 #include <QWebEngineView>
@@ -41,7 +42,12 @@ LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidg
 
     QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
     profile->setUrlRequestInterceptor(&m_interceptor);
-    profile->setCachePath(working + QStringLiteral("/LoginWindowCache"));
+    const QString cachePath = working + QStringLiteral("/LoginWindowCache");
+    profile->setCachePath(cachePath);
+    // The page that hands the token over, and the address carrying it, would be cached: the cache
+    // stays in memory, and what an earlier version left on disk goes.
+    profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
+    QDir(cachePath).removeRecursively();
     profile->setPersistentStoragePath(working + QStringLiteral("/LoginWindowPersistentStorage"));
 
     connect(&m_interceptor, &RequestInterceptor::sendToken, this, &LoginWindow::setToken, Qt::QueuedConnection);
@@ -57,7 +63,9 @@ LoginWindow::~LoginWindow()
 
 void LoginWindow::removeInterceptor()
 {
-    QWebEngineProfile::defaultProfile()->setUrlRequestInterceptor(nullptr);
+    QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
+    profile->setUrlRequestInterceptor(nullptr);
+    profile->clearHttpCache();
 }
 
 std::optional<QString> LoginWindow::getToken(const QString& authUrl, const QString& logoutUrl, QWidget* parent)

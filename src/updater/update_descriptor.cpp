@@ -1,5 +1,7 @@
 #include "updater/update_descriptor.h"
 
+#include "core/limits.h"
+
 #include <QDomDocument>
 #include <QEventLoop>
 #include <QNetworkAccessManager>
@@ -19,6 +21,18 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
     QNetworkRequest request{QUrl(location)};
     request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
     QNetworkReply* reply = manager.get(request);
+    reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
+
+    // Taken as it arrives, so that a body past the limit (counted decompressed) is never held whole.
+    QByteArray body;
+    bool tooLarge = false;
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply, &body, &tooLarge] {
+        body += reply->read(Corvel::Limits::DescriptorBytes + 1 - body.size());
+        if (body.size() > Corvel::Limits::DescriptorBytes && !tooLarge) {
+            tooLarge = true;
+            reply->abort();
+        }
+    });
 
     QEventLoop loop;
     QTimer timer;
@@ -37,18 +51,42 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
         qInfo() << "Cannot get reply from the server";
         return std::nullopt;
     }
+    if (tooLarge) {
+        qWarning().noquote()
+            << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::DescriptorBytes);
+        qInfo() << "Cannot get reply from the server";
+        return std::nullopt;
+    }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status >= 300 && status < 400) {
+        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed").arg(status);
+        qInfo() << "Cannot get reply from the server";
+        return std::nullopt;
+    }
     if (reply->error() != QNetworkReply::NoError) {
         qInfo() << "Cannot get reply from the server";
         return std::nullopt;
     }
 
-    const QByteArray body = reply->readAll();
-    reply->deleteLater();
+    body += reply->readAll();
     return parseDescriptor(body);
 }
 
 std::optional<DescriptorRecord> parseDescriptor(const QByteArray& body)
 {
+    // The DOM parse recurses per element level: the depth is checked first, without recursion.
+    switch (Corvel::Limits::scanXml(body)) {
+    case Corvel::Limits::XmlScan::TooDeep:
+        qWarning().noquote() << QStringLiteral("XML nested deeper than %1 levels").arg(Corvel::Limits::XmlDepth);
+        qInfo() << "Cannot get info source";
+        return std::nullopt;
+    case Corvel::Limits::XmlScan::Malformed:
+        qInfo() << "Cannot get info source";
+        return std::nullopt;
+    case Corvel::Limits::XmlScan::Ok:
+        break;
+    }
+
     QDomDocument document;
     if (!document.setContent(body)) {
         qInfo() << "Cannot get info source";

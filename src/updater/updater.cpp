@@ -1,5 +1,7 @@
 #include "updater/updater.h"
 
+#include "core/limits.h"
+
 #include <QFile>
 #include <QMutexLocker>
 #include <QNetworkAccessManager>
@@ -28,7 +30,9 @@ void closeProgress(DownloadProgress* progress, QObject* receiver)
 } // namespace
 
 Updater::Updater(const QString& manualUpdateUrl, const QString& descriptorUrl, QObject* parent)
-    : QObject(parent), m_manualUpdateUrl(manualUpdateUrl), m_descriptorUrl(descriptorUrl)
+    : QObject(parent)
+    , m_manualUpdateUrl(manualUpdateUrl)
+    , m_descriptorUrl(descriptorUrl)
 {
 }
 
@@ -157,8 +161,13 @@ void Updater::startDownload(QWidget* dialogParent)
     if (!m_network)
         m_network = new QNetworkAccessManager(this);
     QNetworkReply* reply = m_network->get(request);
-    m_state = Downloading{reply, nullptr};
+    // The installer goes to its file as it arrives; the transfer waits while this much is unread.
+    reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
+    Downloading downloading;
+    downloading.reply = reply;
+    m_state = std::move(downloading);
 
+    connect(reply, &QNetworkReply::readyRead, this, &Updater::onReadyRead);
     connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
     connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
 
@@ -184,6 +193,26 @@ void Updater::onProgress(qint64 received, qint64 total)
     qInfo().noquote() << QStringLiteral("Update progress: %1/%2").arg(received).arg(total);
 }
 
+void Updater::onReadyRead()
+{
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    QNetworkReply* reply = downloading ? downloading->reply.data() : nullptr;
+    if (!reply || downloading->fault != Fault::None)
+        return;
+    const QByteArray data = reply->readAll();
+    // The body of an error page is no installer.
+    if (reply->error() != QNetworkReply::NoError)
+        return;
+    downloading->received += data.size();
+    if (downloading->received > Corvel::Limits::InstallerBytes)
+        downloading->fault = Fault::TooLarge;
+    else if (openInstaller(*downloading, installerFileName(offeredVersion())))
+        writeInstaller(*downloading, data);
+    // Aborting finishes the reply at once: the completion step reports the fault.
+    if (downloading->fault != Fault::None)
+        reply->abort();
+}
+
 void Updater::onFinished()
 {
     qInfo() << "Download finished.";
@@ -192,49 +221,83 @@ void Updater::onFinished()
         unexpectedState();
         return;
     }
-    QPointer<QNetworkReply> reply = downloading->reply;
-    closeProgress(downloading->progress, this);
-    // A failed download leaves nothing that could be installed.
+    // A failed download leaves nothing that could be installed; an uncommitted file goes with it.
+    Downloading finished = std::move(*downloading);
     m_state = Idle{};
+    closeProgress(finished.progress, this);
+    QPointer<QNetworkReply> reply = finished.reply;
+    if (reply)
+        reply->deleteLater();
 
-    if (!reply || reply->error() != QNetworkReply::NoError) {
-        if (reply)
-            reply->deleteLater();
-        qCritical() << "Cannot get reply from the server.";
-        fail(QStringLiteral("Cannot get reply from the server"));
-        return;
-    }
-    const QByteArray body = reply->readAll();
-    reply->deleteLater();
-    saveInstaller(body);
-}
+    const bool transferred = reply && reply->error() == QNetworkReply::NoError;
+    // What is still unread; an empty installer is still a file.
+    if (transferred && finished.fault == Fault::None && openInstaller(finished, installerFileName(offeredVersion())))
+        writeInstaller(finished, reply->readAll());
+    if (!transferred || finished.fault != Fault::None)
+        finished.file.reset();
 
-void Updater::saveInstaller(const QByteArray& body)
-{
-    // Empty when the temporary folder does not exist; the bare "/" + name would point at the root.
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
-    const QString path = folder + QLatin1Char('/') + installerFileName(offeredVersion());
-    if (!folder.isEmpty() && QFile::exists(path))
-        QFile::remove(path);
-
-    // Written beside the target and renamed at the end, so a failure never leaves half an installer.
-    QSaveFile file(path);
-    if (folder.isEmpty() || !file.open(QIODevice::WriteOnly)) {
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
+    switch (finished.fault) {
+    case Fault::CannotOpen:
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
         fail(QStringLiteral("Cannot open file"));
         return;
-    }
-    if (file.write(body) < body.size()) {
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
-        file.cancelWriting();
+    case Fault::CannotWrite:
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
         fail(QStringLiteral("Cannot write file"));
         return;
+    case Fault::TooLarge:
+        qWarning().noquote()
+            << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::InstallerBytes);
+        break;
+    case Fault::None:
+        if (transferred) {
+            saveInstaller(finished);
+            return;
+        }
+        break;
     }
+    qCritical() << "Cannot get reply from the server.";
+    fail(QStringLiteral("Cannot get reply from the server"));
+}
+
+bool Updater::openInstaller(Downloading& downloading, const QString& fileName)
+{
+    if (downloading.file)
+        return true;
+    // Empty when the temporary folder does not exist; the bare "/" + name would point at the root.
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
+    downloading.path = folder + QLatin1Char('/') + fileName;
+    if (!folder.isEmpty() && QFile::exists(downloading.path))
+        QFile::remove(downloading.path);
+
+    // Written beside the target and renamed at the end, so a failure never leaves half an installer.
+    auto file = std::make_shared<QSaveFile>(downloading.path);
+    if (folder.isEmpty() || !file->open(QIODevice::WriteOnly)) {
+        downloading.fault = Fault::CannotOpen;
+        return false;
+    }
+    downloading.file = std::move(file);
+    return true;
+}
+
+bool Updater::writeInstaller(Downloading& downloading, const QByteArray& data)
+{
+    if (downloading.file->write(data) < data.size()) {
+        downloading.fault = Fault::CannotWrite;
+        return false;
+    }
+    return true;
+}
+
+void Updater::saveInstaller(Downloading& downloading)
+{
+    QSaveFile& file = *downloading.file;
     if (!file.flush() || !file.commit()) {
-        qCritical().noquote() << QStringLiteral("Cannot save file: ") + path;
+        qCritical().noquote() << QStringLiteral("Cannot save file: ") + downloading.path;
         fail(QStringLiteral("Cannot save file"));
         return;
     }
+    const QString path = downloading.path;
     QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner | QFileDevice::ExeUser);
 
     m_installerPath = path;

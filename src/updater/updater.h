@@ -11,10 +11,12 @@
 #include <QPointer>
 #include <QString>
 
+#include <memory>
 #include <variant>
 
 class QNetworkAccessManager;
 class QNetworkReply;
+class QSaveFile;
 class QWidget;
 
 namespace CVUpdater {
@@ -54,9 +56,16 @@ signals:
 
 private:
     struct Idle {};
+    // Why the transfer was cut short by the updater itself rather than by the network.
+    enum class Fault { None, CannotOpen, CannotWrite, TooLarge };
     struct Downloading {
         QPointer<QNetworkReply> reply;
         QPointer<DownloadProgress> progress;
+        // Opened with the first bytes; until committed it is a temporary file beside the target.
+        std::shared_ptr<QSaveFile> file;
+        QString path;
+        qint64 received = 0;
+        Fault fault = Fault::None;
     };
     struct Downloaded {
         QString path;
@@ -64,12 +73,16 @@ private:
     using State = std::variant<Idle, Downloading, Downloaded>;
 
     void onProgress(qint64 received, qint64 total);
+    void onReadyRead();
     void onFinished();
     void onProgressCanceled();
 
     // Leaves the downloading state without any completion step; false when not downloading.
     bool abortDownload();
-    void saveInstaller(const QByteArray& body);
+    // False (with the fault set) when the installer file cannot be opened or written.
+    static bool openInstaller(Downloading& downloading, const QString& fileName);
+    static bool writeInstaller(Downloading& downloading, const QByteArray& data);
+    void saveInstaller(Downloading& downloading);
     void unexpectedState();
     void fail(const QString& status);
     void setLastStatus(const QString& status);
