@@ -1,5 +1,6 @@
 #include "updater/update_descriptor.h"
 
+#include "core/bounded_body.h"
 #include "core/limits.h"
 
 #include <QDomDocument>
@@ -11,28 +12,40 @@
 #include <QTimer>
 #include <QUrl>
 
+#include <memory>
+
 namespace CVUpdater {
 
 std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
 {
     qInfo().noquote() << QStringLiteral("Looking for download info at: ") + location;
 
+    // Outlive the manager, which takes the reply with it.
+    QByteArray body;
+    std::unique_ptr<Corvel::BoundedBody> decoder;
     QNetworkAccessManager manager;
     QNetworkRequest request{QUrl(location)};
     request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
+    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
+    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
     QNetworkReply* reply = manager.get(request);
     reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
 
-    // Taken as it arrives, so that a body past the limit (counted decompressed) is never held whole.
-    QByteArray body;
-    bool tooLarge = false;
-    QObject::connect(reply, &QNetworkReply::readyRead, reply, [reply, &body, &tooLarge] {
-        body += reply->read(Corvel::Limits::DescriptorBytes + 1 - body.size());
-        if (body.size() > Corvel::Limits::DescriptorBytes && !tooLarge) {
-            tooLarge = true;
+    // Taken as it arrives, so that a body past the limit (counted decoded) is never held whole.
+    const auto take = [reply, &body, &decoder] {
+        // Closed once aborted.
+        const QByteArray received = reply->isOpen() ? reply->readAll() : QByteArray();
+        if (!decoder)
+            decoder = std::make_unique<Corvel::BoundedBody>(reply->rawHeader("Content-Encoding"),
+                                                            Corvel::Limits::DescriptorBytes);
+        const auto status = decoder->feed(received, [&body](const char* data, qint64 size) {
+            body.append(data, int(size));
+            return true;
+        });
+        if (status != Corvel::BoundedBody::Status::Ok && reply->isRunning())
             reply->abort();
-        }
-    });
+    };
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, take);
 
     QEventLoop loop;
     QTimer timer;
@@ -51,9 +64,21 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
         qInfo() << "Cannot get reply from the server";
         return std::nullopt;
     }
-    if (tooLarge) {
+    take();
+    const Corvel::BoundedBody::Status decoding = decoder->finish();
+    if (decoding == Corvel::BoundedBody::Status::TooLarge) {
         qWarning().noquote()
             << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::DescriptorBytes);
+        qInfo() << "Cannot get reply from the server";
+        return std::nullopt;
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        qInfo() << "Cannot get reply from the server";
+        return std::nullopt;
+    }
+    if (decoding == Corvel::BoundedBody::Status::Unreadable) {
+        qWarning().noquote() << "Reply body cannot be decoded, content encoding: " +
+                                    QString::fromLatin1(reply->rawHeader("Content-Encoding"));
         qInfo() << "Cannot get reply from the server";
         return std::nullopt;
     }
@@ -63,12 +88,6 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
         qInfo() << "Cannot get reply from the server";
         return std::nullopt;
     }
-    if (reply->error() != QNetworkReply::NoError) {
-        qInfo() << "Cannot get reply from the server";
-        return std::nullopt;
-    }
-
-    body += reply->readAll();
     return parseDescriptor(body);
 }
 

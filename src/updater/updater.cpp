@@ -158,6 +158,8 @@ void Updater::startDownload(QWidget* dialogParent)
     request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
     // The same as following redirects, minus a step down from TLS to plain HTTP.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
+    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
     if (!m_network)
         m_network = new QNetworkAccessManager(this);
     QNetworkReply* reply = m_network->get(request);
@@ -197,20 +199,36 @@ void Updater::onReadyRead()
 {
     auto* downloading = std::get_if<Downloading>(&m_state);
     QNetworkReply* reply = downloading ? downloading->reply.data() : nullptr;
-    if (!reply || downloading->fault != Fault::None)
-        return;
-    const QByteArray data = reply->readAll();
-    // The body of an error page is no installer.
-    if (reply->error() != QNetworkReply::NoError)
-        return;
-    downloading->received += data.size();
-    if (downloading->received > Corvel::Limits::InstallerBytes)
-        downloading->fault = Fault::TooLarge;
-    else if (openInstaller(*downloading, installerFileName(offeredVersion())))
-        writeInstaller(*downloading, data);
     // Aborting finishes the reply at once: the completion step reports the fault.
-    if (downloading->fault != Fault::None)
+    if (reply && !takeArrived(*downloading, reply) && reply->isRunning())
         reply->abort();
+}
+
+bool Updater::takeArrived(Downloading& downloading, QNetworkReply* reply)
+{
+    // Closed once aborted.
+    const QByteArray received = reply->isOpen() ? reply->readAll() : QByteArray();
+    // The body of an error page is no installer.
+    if (downloading.fault != Fault::None || reply->error() != QNetworkReply::NoError)
+        return downloading.fault == Fault::None;
+    if (!downloading.decoder)
+        downloading.decoder =
+            std::make_shared<Corvel::BoundedBody>(reply->rawHeader("Content-Encoding"), Corvel::Limits::InstallerBytes);
+    const QString fileName = installerFileName(offeredVersion());
+    const auto status = downloading.decoder->feed(received, [&downloading, &fileName](const char* data, qint64 size) {
+        if (!openInstaller(downloading, fileName))
+            return false;
+        if (downloading.file->write(data, size) < size) {
+            downloading.fault = Fault::CannotWrite;
+            return false;
+        }
+        return true;
+    });
+    if (status == Corvel::BoundedBody::Status::TooLarge)
+        downloading.fault = Fault::TooLarge;
+    else if (status == Corvel::BoundedBody::Status::Unreadable && downloading.fault == Fault::None)
+        downloading.fault = Fault::Undecodable;
+    return downloading.fault == Fault::None;
 }
 
 void Updater::onFinished()
@@ -230,9 +248,13 @@ void Updater::onFinished()
         reply->deleteLater();
 
     const bool transferred = reply && reply->error() == QNetworkReply::NoError;
-    // What is still unread; an empty installer is still a file.
-    if (transferred && finished.fault == Fault::None && openInstaller(finished, installerFileName(offeredVersion())))
-        writeInstaller(finished, reply->readAll());
+    // The rest of the body; an empty installer is still a file.
+    if (transferred && takeArrived(finished, reply)) {
+        if (finished.decoder && finished.decoder->finish() != Corvel::BoundedBody::Status::Ok)
+            finished.fault = Fault::Undecodable;
+        else
+            openInstaller(finished, installerFileName(offeredVersion()));
+    }
     if (!transferred || finished.fault != Fault::None)
         finished.file.reset();
 
@@ -248,6 +270,10 @@ void Updater::onFinished()
     case Fault::TooLarge:
         qWarning().noquote()
             << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::InstallerBytes);
+        break;
+    case Fault::Undecodable:
+        qWarning().noquote() << "Reply body cannot be decoded, content encoding: " +
+                                    QString::fromLatin1(reply ? reply->rawHeader("Content-Encoding") : QByteArray());
         break;
     case Fault::None:
         if (transferred) {
@@ -277,15 +303,6 @@ bool Updater::openInstaller(Downloading& downloading, const QString& fileName)
         return false;
     }
     downloading.file = std::move(file);
-    return true;
-}
-
-bool Updater::writeInstaller(Downloading& downloading, const QByteArray& data)
-{
-    if (downloading.file->write(data) < data.size()) {
-        downloading.fault = Fault::CannotWrite;
-        return false;
-    }
     return true;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "build_config.h"
+#include "core/bounded_body.h"
 #include "updater/download_progress.h"
 #include "updater/installer.h"
 #include "updater/update_descriptor.h"
@@ -57,14 +58,14 @@ signals:
 private:
     struct Idle {};
     // Why the transfer was cut short by the updater itself rather than by the network.
-    enum class Fault { None, CannotOpen, CannotWrite, TooLarge };
+    enum class Fault { None, CannotOpen, CannotWrite, TooLarge, Undecodable };
     struct Downloading {
         QPointer<QNetworkReply> reply;
         QPointer<DownloadProgress> progress;
         // Opened with the first bytes; until committed it is a temporary file beside the target.
         std::shared_ptr<QSaveFile> file;
         QString path;
-        qint64 received = 0;
+        std::shared_ptr<Corvel::BoundedBody> decoder;
         Fault fault = Fault::None;
     };
     struct Downloaded {
@@ -79,9 +80,10 @@ private:
 
     // Leaves the downloading state without any completion step; false when not downloading.
     bool abortDownload();
-    // False (with the fault set) when the installer file cannot be opened or written.
+    // False (with the fault set) when the installer file cannot be opened.
     static bool openInstaller(Downloading& downloading, const QString& fileName);
-    static bool writeInstaller(Downloading& downloading, const QByteArray& data);
+    // Decodes what has arrived into the file; false (with the fault set) when that failed.
+    bool takeArrived(Downloading& downloading, QNetworkReply* reply);
     void saveInstaller(Downloading& downloading);
     void unexpectedState();
     void fail(const QString& status);

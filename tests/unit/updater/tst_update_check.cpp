@@ -1,6 +1,7 @@
 #include "http_test_server.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/peak_rss.h"
 #include "updater/updater.h"
 
 #include <QElapsedTimer>
@@ -139,6 +140,39 @@ private slots:
         const QString got = updater.downloadUrl() + '|' + updater.notice();
         QCOMPARE(got == "|" ? QString() : got, offer);
         QVERIFY2(logged.isEmpty() || log.contains(QtInfoMsg, logged), qPrintable(log.texts().join('\n')));
+    }
+
+    // A descriptor far past its limit, on the wire or only once inflated: refused while it arrives.
+    void hugeDescriptor_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::newRow("20 MB plain") << "--fault-oversize";
+        QTest::newRow("1 MB of gzip inflating to 1 GiB") << "--fault-inflate";
+    }
+
+    void hugeDescriptor()
+    {
+        QFETCH(QString, fault);
+        const QString size = fault == "--fault-inflate" ? "1073741824" : "20000000";
+        CorvelTest::CloudSim sim({"--update-version", "1.9.0.0", fault, DescriptorPath + "=" + size});
+        QVERIFY(sim.start());
+        Updater updater(QString(), sim.origin() + DescriptorPath);
+        const CorvelTest::PeakRss peak;
+        QStringList logged;
+        {
+            LogCapture log;
+            QVERIFY(!updater.checkForUpdates());
+            logged = log.texts();
+        }
+        const qint64 growth = peak.growth();
+        QCOMPARE(updater.lastStatus(), QString("Cannot get remote version"));
+        QVERIFY2(logged.join('\n').contains("Reply is too large: more than 1048576 bytes\n"
+                                            "Cannot get reply from the server\nCannot get remote version"),
+                 qPrintable(logged.join('\n')));
+        if (peak.available()) {
+            qInfo("peak memory growth: %lld KiB", growth / 1024);
+            QVERIFY2(growth < 16 * 1024 * 1024, qPrintable(QString::number(growth)));
+        }
     }
 
     void manualLocationNeedsNoDescriptor()
