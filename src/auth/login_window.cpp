@@ -8,6 +8,8 @@
 #include <QWebEngineProfile>
 #include <QWebEngineView>
 
+#include <utility>
+
 namespace TmxAuth {
 
 void prepareWebEngine()
@@ -42,12 +44,15 @@ LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidg
 
     QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
     profile->setUrlRequestInterceptor(&m_interceptor);
-    const QString cachePath = working + QStringLiteral("/LoginWindowCache");
-    profile->setCachePath(cachePath);
     // The page that hands the token over, and the address carrying it, would be cached: the cache
-    // stays in memory, and what an earlier version left on disk goes.
+    // stays in memory, and what an earlier version left on disk goes (once, before the engine has
+    // been pointed there).
+    const QString cachePath = working + QStringLiteral("/LoginWindowCache");
+    static bool staleCacheRemoved = false;
+    if (!std::exchange(staleCacheRemoved, true))
+        QDir(cachePath).removeRecursively();
     profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
-    QDir(cachePath).removeRecursively();
+    profile->setCachePath(cachePath);
     profile->setPersistentStoragePath(working + QStringLiteral("/LoginWindowPersistentStorage"));
 
     connect(&m_interceptor, &RequestInterceptor::sendToken, this, &LoginWindow::setToken, Qt::QueuedConnection);
@@ -63,9 +68,7 @@ LoginWindow::~LoginWindow()
 
 void LoginWindow::removeInterceptor()
 {
-    QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
-    profile->setUrlRequestInterceptor(nullptr);
-    profile->clearHttpCache();
+    QWebEngineProfile::defaultProfile()->setUrlRequestInterceptor(nullptr);
 }
 
 std::optional<QString> LoginWindow::getToken(const QString& authUrl, const QString& logoutUrl, QWidget* parent)

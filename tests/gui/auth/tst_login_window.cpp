@@ -144,6 +144,8 @@ private slots:
         QVERIFY2(count > 0, "the web engine wrote nothing at all under the working folder");
         QVERIFY2(holding.isEmpty(), qPrintable(holding.join('\n')));
 
+        // Had the cookie been lost, the operator would have to sign in with the form again.
+        Operator op("partner");
         const std::optional<QString> again = LoginWindow::getToken(sim.authUrl(), QString());
         QVERIFY(again.has_value() && !again->isEmpty());
         QCOMPARE(sim.requests().filter("POST /authorization/vusk").size(), 1);
