@@ -165,6 +165,21 @@ private slots:
         }
     }
 
+    // A gzip-encoded installer is saved decoded.
+    void gzipInstaller()
+    {
+        const int size = 8 * 1024 * 1024;
+        CorvelTest::CloudSim sim({"--update-version", "1.7.1.0", "--fault-inflate",
+                                  "/Corvel/Corvel_installer.exe=" + QString::number(size)});
+        QVERIFY(sim.start());
+        Updater updater(QString(), sim.origin() + DescriptorPath);
+        QVERIFY(updater.checkForUpdates());
+        QVERIFY(downloaded(updater, 60000));
+        QFile file(updater.installerPath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), '[' + QByteArray(size - 2, ' ') + ']');
+    }
+
     void cancelAndRun()
     {
 #ifndef Q_OS_LINUX
