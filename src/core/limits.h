@@ -19,8 +19,8 @@ inline constexpr qint64 DescriptorBytes = 1024 * 1024;
 // The installer, written to disk as it arrives.
 inline constexpr qint64 InstallerBytes = qint64(2) * 1024 * 1024 * 1024;
 
-// How much a network reply may buffer before the transfer waits for the reader; this also bounds
-// how far a compressed body runs ahead of the size check.
+// How much of a reply's body, as received, the network layer buffers before the transfer waits for
+// the reader, who decodes and counts it (see BoundedBody).
 inline constexpr qint64 ReplyReadBuffer = 256 * 1024;
 
 // Nesting of JSON arrays and objects, and of XML elements. The console's own documents are at most
