@@ -18,6 +18,14 @@ namespace {
 const QString LocalVersion = QStringLiteral(CORVEL_VERSION);
 const QString ManualVersion = QStringLiteral("0.0.0.0");
 
+// What is left of a redirection once the followed ones are done: one without a target, or one the
+// policy refused without an error.
+bool isRedirection(QNetworkReply* reply)
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return status >= 300 && status < 400;
+}
+
 void closeProgress(DownloadProgress* progress, QObject* receiver)
 {
     if (!progress)
@@ -208,8 +216,8 @@ bool Updater::takeArrived(Downloading& downloading, QNetworkReply* reply)
 {
     // Closed once aborted.
     const QByteArray received = reply->isOpen() ? reply->readAll() : QByteArray();
-    // The body of an error page is no installer.
-    if (downloading.fault != Fault::None || reply->error() != QNetworkReply::NoError)
+    // The body of an error page, or of a redirection that was not followed, is no installer.
+    if (downloading.fault != Fault::None || reply->error() != QNetworkReply::NoError || isRedirection(reply))
         return downloading.fault == Fault::None;
     if (!downloading.decoder)
         downloading.decoder =
@@ -247,7 +255,10 @@ void Updater::onFinished()
     if (reply)
         reply->deleteLater();
 
-    const bool transferred = reply && reply->error() == QNetworkReply::NoError;
+    const bool transferred = reply && reply->error() == QNetworkReply::NoError && !isRedirection(reply);
+    if (reply && reply->error() == QNetworkReply::NoError && !transferred)
+        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed")
+                                    .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
     // The rest of the body; an empty installer is still a file.
     if (transferred && takeArrived(finished, reply)) {
         if (finished.decoder && finished.decoder->finish() != Corvel::BoundedBody::Status::Ok)

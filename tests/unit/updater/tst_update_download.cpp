@@ -85,6 +85,8 @@ private slots:
                                                  << "Corvel_x64_installer_01.7.0.378.exe"
                                                  << "";
         QTest::newRow("not found") << QByteArray() << "404" << ManualFile << "Cannot get reply from the server";
+        // A redirection without a target to follow: its body is no installer.
+        QTest::newRow("redirection") << QByteArray() << "302" << ManualFile << "Cannot get reply from the server";
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
         QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << ManualFile << "Cannot open file";
     }
@@ -100,7 +102,9 @@ private slots:
         for (int i = 0; i < 300000; ++i)
             body.append(char('A' + i % 26));
         HttpTestServer server;
-        if (fault != "404")
+        if (fault == "302")
+            server.setResponse(InstallerPath, {302, body});
+        else if (fault != "404")
             server.setResponse(InstallerPath, payload(body));
         server.setResponse(DescriptorPath,
                            payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
