@@ -3,9 +3,12 @@
 #include "core/settings.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QVBoxLayout>
 #include <QWebEngineProfile>
 #include <QWebEngineView>
+
+#include <utility>
 
 namespace TmxAuth {
 
@@ -41,7 +44,15 @@ LoginWindow::LoginWindow(const QString& authUrl, const QString& logoutUrl, QWidg
 
     QWebEngineProfile* profile = QWebEngineProfile::defaultProfile();
     profile->setUrlRequestInterceptor(&m_interceptor);
-    profile->setCachePath(working + QStringLiteral("/LoginWindowCache"));
+    // The page that hands the token over, and the address carrying it, would be cached: the cache
+    // stays in memory, and what an earlier version left on disk goes (once, before the engine has
+    // been pointed there).
+    const QString cachePath = working + QStringLiteral("/LoginWindowCache");
+    static bool staleCacheRemoved = false;
+    if (!std::exchange(staleCacheRemoved, true))
+        QDir(cachePath).removeRecursively();
+    profile->setHttpCacheType(QWebEngineProfile::MemoryHttpCache);
+    profile->setCachePath(cachePath);
     profile->setPersistentStoragePath(working + QStringLiteral("/LoginWindowPersistentStorage"));
 
     connect(&m_interceptor, &RequestInterceptor::sendToken, this, &LoginWindow::setToken, Qt::QueuedConnection);

@@ -1,5 +1,7 @@
 #include "cloud/cloud_records.h"
 
+#include "core/limits.h"
+
 #include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -18,15 +20,31 @@ quint64 toUnsigned64(const QJsonValue& value)
     return static_cast<quint64>(number);
 }
 
-template <typename Record, typename Read>
-QList<Record> parseList(const QByteArray& body, Read read)
+// A document nested deeper than the limit reads as malformed: empty values.
+QJsonDocument boundedDocument(const QByteArray& body)
+{
+    if (!Corvel::Limits::jsonDepthWithin(body)) {
+        qWarning().noquote() << QStringLiteral("JSON nested deeper than %1 levels").arg(Corvel::Limits::JsonDepth);
+        return QJsonDocument();
+    }
+    return QJsonDocument::fromJson(body);
+}
+
+template <typename Record, typename Read> QList<Record> parseList(const QByteArray& body, Read read)
 {
     QList<Record> records;
     if (body.isEmpty()) {
         qWarning().noquote() << "JSON data is empty.";
         return records;
     }
-    const QJsonArray array = QJsonDocument::fromJson(body).array();
+    const QJsonArray array = boundedDocument(body).array();
+    if (array.size() > Corvel::Limits::CloudListRecords) {
+        qWarning().noquote() << QStringLiteral("JSON list of %1 records is longer than %2; it is ignored")
+                                    .arg(array.size())
+                                    .arg(Corvel::Limits::CloudListRecords);
+        return records;
+    }
+    records.reserve(array.size());
     for (const QJsonValue& element : array)
         records.append(read(element.toObject()));
     return records;
@@ -81,7 +99,7 @@ DeviceToken parseDeviceToken(const QByteArray& body)
     DeviceToken token;
     if (emptyObjectBody(body))
         return token;
-    const QJsonObject object = QJsonDocument::fromJson(body).object();
+    const QJsonObject object = boundedDocument(body).object();
     token.url = object.value(QStringLiteral("url")).toString();
     token.token = object.value(QStringLiteral("token")).toString();
     return token;
@@ -91,7 +109,7 @@ QString parsePassphrase(const QByteArray& body)
 {
     if (emptyObjectBody(body))
         return QString();
-    return QJsonDocument::fromJson(body).object().value(QStringLiteral("passphrase")).toString();
+    return boundedDocument(body).object().value(QStringLiteral("passphrase")).toString();
 }
 
 } // namespace VuskAPI

@@ -1,11 +1,17 @@
 #include "cloud/vusk_request.h"
 
+#include "core/bounded_body.h"
+#include "core/limits.h"
+
 #include <QDebug>
 #include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
 #include <QUrl>
+
+#include <memory>
+#include <utility>
 
 namespace VuskAPI {
 
@@ -29,6 +35,72 @@ QString kindName(RequestError::Kind kind)
     return QString();
 }
 
+// Takes a reply's body as it arrives, decoding it piece by piece, so that a body past the limit
+// (counted decoded) is never held whole: the reply is aborted as soon as it exceeds the limit.
+class BodyCollector : public QObject {
+    Q_OBJECT
+
+public:
+    explicit BodyCollector(QNetworkReply* reply)
+        : QObject(reply)
+        , m_reply(reply)
+    {
+        reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
+        connect(reply, &QNetworkReply::readyRead, this, &BodyCollector::take);
+    }
+
+    // The status once the reply has finished; the body is taken out with it.
+    Corvel::BoundedBody::Status finish(QByteArray& body)
+    {
+        take();
+        if (decoder().finish() != Corvel::BoundedBody::Status::Ok)
+            m_body.clear();
+        body = std::exchange(m_body, QByteArray());
+        return decoder().status();
+    }
+
+    QByteArray contentEncoding() const { return m_reply->rawHeader("Content-Encoding"); }
+
+private:
+    Corvel::BoundedBody& decoder()
+    {
+        if (!m_decoder)
+            m_decoder = std::make_unique<Corvel::BoundedBody>(contentEncoding(), Corvel::Limits::CloudReplyBytes);
+        return *m_decoder;
+    }
+
+    void take()
+    {
+        // Closed once aborted.
+        const QByteArray received = m_reply->isOpen() ? m_reply->readAll() : QByteArray();
+        if (decoder().status() != Corvel::BoundedBody::Status::Ok)
+            return;
+        const auto status = decoder().feed(received, [this](const char* data, qint64 size) {
+            m_body.append(data, int(size));
+            return true;
+        });
+        if (status != Corvel::BoundedBody::Status::Ok) {
+            m_body = QByteArray();
+            if (m_reply->isRunning())
+                m_reply->abort();
+        }
+    }
+
+    QNetworkReply* m_reply;
+    std::unique_ptr<Corvel::BoundedBody> m_decoder;
+    QByteArray m_body;
+};
+
+RequestError replyError(QNetworkReply::NetworkError code)
+{
+    qWarning().noquote() << "Reply error: " + networkErrorName(code);
+    RequestError error;
+    error.kind = code == QNetworkReply::AuthenticationRequiredError ? RequestError::AuthenticationError
+                                                                    : RequestError::ServerError;
+    error.code = code;
+    return error;
+}
+
 } // namespace
 
 VuskRequest::VuskRequest(TmxAuth::AuthSession* session, const QString& baseUrl, QObject* parent)
@@ -45,22 +117,45 @@ QNetworkReply* VuskRequest::get(const QString& url)
     // carry (a space, say) goes out percent-encoded.
     QNetworkRequest request(QUrl(url, QUrl::TolerantMode));
     request.setRawHeader("Authorization", "Bearer " + m_session->token().toUtf8());
-    return m_network->get(request);
+    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
+    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
+    QNetworkReply* reply = m_network->get(request);
+    new BodyCollector(reply);
+    return reply;
 }
 
 std::variant<QString, RequestError> VuskRequest::replyResult(QNetworkReply* reply)
 {
     const QNetworkReply::NetworkError code = reply->error();
-    const QString body = QString::fromUtf8(reply->readAll());
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    QByteArray bytes;
+    QByteArray encoding;
+    Corvel::BoundedBody::Status decoding = Corvel::BoundedBody::Status::Ok;
+    if (auto* collector = reply->findChild<BodyCollector*>(QString(), Qt::FindDirectChildrenOnly)) {
+        decoding = collector->finish(bytes);
+        encoding = collector->contentEncoding();
+    } else {
+        bytes = reply->readAll();
+    }
     reply->deleteLater();
-    if (code == QNetworkReply::NoError)
-        return body;
-    qWarning().noquote() << "Reply error: " + networkErrorName(code);
-    RequestError error;
-    error.kind = code == QNetworkReply::AuthenticationRequiredError ? RequestError::AuthenticationError
-                                                                    : RequestError::ServerError;
-    error.code = code;
-    return error;
+
+    if (decoding == Corvel::BoundedBody::Status::TooLarge) {
+        qWarning().noquote()
+            << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::CloudReplyBytes);
+        return replyError(QNetworkReply::UnknownContentError);
+    }
+    if (code != QNetworkReply::NoError)
+        return replyError(code);
+    if (decoding == Corvel::BoundedBody::Status::Unreadable) {
+        qWarning().noquote() << "Reply body cannot be decoded, content encoding: " + QString::fromLatin1(encoding);
+        return replyError(QNetworkReply::UnknownContentError);
+    }
+    // No redirection is followed, and the body of one is not what was asked for.
+    if (status >= 300 && status < 400) {
+        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed").arg(status);
+        return replyError(QNetworkReply::ProtocolFailure);
+    }
+    return QString::fromUtf8(bytes);
 }
 
 void VuskRequest::logRequestError(const QString& name, const RequestError& error, int attemptsLeft)
@@ -153,3 +248,5 @@ QString VuskRequest::clientName() const
 }
 
 } // namespace VuskAPI
+
+#include "vusk_request.moc"

@@ -1,6 +1,7 @@
 #include "core/settings.h"
 
 #include "build_config.h"
+#include "core/limits.h"
 #include "platform/platform.h"
 
 #include <QDebug>
@@ -114,6 +115,11 @@ std::optional<QJsonObject> loadConfig(const QString& path)
     }
     const QByteArray data = file.readAll();
     file.close();
+    // The parser recurses per level; the same words as its own for a document nested too deeply.
+    if (!Limits::jsonDepthWithin(data)) {
+        qCritical().noquote() << "Failed to parse JSON from file " + path + ". Error: too deeply nested document";
+        return std::nullopt;
+    }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(data, &error);
     if (document.isNull()) {

@@ -1,5 +1,7 @@
 #include "session/auth_session.h"
 
+#include "core/limits.h"
+
 #include <QDebug>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -92,7 +94,11 @@ UserData AuthSession::decode(const QString& token)
     if (bytes.isEmpty() && !undecodable)
         return UserData();
 
-    const QJsonObject data = QJsonDocument::fromJson(bytes).object().value(QStringLiteral("data")).toObject();
+    QJsonObject data;
+    if (Corvel::Limits::jsonDepthWithin(bytes))
+        data = QJsonDocument::fromJson(bytes).object().value(QStringLiteral("data")).toObject();
+    else
+        qWarning().noquote() << QStringLiteral("JSON nested deeper than %1 levels").arg(Corvel::Limits::JsonDepth);
     if (data.isEmpty()) {
         qCritical().noquote() << "Failed to parse JSON data. Array name: data";
         return UserData();

@@ -1,7 +1,5 @@
 #include "updater/installer.h"
 
-#include "updater/version_info.h"
-
 #include <QProcess>
 #include <QRegularExpression>
 
@@ -20,12 +18,17 @@ QStringList installerArguments()
 
 QString installerFileName(const QString& version)
 {
+    static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9._-]{1,64}$"));
+    static const QRegularExpression dotted(QStringLiteral("\\d+\\.\\d+\\.\\d+\\.\\d+"));
+    static const QRegularExpression unsafe(QStringLiteral("[^A-Za-z0-9._-]"));
     QString part;
-    if (const auto parsed = parseVersion(version)) {
-        part = toString(*parsed);
+    if (plain.match(version).hasMatch()) {
+        part = version;
+    } else if (const QRegularExpressionMatch match = dotted.match(version); match.hasMatch()) {
+        // The version as written in the text around it, digits untouched.
+        part = match.captured(0);
     } else {
-        static const QRegularExpression unsafe(QStringLiteral("[^A-Za-z0-9._-]"));
-        part = QString(version).replace(unsafe, QStringLiteral("_"));
+        part = version.left(64).replace(unsafe, QStringLiteral("_"));
     }
     return QStringLiteral("Corvel_x64_installer_") + part + QStringLiteral(".exe");
 }

@@ -10,8 +10,9 @@ namespace CVUpdater {
 // The unattended-install arguments, in the order the installer expects them.
 QStringList installerArguments();
 
-// "Corvel_x64_installer_<version>.exe"; the version is written in its plain dotted form so that
-// text taken from the descriptor can never reach outside the temporary folder.
+// "Corvel_x64_installer_<version>.exe" with the version as offered ("1.07.0.378" stays as it is).
+// Text from the descriptor that is not a plain file-name part gives only its dotted version, so it
+// can never reach outside the temporary folder.
 QString installerFileName(const QString& version);
 
 // Starts a program detached with its output and error streams on the null device.

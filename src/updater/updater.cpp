@@ -1,5 +1,7 @@
 #include "updater/updater.h"
 
+#include "core/limits.h"
+
 #include <QFile>
 #include <QMutexLocker>
 #include <QNetworkAccessManager>
@@ -16,6 +18,14 @@ namespace {
 const QString LocalVersion = QStringLiteral(CORVEL_VERSION);
 const QString ManualVersion = QStringLiteral("0.0.0.0");
 
+// What is left of a redirection once the followed ones are done: one without a target, or one the
+// policy refused without an error.
+bool isRedirection(QNetworkReply* reply)
+{
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    return status >= 300 && status < 400;
+}
+
 void closeProgress(DownloadProgress* progress, QObject* receiver)
 {
     if (!progress)
@@ -28,7 +38,9 @@ void closeProgress(DownloadProgress* progress, QObject* receiver)
 } // namespace
 
 Updater::Updater(const QString& manualUpdateUrl, const QString& descriptorUrl, QObject* parent)
-    : QObject(parent), m_manualUpdateUrl(manualUpdateUrl), m_descriptorUrl(descriptorUrl)
+    : QObject(parent)
+    , m_manualUpdateUrl(manualUpdateUrl)
+    , m_descriptorUrl(descriptorUrl)
 {
 }
 
@@ -154,11 +166,18 @@ void Updater::startDownload(QWidget* dialogParent)
     request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
     // The same as following redirects, minus a step down from TLS to plain HTTP.
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
+    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
     if (!m_network)
         m_network = new QNetworkAccessManager(this);
     QNetworkReply* reply = m_network->get(request);
-    m_state = Downloading{reply, nullptr};
+    // The installer goes to its file as it arrives; the transfer waits while this much is unread.
+    reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
+    Downloading downloading;
+    downloading.reply = reply;
+    m_state = std::move(downloading);
 
+    connect(reply, &QNetworkReply::readyRead, this, &Updater::onReadyRead);
     connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
     connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
 
@@ -184,6 +203,42 @@ void Updater::onProgress(qint64 received, qint64 total)
     qInfo().noquote() << QStringLiteral("Update progress: %1/%2").arg(received).arg(total);
 }
 
+void Updater::onReadyRead()
+{
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    QNetworkReply* reply = downloading ? downloading->reply.data() : nullptr;
+    // Aborting finishes the reply at once: the completion step reports the fault.
+    if (reply && !takeArrived(*downloading, reply) && reply->isRunning())
+        reply->abort();
+}
+
+bool Updater::takeArrived(Downloading& downloading, QNetworkReply* reply)
+{
+    // Closed once aborted.
+    const QByteArray received = reply->isOpen() ? reply->readAll() : QByteArray();
+    // The body of an error page, or of a redirection that was not followed, is no installer.
+    if (downloading.fault != Fault::None || reply->error() != QNetworkReply::NoError || isRedirection(reply))
+        return downloading.fault == Fault::None;
+    if (!downloading.decoder)
+        downloading.decoder =
+            std::make_shared<Corvel::BoundedBody>(reply->rawHeader("Content-Encoding"), Corvel::Limits::InstallerBytes);
+    const QString fileName = installerFileName(offeredVersion());
+    const auto status = downloading.decoder->feed(received, [&downloading, &fileName](const char* data, qint64 size) {
+        if (!openInstaller(downloading, fileName))
+            return false;
+        if (downloading.file->write(data, size) < size) {
+            downloading.fault = Fault::CannotWrite;
+            return false;
+        }
+        return true;
+    });
+    if (status == Corvel::BoundedBody::Status::TooLarge)
+        downloading.fault = Fault::TooLarge;
+    else if (status == Corvel::BoundedBody::Status::Unreadable && downloading.fault == Fault::None)
+        downloading.fault = Fault::Undecodable;
+    return downloading.fault == Fault::None;
+}
+
 void Updater::onFinished()
 {
     qInfo() << "Download finished.";
@@ -192,49 +247,85 @@ void Updater::onFinished()
         unexpectedState();
         return;
     }
-    QPointer<QNetworkReply> reply = downloading->reply;
-    closeProgress(downloading->progress, this);
-    // A failed download leaves nothing that could be installed.
+    // A failed download leaves nothing that could be installed; an uncommitted file goes with it.
+    Downloading finished = std::move(*downloading);
     m_state = Idle{};
+    closeProgress(finished.progress, this);
+    QPointer<QNetworkReply> reply = finished.reply;
+    if (reply)
+        reply->deleteLater();
 
-    if (!reply || reply->error() != QNetworkReply::NoError) {
-        if (reply)
-            reply->deleteLater();
-        qCritical() << "Cannot get reply from the server.";
-        fail(QStringLiteral("Cannot get reply from the server"));
-        return;
+    const bool transferred = reply && reply->error() == QNetworkReply::NoError && !isRedirection(reply);
+    if (reply && reply->error() == QNetworkReply::NoError && !transferred)
+        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed")
+                                    .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
+    // The rest of the body; an empty installer is still a file.
+    if (transferred && takeArrived(finished, reply)) {
+        if (finished.decoder && finished.decoder->finish() != Corvel::BoundedBody::Status::Ok)
+            finished.fault = Fault::Undecodable;
+        else
+            openInstaller(finished, installerFileName(offeredVersion()));
     }
-    const QByteArray body = reply->readAll();
-    reply->deleteLater();
-    saveInstaller(body);
-}
+    if (!transferred || finished.fault != Fault::None)
+        finished.file.reset();
 
-void Updater::saveInstaller(const QByteArray& body)
-{
-    // Empty when the temporary folder does not exist; the bare "/" + name would point at the root.
-    const QString folder = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
-    const QString path = folder + QLatin1Char('/') + installerFileName(offeredVersion());
-    if (!folder.isEmpty() && QFile::exists(path))
-        QFile::remove(path);
-
-    // Written beside the target and renamed at the end, so a failure never leaves half an installer.
-    QSaveFile file(path);
-    if (folder.isEmpty() || !file.open(QIODevice::WriteOnly)) {
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
+    switch (finished.fault) {
+    case Fault::CannotOpen:
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
         fail(QStringLiteral("Cannot open file"));
         return;
-    }
-    if (file.write(body) < body.size()) {
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + path;
-        file.cancelWriting();
+    case Fault::CannotWrite:
+        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
         fail(QStringLiteral("Cannot write file"));
         return;
+    case Fault::TooLarge:
+        qWarning().noquote()
+            << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::InstallerBytes);
+        break;
+    case Fault::Undecodable:
+        qWarning().noquote() << "Reply body cannot be decoded, content encoding: " +
+                                    QString::fromLatin1(reply ? reply->rawHeader("Content-Encoding") : QByteArray());
+        break;
+    case Fault::None:
+        if (transferred) {
+            saveInstaller(finished);
+            return;
+        }
+        break;
     }
+    qCritical() << "Cannot get reply from the server.";
+    fail(QStringLiteral("Cannot get reply from the server"));
+}
+
+bool Updater::openInstaller(Downloading& downloading, const QString& fileName)
+{
+    if (downloading.file)
+        return true;
+    // Empty when the temporary folder does not exist; the bare "/" + name would point at the root.
+    const QString folder = QStandardPaths::writableLocation(QStandardPaths::TempLocation);
+    downloading.path = folder + QLatin1Char('/') + fileName;
+    if (!folder.isEmpty() && QFile::exists(downloading.path))
+        QFile::remove(downloading.path);
+
+    // Written beside the target and renamed at the end, so a failure never leaves half an installer.
+    auto file = std::make_shared<QSaveFile>(downloading.path);
+    if (folder.isEmpty() || !file->open(QIODevice::WriteOnly)) {
+        downloading.fault = Fault::CannotOpen;
+        return false;
+    }
+    downloading.file = std::move(file);
+    return true;
+}
+
+void Updater::saveInstaller(Downloading& downloading)
+{
+    QSaveFile& file = *downloading.file;
     if (!file.flush() || !file.commit()) {
-        qCritical().noquote() << QStringLiteral("Cannot save file: ") + path;
+        qCritical().noquote() << QStringLiteral("Cannot save file: ") + downloading.path;
         fail(QStringLiteral("Cannot save file"));
         return;
     }
+    const QString path = downloading.path;
     QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner | QFileDevice::ExeUser);
 
     m_installerPath = path;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "build_config.h"
+#include "core/bounded_body.h"
 #include "updater/download_progress.h"
 #include "updater/installer.h"
 #include "updater/update_descriptor.h"
@@ -11,10 +12,12 @@
 #include <QPointer>
 #include <QString>
 
+#include <memory>
 #include <variant>
 
 class QNetworkAccessManager;
 class QNetworkReply;
+class QSaveFile;
 class QWidget;
 
 namespace CVUpdater {
@@ -54,9 +57,16 @@ signals:
 
 private:
     struct Idle {};
+    // Why the transfer was cut short by the updater itself rather than by the network.
+    enum class Fault { None, CannotOpen, CannotWrite, TooLarge, Undecodable };
     struct Downloading {
         QPointer<QNetworkReply> reply;
         QPointer<DownloadProgress> progress;
+        // Opened with the first bytes; until committed it is a temporary file beside the target.
+        std::shared_ptr<QSaveFile> file;
+        QString path;
+        std::shared_ptr<Corvel::BoundedBody> decoder;
+        Fault fault = Fault::None;
     };
     struct Downloaded {
         QString path;
@@ -64,12 +74,17 @@ private:
     using State = std::variant<Idle, Downloading, Downloaded>;
 
     void onProgress(qint64 received, qint64 total);
+    void onReadyRead();
     void onFinished();
     void onProgressCanceled();
 
     // Leaves the downloading state without any completion step; false when not downloading.
     bool abortDownload();
-    void saveInstaller(const QByteArray& body);
+    // False (with the fault set) when the installer file cannot be opened.
+    static bool openInstaller(Downloading& downloading, const QString& fileName);
+    // Decodes what has arrived into the file; false (with the fault set) when that failed.
+    bool takeArrived(Downloading& downloading, QNetworkReply* reply);
+    void saveInstaller(Downloading& downloading);
     void unexpectedState();
     void fail(const QString& status);
     void setLastStatus(const QString& status);

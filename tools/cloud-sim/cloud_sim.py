@@ -20,6 +20,7 @@ import ssl
 import sys
 import threading
 import time
+import zlib
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 from urllib.parse import parse_qs, urlsplit
 
@@ -91,6 +92,9 @@ fault injection (PATH matches the request path without the query, by prefix):
   --fault-status /vusk/clients=500   --fault-status /vusk/clients=500x1 (the first request only)
   --fault-delay /vusk=2000   --fault-empty /vusk/devices
   --fault-malformed /Corvel/autoupdate.xml
+  --fault-oversize /vusk/clients=20000000    (a JSON array padded with blanks to that many bytes)
+  --fault-inflate /vusk/clients=1073741824   (about 1 MB of gzip that inflates to that many bytes)
+  --installer-size 268435456                 (the installer streamed at that size)
 
 data file (--data): JSON with the keys of the built-in set: "users" (name -> token "data"
 members, or {"broken": true}), "clients", "datasources", "devices" (records plus their
@@ -119,6 +123,26 @@ def installer_bytes(size=393216):
 def iso_bytes(size=65536):
     head = b"CD001 Corvel recovery image (simulated)\n"
     return (head * (size // len(head) + 1))[:size]
+
+
+def padded_array(size, chunk=1 << 20):
+    """The chunks of "[", blanks and "]", size bytes in all (at least 2)."""
+    size = max(size, 2)
+    yield b"["
+    left = size - 2
+    blanks = b" " * chunk
+    while left > 0:
+        yield blanks[:min(left, chunk)]
+        left -= min(left, chunk)
+    yield b"]"
+
+
+def cycled(data, size):
+    """The chunks of data repeated up to size bytes."""
+    left = size
+    while left > 0:
+        yield data[:min(left, len(data))]
+        left -= min(left, len(data))
 
 
 def parse_pairs(values, option, convert):
@@ -154,6 +178,26 @@ class Simulator:
         self.fault_delay = parse_pairs(args.fault_delay, "--fault-delay", int)
         self.installer = installer_bytes()
         self.iso = iso_bytes()
+        self.fault_oversize = parse_pairs(args.fault_oversize, "--fault-oversize", int)
+        self.fault_inflate = parse_pairs(args.fault_inflate, "--fault-inflate", int)
+        self.inflating = {}  # inflated size -> gzip body
+        self.inflating_lock = threading.Lock()
+        # Compressing takes seconds; it starts at once so that the first request rarely waits.
+        for _, size in self.fault_inflate:
+            threading.Thread(target=self.inflating_body, args=(size,), daemon=True).start()
+
+    def inflating_body(self, size):
+        """A gzip stream of a JSON array padded with blanks to size bytes, made once per size."""
+        with self.inflating_lock:
+            body = self.inflating.get(size)
+            if body is None:
+                compressor = zlib.compressobj(9, zlib.DEFLATED, 31)
+                parts = []
+                for chunk in padded_array(size):
+                    parts.append(compressor.compress(chunk))
+                parts.append(compressor.flush())
+                body = self.inflating[size] = b"".join(parts)
+            return body
 
     def take_status_fault(self, path):
         for prefix, (code, times) in self.fault_status:
@@ -236,6 +280,24 @@ class Handler(BaseHTTPRequestHandler):
             self.wfile.write(body)
         self.sim.log("%s %s %d" % (self.command, self.path, status))
 
+    def reply_stream(self, status, size, chunks, content_type, headers=()):
+        """Sends a body of size bytes chunk by chunk, never whole; a client that gives up is no error."""
+        self.send_response(status)
+        self.send_header("Content-Type", content_type)
+        self.send_header("Content-Length", str(size))
+        for name, value in headers:
+            self.send_header(name, value)
+        self.end_headers()
+        note = ""
+        if self.command != "HEAD":
+            try:
+                for chunk in chunks:
+                    self.wfile.write(chunk)
+            except (BrokenPipeError, ConnectionResetError):
+                note = " (client closed the connection)"
+                self.close_connection = True
+        self.sim.log("%s %s %d%s" % (self.command, self.path, status, note))
+
     def reply_json(self, value):
         self.reply(200, json.dumps(value))
 
@@ -262,6 +324,15 @@ class Handler(BaseHTTPRequestHandler):
         status = self.sim.take_status_fault(path)
         if status is not None:
             self.reply(status, json.dumps({"error": "injected fault", "status": status}))
+            return True
+        size = matching(self.sim.fault_oversize, path)
+        if size is not None:
+            self.reply_stream(200, max(size, 2), padded_array(size), "application/json")
+            return True
+        size = matching(self.sim.fault_inflate, path)
+        if size is not None:
+            body = self.sim.inflating_body(size)
+            self.reply_stream(200, len(body), [body], "application/json", [("Content-Encoding", "gzip")])
             return True
         if matching([(p, True) for p in self.sim.args.fault_empty or []], path):
             self.reply(200, b"")
@@ -299,6 +370,9 @@ class Handler(BaseHTTPRequestHandler):
         if path == "/Corvel/autoupdate.xml":
             return self.descriptor()
         if path in ("/Corvel/Corvel_installer.exe", "/Corvel/Corvel_installer_x86.exe"):
+            size = self.sim.args.installer_size
+            if size is not None:
+                return self.reply_stream(200, size, cycled(self.sim.installer, size), "application/octet-stream")
             return self.reply(200, self.sim.installer, "application/octet-stream")
         if path == "/isodownload/Recovery.iso":
             return self.reply(200, self.sim.iso, "application/octet-stream")
@@ -458,6 +532,14 @@ def main(argv=None):
                         help="answer 200 with an empty body under PATH (repeatable)")
     parser.add_argument("--fault-malformed", metavar="PATH", action="append",
                         help="answer 200 with broken JSON (XML for .xml paths) under PATH (repeatable)")
+    parser.add_argument("--fault-oversize", metavar="PATH=BYTES", action="append",
+                        help="answer 200 under PATH with a JSON array padded with blanks to BYTES bytes, "
+                             "streamed (repeatable)")
+    parser.add_argument("--fault-inflate", metavar="PATH=BYTES", action="append",
+                        help="answer 200 under PATH with a gzip-encoded JSON array that inflates to BYTES "
+                             "bytes (repeatable)")
+    parser.add_argument("--installer-size", metavar="BYTES", type=int,
+                        help="serve the installer at BYTES bytes (the usual bytes repeated), streamed")
     parser.add_argument("--token-expiry", metavar="N", type=int,
                         help="a token stops working after N API requests")
     parser.add_argument("--sentinel", default=DEFAULT_SENTINEL,

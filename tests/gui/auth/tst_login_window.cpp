@@ -8,6 +8,7 @@
 #include "build_config.h"
 
 #include <QApplication>
+#include <QDirIterator>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QWebEnginePage>
@@ -103,6 +104,51 @@ private slots:
         QCOMPARE(QWebEngineProfile::defaultProfile()->persistentStoragePath(),
                  m_working.path() + "/LoginWindowPersistentStorage");
         QCOMPARE(QWebEngineProfile::defaultProfile()->cachePath(), m_working.path() + "/LoginWindowCache");
+    }
+
+    // Once the window is closed nothing under the working folder holds the token or its payload, in
+    // any encoding; the site's cookie still signs the operator in at once.
+    void noTokenOnDisk()
+    {
+        CloudSim sim({"--sentinel", CORVEL_TOKEN_SENTINEL});
+        QVERIFY(sim.start());
+        std::optional<QString> token;
+        {
+            Operator op("partner");
+            token = LoginWindow::getToken(sim.authUrl(), QString());
+        }
+        QVERIFY(token.has_value());
+        const QByteArray payload = token->section('.', 1, 1).toLatin1();
+        const QByteArray decoded = QByteArray::fromBase64(payload);
+        QVERIFY(payload.size() > 20 && decoded.contains("partner"));
+        QList<QByteArray> secrets{token->toLatin1(), payload, decoded};
+        for (const QByteArray& secret : QList<QByteArray>(secrets)) {
+            const QString text = QString::fromLatin1(secret);
+            secrets << QByteArray(reinterpret_cast<const char*>(text.utf16()), text.size() * 2);
+        }
+        // The engine writes its stores in the background.
+        QTest::qWait(3000);
+        QStringList holding;
+        QDirIterator files(m_working.path(), QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+        int count = 0;
+        while (files.hasNext()) {
+            QFile file(files.next());
+            ++count;
+            if (!file.open(QIODevice::ReadOnly))
+                continue;
+            const QByteArray content = file.readAll();
+            for (const QByteArray& secret : secrets)
+                if (content.contains(secret))
+                    holding << files.filePath();
+        }
+        QVERIFY2(count > 0, "the web engine wrote nothing at all under the working folder");
+        QVERIFY2(holding.isEmpty(), qPrintable(holding.join('\n')));
+
+        // Had the cookie been lost, the operator would have to sign in with the form again.
+        Operator op("partner");
+        const std::optional<QString> again = LoginWindow::getToken(sim.authUrl(), QString());
+        QVERIFY(again.has_value() && !again->isEmpty());
+        QCOMPARE(sim.requests().filter("POST /authorization/vusk").size(), 1);
     }
 
     void logOutAndSignInAgain()

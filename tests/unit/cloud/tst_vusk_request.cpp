@@ -1,6 +1,7 @@
 #include "cloud/vusk_request.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/peak_rss.h"
 
 #include <QNetworkReply>
 #include <QTcpServer>
@@ -11,6 +12,7 @@
 using namespace VuskAPI;
 using CorvelTest::CloudSim;
 using CorvelTest::LogCapture;
+using CorvelTest::PeakRss;
 
 namespace {
 
@@ -193,6 +195,104 @@ private slots:
         QCOMPARE(int(error->kind), kind);
         QCOMPARE(error->code, code);
         QVERIFY(error->description.isEmpty());
+    }
+
+    // Replies no sound cloud sends: each fails the request and says why, and memory stays bounded
+    // whatever the size on the wire or after decompression.
+    void hostileReplies_data()
+    {
+        QTest::addColumn<QStringList>("simArgs");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("reason");
+
+        const QString tooLarge = "Reply is too large: more than 16777216 bytes";
+        QTest::newRow("redirection") << QStringList{"--fault-status", "/vusk/clients=302"}
+                                     << int(QNetworkReply::ProtocolFailure)
+                                     << "Reply is a redirection (HTTP 302), which is not followed";
+        QTest::newRow("20 MB plain") << QStringList{"--fault-oversize", "/vusk/clients=20000000"}
+                                     << int(QNetworkReply::UnknownContentError) << tooLarge;
+        QTest::newRow("1 MB of gzip inflating to 1 GiB") << QStringList{"--fault-inflate", "/vusk/clients=1073741824"}
+                                                         << int(QNetworkReply::UnknownContentError) << tooLarge;
+    }
+
+    void hostileReplies()
+    {
+        QFETCH(QStringList, simArgs);
+        QFETCH(int, code);
+        QFETCH(QString, reason);
+
+        CloudSim sim(simArgs);
+        QVERIFY(sim.start());
+        TmxAuth::AuthSession session(sim.signIn("partner"));
+        VuskRequest request(&session, sim.vuskUrl());
+        const PeakRss peak;
+        QStringList logged;
+        std::optional<RequestError> error;
+        {
+            LogCapture log;
+            error = run(request, "clients").error;
+            logged = log.texts();
+        }
+        const qint64 growth = peak.growth();
+        QVERIFY(error);
+        QCOMPARE(int(error->kind), int(RequestError::ServerError));
+        QCOMPARE(error->code, code);
+        const QString name = QString::fromLatin1(QMetaEnum::fromType<QNetworkReply::NetworkError>().valueToKey(code));
+        const QStringList expected{reason, "Reply error: " + name,
+                                   "Request for client failed. Error: " + QString::number(code)};
+        QVERIFY2(logged.mid(2) == expected, qPrintable(logged.join('\n')));
+        if (peak.available()) {
+            qInfo("peak memory growth: %lld KiB", growth / 1024);
+            QVERIFY2(growth < 48 * 1024 * 1024, qPrintable(QString::number(growth)));
+        }
+    }
+
+    // Documents nested or repeated beyond the limits read as malformed ones: empty values.
+    void boundedParsing_data()
+    {
+        QTest::addColumn<QString>("parser");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("records"); // clients parsed; for the passphrase 1 when it was read
+        QTest::addColumn<QString>("logged");
+
+        const auto records = [](int count) {
+            QByteArray body = "[";
+            for (int i = 0; i < count; ++i)
+                body += i ? ",{}" : "{}";
+            return body + "]";
+        };
+        // The array is the first level, each record the second.
+        const auto nestedList = [](int arrays) {
+            return "[{\"id_\": 1, \"x\": " + QByteArray(arrays, '[') + QByteArray(arrays, ']') + "}]";
+        };
+        const QString deep = "JSON nested deeper than 64 levels";
+        QTest::newRow("100000 records") << "clients" << records(100000) << 100000 << "";
+        QTest::newRow("100001 records") << "clients" << records(100001) << 0
+                                        << "JSON list of 100001 records is longer than 100000; it is ignored";
+        QTest::newRow("64 levels") << "clients" << nestedList(62) << 1 << "";
+        QTest::newRow("65 levels") << "clients" << nestedList(63) << 0 << deep;
+        QTest::newRow("100000 levels") << "clients" << QByteArray(100000, '[') << 0 << deep;
+        QTest::newRow("passphrase, 65 levels")
+            << "passphrase"
+            << "{\"passphrase\": \"p\", \"x\": " + QByteArray(64, '[') + QByteArray(64, ']') + "}" << 0 << deep;
+        QTest::newRow("passphrase, brackets in text")
+            << "passphrase"
+            << "{\"passphrase\": \"p[[[\", \"x\": \"" + QByteArray(100, '{') + "\"}" << 1 << "";
+    }
+
+    void boundedParsing()
+    {
+        QFETCH(QString, parser);
+        QFETCH(QByteArray, body);
+        QFETCH(int, records);
+        QFETCH(QString, logged);
+
+        LogCapture log;
+        if (parser == "clients")
+            QCOMPARE(parseClients(body).size(), records);
+        else
+            QCOMPARE(int(parsePassphrase(body).startsWith('p')), records);
+        QCOMPARE(log.texts(), logged.isEmpty() ? QStringList() : QStringList{logged});
     }
 };
 

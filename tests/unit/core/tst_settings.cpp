@@ -134,6 +134,16 @@ private slots:
         QTest::newRow("array top level") << QByteArray("[1, 2]") << true << 0 << QString();
         QTest::newRow("unparsable") << QByteArray("{\"a\": ") << false << 0 << "Failed to parse JSON from file ";
         QTest::newRow("empty file") << QByteArray() << false << 0 << "Failed to parse JSON from file ";
+        // The object itself is the first level.
+        const auto nested = [](int arrays) {
+            return "{\"a\": " + QByteArray(arrays, '[') + QByteArray(arrays, ']') + "}";
+        };
+        QTest::newRow("64 levels") << nested(63) << true << 1 << QString();
+        QTest::newRow("65 levels") << nested(64) << false << 0 << "Failed to parse JSON from file ";
+        QTest::newRow("100000 levels") << nested(100000) << false << 0 << "Failed to parse JSON from file ";
+        QTest::newRow("brackets inside strings")
+            << "{\"a\": \"" + QByteArray(100, '[') + "\", \"b\": \"\\\\\\\"" + QByteArray(100, '{') + "\"}" << true << 2
+            << QString();
     }
 
     void loadConfig()

@@ -65,6 +65,14 @@ private slots:
         QTest::newRow("standard alphabet")
             << makeToken(Odd) << "partner 0 5 Op ~~~ ??? >>>" << true << QStringList{partner};
         QTest::newRow("url-safe alphabet rejected") << urlSafe << "none 0  " << false << parseFailed;
+        const auto nested = [](int arrays) {
+            return makeToken(R"({"data":{"reseller_id":1,"username":"op","x":)" + QByteArray(arrays, '[') +
+                             QByteArray(arrays, ']') + "}}");
+        };
+        QTest::newRow("payload 64 levels deep")
+            << nested(62) << "partner 0 1 op" << true << QStringList{noName, partner};
+        QTest::newRow("payload 65 levels deep")
+            << nested(63) << "none 0  " << false << QStringList{"JSON nested deeper than 64 levels"} + parseFailed;
     }
 
     void decode()

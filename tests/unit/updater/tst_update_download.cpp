@@ -1,11 +1,14 @@
 #include "http_test_server.h"
+#include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/peak_rss.h"
 #include "updater/updater.h"
 
 #include <QtTest>
 
 using CorvelTest::HttpTestServer;
 using CorvelTest::LogCapture;
+using CorvelTest::PeakRss;
 using CVUpdater::Updater;
 
 namespace {
@@ -25,13 +28,13 @@ QStringList filesIn(const QString& folder)
 }
 
 // Starts the download and waits for its outcome; true when it finished.
-bool downloaded(Updater& updater)
+bool downloaded(Updater& updater, int timeoutMs = 10000)
 {
     QSignalSpy finished(&updater, &Updater::downloadFinished);
     QSignalSpy failed(&updater, &Updater::downloadFailed);
     updater.startDownload();
     return updater.isDownloading() &&
-           QTest::qWaitFor([&] { return finished.count() + failed.count() > 0; }, 10000) && failed.isEmpty();
+           QTest::qWaitFor([&] { return finished.count() + failed.count() > 0; }, timeoutMs) && failed.isEmpty();
 }
 
 // runUpdate() must refuse: nothing downloaded to run.
@@ -68,11 +71,22 @@ private slots:
         QTest::addColumn<QString>("fileName");
         QTest::addColumn<QString>("status"); // empty: the download succeeds
 
-        QTest::newRow("release") << QByteArray("1.7.1.12") << "" << "Corvel_x64_installer_1.7.1.12.exe" << "";
+        QTest::newRow("release") << QByteArray("1.7.1.12") << ""
+                                 << "Corvel_x64_installer_1.7.1.12.exe"
+                                 << "";
         QTest::newRow("manual location") << QByteArray() << "" << ManualFile << "";
         QTest::newRow("path around the version") << QByteArray("../../1.7.1.12/x") << ""
-                                                 << "Corvel_x64_installer_1.7.1.12.exe" << "";
+                                                 << "Corvel_x64_installer_1.7.1.12.exe"
+                                                 << "";
+        QTest::newRow("version as offered") << QByteArray("1.07.0.378") << ""
+                                            << "Corvel_x64_installer_1.07.0.378.exe"
+                                            << "";
+        QTest::newRow("text around the version") << QByteArray("Corvel v01.7.0.378 (stable)") << ""
+                                                 << "Corvel_x64_installer_01.7.0.378.exe"
+                                                 << "";
         QTest::newRow("not found") << QByteArray() << "404" << ManualFile << "Cannot get reply from the server";
+        // A redirection without a target to follow: its body is no installer.
+        QTest::newRow("redirection") << QByteArray() << "302" << ManualFile << "Cannot get reply from the server";
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
         QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << ManualFile << "Cannot open file";
     }
@@ -88,11 +102,13 @@ private slots:
         for (int i = 0; i < 300000; ++i)
             body.append(char('A' + i % 26));
         HttpTestServer server;
-        if (fault != "404")
+        if (fault == "302")
+            server.setResponse(InstallerPath, {302, body});
+        else if (fault != "404")
             server.setResponse(InstallerPath, payload(body));
-        server.setResponse(DescriptorPath, payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
-                                                   "</MsiPathX64><Version>" + version +
-                                                   "</Version><Notice>n</Notice></BuildInfo>"));
+        server.setResponse(DescriptorPath,
+                           payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
+                                   "</MsiPathX64><Version>" + version + "</Version><Notice>n</Notice></BuildInfo>"));
         Updater updater(version.isEmpty() ? server.url(InstallerPath) : QString(), server.url(DescriptorPath));
         QVERIFY(updater.checkForUpdates());
 
@@ -122,6 +138,50 @@ private slots:
         QVERIFY(filesIn(m_temp->path()).isEmpty());
         QVERIFY(!QFileInfo::exists("/" + ManualFile));
         QVERIFY(refuses(updater));
+    }
+
+    // The installer goes to disk as it arrives: memory stays flat however large it is.
+    void largeInstaller()
+    {
+        const qint64 size = 256 * 1024 * 1024;
+        CorvelTest::CloudSim sim({"--update-version", "1.7.1.0", "--installer-size", QString::number(size)});
+        QVERIFY(sim.start());
+        Updater updater(QString(), sim.origin() + DescriptorPath);
+        QVERIFY(updater.checkForUpdates());
+        const PeakRss peak;
+        QVERIFY(downloaded(updater, 120000));
+        const qint64 growth = peak.growth();
+
+        const QString path = m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe");
+        QCOMPARE(updater.installerPath(), path);
+        QCOMPARE(filesIn(m_temp->path()), QStringList{"Corvel_x64_installer_1.7.1.0.exe"});
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.size(), size);
+        // The simulator repeats its usual installer: the first and the last of those copies match.
+        const qint64 block = 393216;
+        const QByteArray first = file.read(block);
+        QVERIFY(file.seek(size - size % block - block));
+        QCOMPARE(file.read(block), first);
+        if (peak.available()) {
+            qInfo("peak memory growth: %lld KiB for %lld MiB", growth / 1024, size / (1024 * 1024));
+            QVERIFY2(growth < 32 * 1024 * 1024, qPrintable(QString::number(growth)));
+        }
+    }
+
+    // A gzip-encoded installer is saved decoded.
+    void gzipInstaller()
+    {
+        const int size = 8 * 1024 * 1024;
+        CorvelTest::CloudSim sim({"--update-version", "1.7.1.0", "--fault-inflate",
+                                  "/Corvel/Corvel_installer.exe=" + QString::number(size)});
+        QVERIFY(sim.start());
+        Updater updater(QString(), sim.origin() + DescriptorPath);
+        QVERIFY(updater.checkForUpdates());
+        QVERIFY(downloaded(updater, 60000));
+        QFile file(updater.installerPath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), '[' + QByteArray(size - 2, ' ') + ']');
     }
 
     void cancelAndRun()
