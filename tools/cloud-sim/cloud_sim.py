@@ -182,9 +182,10 @@ class Simulator:
         self.fault_inflate = parse_pairs(args.fault_inflate, "--fault-inflate", int)
         self.inflating = {}  # inflated size -> gzip body
         self.inflating_lock = threading.Lock()
-        # Compressing takes seconds; it starts at once so that the first request rarely waits.
+        # Compressing takes seconds: done before listening, so no request waits on it (a client
+        # with a time-out would otherwise see a slow server instead of an inflating body).
         for _, size in self.fault_inflate:
-            threading.Thread(target=self.inflating_body, args=(size,), daemon=True).start()
+            self.inflating_body(size)
 
     def inflating_body(self, size):
         """A gzip stream of a JSON array padded with blanks to size bytes, made once per size."""
