@@ -154,9 +154,9 @@ ListFigures measureList(int rows, const CorvelWidgets::IconFont& iconFont, int s
     figures.firstBlockingMs = timer.nsecsElapsed() / 1e6;
     figures.firstWorstPassMs = worstPassWhile([&] { return building(list); });
     figures.firstWorstPassMs = std::max(figures.firstWorstPassMs, worstPassWhile([&] {
-        static int passes = 0;
-        return ++passes % 3 != 0;
-    }));
+                                            static int passes = 0;
+                                            return ++passes % 3 != 0;
+                                        }));
     figures.firstAllMs = timer.nsecsElapsed() / 1e6;
     settle();
 
@@ -283,8 +283,8 @@ int main(int argc, char** argv)
     const CorvelWidgets::IconFont iconFont = CorvelTest::applyConsoleLook();
 
     std::printf("jobs list, ms (a change: the list call, its layout and one paint; medians)\n");
-    std::printf("%6s %12s %12s %12s %10s %10s %10s\n", "rows", "first:block", "first:all", "worst pass",
-                "progress", "status", "insert");
+    std::printf("%6s %12s %12s %12s %10s %10s %10s\n", "rows", "first:block", "first:all", "worst pass", "progress",
+                "status", "insert");
     for (auto [rows, samples] : {std::pair{100, 21}, std::pair{1000, 9}}) {
         const ListFigures f = measureList(rows, iconFont, samples);
         std::printf("%6d %12.1f %12.1f %12.1f %10.2f %10.2f %10.2f\n", rows, f.firstBlockingMs, f.firstAllMs,

@@ -17,9 +17,9 @@ std::array<JobColumns::Span, JobColumns::Count> JobColumns::spans(int width) con
         settled = true;
         const int share = available / flexible;
         for (int column = 0; column < Count; ++column) {
-            if (!fixed[column] && m_minimum[column] > share) {
+            if (!fixed[column] && minimum(column) > share) {
                 fixed[column] = true;
-                available -= m_minimum[column];
+                available -= minimum(column);
                 --flexible;
                 settled = false;
             }
@@ -29,7 +29,7 @@ std::array<JobColumns::Span, JobColumns::Count> JobColumns::spans(int width) con
     std::array<Span, Count> result;
     int x = 0, flexibleSeen = 0;
     for (int column = 0; column < Count; ++column) {
-        int w = m_minimum[column];
+        int w = minimum(column);
         if (!fixed[column]) {
             w = available / flexible + (flexibleSeen < available % flexible ? 1 : 0);
             ++flexibleSeen;
@@ -43,8 +43,8 @@ std::array<JobColumns::Span, JobColumns::Count> JobColumns::spans(int width) con
 int JobColumns::minimumWidth() const
 {
     int total = (Count - 1) * Spacing;
-    for (int minimum : m_minimum)
-        total += minimum;
+    for (int column = 0; column < Count; ++column)
+        total += minimum(column);
     return total;
 }
 

@@ -2,6 +2,7 @@
 
 #include <QLayout>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 
@@ -22,12 +23,15 @@ public:
 
     std::array<Span, Count> spans(int width) const;
     int minimumWidth() const;
-    int minimum(int column) const { return m_minimum[column]; }
-    // True when the minimum changed.
+    int minimum(int column) const { return std::max(m_minimum[column], m_floor[column]); }
+    // The widest minimum among the rows' cells; true when it changed.
     bool setMinimum(int column, int pixels);
+    // A minimum of the column's own, whatever the rows hold (its caption's longest word).
+    void setFloor(int column, int pixels) { m_floor[column] = pixels; }
 
 private:
     std::array<int, Count> m_minimum{};
+    std::array<int, Count> m_floor{};
 };
 
 // Lays out one row of cells (or the header's captions) on the shared columns; each cell fills its

@@ -14,12 +14,20 @@ JobTableHeaderWidget::JobTableHeaderWidget(std::shared_ptr<const JobColumns> col
     auto* layout = new JobRowLayout(columns ? std::move(columns) : std::make_shared<JobColumns>(), this);
     for (const QString& caption : captions()) {
         auto* label = new QLabel(caption, this);
-        // Without a minimum of its own a caption never makes its column wider than the rows'.
-        label->setMinimumWidth(0);
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         label->setObjectName("job_table_header_caption");
+        // A narrow column takes its caption on two lines rather than cutting it.
+        label->setWordWrap(true);
         layout->addWidget(label);
     }
+}
+
+QVector<int> JobTableHeaderWidget::captionMinimums()
+{
+    ensurePolished();
+    QVector<int> minimums;
+    for (QLabel* label : findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly))
+        minimums.append(label->minimumSizeHint().width());
+    return minimums;
 }
 
 void JobTableHeaderWidget::setRightInset(int pixels)

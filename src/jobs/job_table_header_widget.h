@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QStringList>
+#include <QVector>
 #include <QWidget>
 
 #include <memory>
@@ -17,6 +18,9 @@ public:
     explicit JobTableHeaderWidget(std::shared_ptr<const JobColumns> columns = nullptr, QWidget* parent = nullptr);
 
     static QStringList captions();
+
+    // The narrowest each caption can be without cutting a word (captions wrap between words).
+    QVector<int> captionMinimums();
 
     // Room kept free on the right, under which the rows have their scroll bar.
     void setRightInset(int pixels);

@@ -87,7 +87,13 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
 
     m_list->setClient(m_connection.client());
     connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refreshSoon);
-    connect(m_list, &JobListWidget::columnsChanged, m_header, [this] { m_header->layout()->invalidate(); });
+    const QVector<int> captionMinimums = m_header->captionMinimums();
+    for (int column = 0; column < captionMinimums.size() && column < JobColumns::Count; ++column)
+        m_columns->setFloor(column, captionMinimums[column]);
+    connect(m_list, &JobListWidget::columnsChanged, this, [this] {
+        m_header->layout()->invalidate();
+        fitHeader();
+    });
     connect(&m_connection, &CorvelService::ServiceConnection::clientChanged, this, &JobTableWidget::takeClient);
 
     m_silence.setSingleShot(true);
@@ -236,6 +242,19 @@ void JobTableWidget::showEvent(QShowEvent* event)
 {
     m_connection.setMaxReconnectDelay(MaxReconnectDelayShownMs);
     QWidget::showEvent(event);
+}
+
+void JobTableWidget::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    fitHeader();
+}
+
+void JobTableWidget::fitHeader()
+{
+    const int width = m_headerScrollArea->viewport()->width();
+    if (width > 0)
+        m_headerScrollArea->setFixedHeight(m_header->heightForWidth(width));
 }
 
 void JobTableWidget::hideEvent(QHideEvent* event)

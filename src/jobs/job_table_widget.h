@@ -62,6 +62,7 @@ signals:
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
 private:
@@ -77,6 +78,8 @@ private:
     void startPoll(CorvelService::ServiceConnection::Client client, bool reconnect);
     void finishPoll(Poll& poll);
     void updateServiceState();
+    // The header as tall as its captions need at its width.
+    void fitHeader();
     void takeClient(const std::shared_ptr<CorvelService::CorvelServiceIf>& client);
 
     CorvelService::ServiceConnection& m_connection;

@@ -19,6 +19,8 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     setObjectName("job_item");
     m_layout->setSpacing(0);
     m_layout->setContentsMargins(0, 0, 0, 0);
+    // Centred in the row like the other cells, so a bar never seems to belong to the next row.
+    m_layout->addStretch(1);
     m_layout->addWidget(m_statusLabel, 0, Qt::AlignLeft);
 
     m_progressBar->setObjectName("job_current_work_progress_bar");
@@ -27,6 +29,7 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     m_progressBar->setMinimumWidth(0);
     m_progressBar->setMaximumWidth(1000);
     m_layout->addWidget(m_progressBar);
+    m_layout->addStretch(1);
     m_work.progress = -1; // differs from any value, so the bar is set below
     setWork(job.current_work);
 }
@@ -54,7 +57,7 @@ void JobWorkWidget::setWork(const CorvelService::CurrentWork& work)
                 m_workLabel->setObjectName("job_item_status");
                 m_workLabel->setWordWrap(true);
                 m_workLabel->setTextFormat(Qt::PlainText);
-                m_layout->insertWidget(1, m_workLabel);
+                m_layout->insertWidget(2, m_workLabel);
                 if (isVisible())
                     m_workLabel->show();
             }

@@ -5,6 +5,7 @@
 #include "gui/wizard/wizard_fixture.h"
 
 #include "jobs/job_started_window.h"
+#include "jobs/job_table_widget.h"
 #include "service/service_client.h"
 #include "session/auth_session.h"
 #include "testsupport/cloud_sim.h"
@@ -21,6 +22,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QJsonObject>
+#include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
@@ -160,6 +162,12 @@ int main(int argc, char** argv)
     (void)QTest::qWaitForWindowExposed(&started);
     shoot(started, "job-started");
     started.close();
+
+    // The service goes away: the table says so and waits, greyed.
+    service.stop();
+    (void)QTest::qWaitFor([&] { return window.home()->jobTable()->banner()->isVisible(); }, 5000);
+    QTest::qWait(200);
+    shoot(window, "service-away");
 
     window.close();
     return offered ? 0 : 1;
