@@ -5,6 +5,7 @@
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "jobs/job_work_widget.h"
+#include "jobs/soft_wrap.h"
 #include "testsupport/console_look.h"
 #include "testsupport/fake_service.h"
 #include "testsupport/log_capture.h"
@@ -14,6 +15,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QRadioButton>
+#include <QTextDocument>
 #include <QtTest>
 
 #include <atomic>
@@ -337,6 +339,50 @@ private slots:
         button("Start")->click();
         QCOMPARE(replacement->calls(), QStringList{"startJob:same"});
         QVERIFY(m_service->calls().isEmpty());
+    }
+
+    // What the service sends is shown as sent: no markup interpreted, a runaway value cut short.
+    void serviceTextsShownAsSent_data()
+    {
+        QTest::addColumn<QString>("details");
+        QTest::addColumn<QString>("description");
+        QTest::newRow("plain") << "Mount point M:\\" << "Nightly check";
+        QTest::newRow("quotes and brackets") << "Disk \"C\" <system> & data" << "<b>not bold</b>";
+        QTest::newRow("markup") << "<html><b>Disk</b> 1 of 2</html>" << "a < b > c";
+        QTest::newRow("16 MB description") << "details" << QString(16 * 1024 * 1024, QChar('x'));
+    }
+
+    void serviceTextsShownAsSent()
+    {
+        QFETCH(QString, details);
+        QFETCH(QString, description);
+        auto job = makeJob("j", JobStatus::Running, JobAction::Stop);
+        job.current_work.text = "Mounting volumes";
+        job.current_work.technical_details = details.toStdString();
+        job.description = description.toStdString();
+        QElapsedTimer shown;
+        shown.start();
+        auto* table = makeTable({job});
+        QCoreApplication::processEvents();
+        const qint64 elapsedMs = shown.elapsed();
+
+        const QString tip = static_cast<CvJobs::JobWorkWidget*>(table->jobList()->cell(0, 1))->workLabel()->toolTip();
+        QTextDocument rendered;
+        if (Qt::mightBeRichText(tip))
+            rendered.setHtml(tip);
+        else
+            rendered.setPlainText(tip);
+        QCOMPARE(rendered.toPlainText(), details);
+
+        auto* label = static_cast<QLabel*>(table->jobList()->cell(0, 6));
+        const QString shownText = label->text().remove(QChar(0x200B));
+        if (description.size() <= CvJobs::MaxShownCharacters) {
+            QCOMPARE(shownText, description);
+        } else {
+            QCOMPARE(shownText, description.left(CvJobs::MaxShownCharacters) + QChar(0x2026));
+            QCOMPARE(firstRow()->job().description.size(), size_t(description.size()));
+            QVERIFY2(elapsedMs < 3000, qPrintable(QString::number(elapsedMs)));
+        }
     }
 
     void actionButtons_data()
