@@ -43,7 +43,7 @@ int main(int argc, char** argv)
     store.addDemoJobs(6);
     auto handler = std::make_shared<CorvelSim::SimHandler>(store);
     CorvelService::CorvelServiceProcessor processor(handler);
-    const std::string firstJob = store.allJobs().front().job_id;
+    const std::string firstJob = store.allJobs().front().id;
 
     const std::string host = "fs-01.northwind.example";
     const std::string token = "device-token-1001-seed";
