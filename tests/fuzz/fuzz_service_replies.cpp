@@ -2,9 +2,9 @@
 // client with the protocol settings of the real connection. The message name picks the reader.
 #include "fuzz_target.h"
 
+#include "service/bounded_reply.h"
 #include "service/service_client.h"
 
-#include <thrift/protocol/TBinaryProtocol.h>
 #include <thrift/transport/TBufferTransports.h>
 
 #include <exception>
@@ -12,20 +12,16 @@
 #include <string>
 #include <vector>
 
-using apache::thrift::protocol::TBinaryProtocol;
 using apache::thrift::protocol::TMessageType;
-using apache::thrift::transport::TBufferedTransport;
 using apache::thrift::transport::TMemoryBuffer;
 
 namespace {
 
-std::shared_ptr<TBinaryProtocol> protocolOver(const uint8_t* data, size_t size)
+std::shared_ptr<apache::thrift::protocol::TProtocol> protocolOver(const uint8_t* data, size_t size)
 {
     auto buffer = std::make_shared<TMemoryBuffer>(const_cast<uint8_t*>(data), static_cast<uint32_t>(size),
                                                   TMemoryBuffer::OBSERVE);
-    auto transport = std::make_shared<TBufferedTransport>(buffer);
-    return std::make_shared<TBinaryProtocol>(transport, CorvelService::kMaxReplyStringBytes,
-                                             CorvelService::kMaxReplyContainerElements, false, true);
+    return CorvelService::makeBoundedProtocol(buffer);
 }
 
 std::string messageName(const uint8_t* data, size_t size)

@@ -271,6 +271,8 @@ class Handler(BaseHTTPRequestHandler):
     def reply(self, status, body=b"", content_type="application/json", headers=()):
         if isinstance(body, str):
             body = body.encode("utf-8")
+        # Logged first: a client that has its whole answer may read the log at once.
+        self.sim.log("%s %s %d" % (self.command, self.path, status))
         self.send_response(status)
         self.send_header("Content-Type", content_type)
         self.send_header("Content-Length", str(len(body)))
@@ -279,7 +281,6 @@ class Handler(BaseHTTPRequestHandler):
         self.end_headers()
         if self.command != "HEAD":
             self.wfile.write(body)
-        self.sim.log("%s %s %d" % (self.command, self.path, status))
 
     def reply_stream(self, status, size, chunks, content_type, headers=()):
         """Sends a body of size bytes chunk by chunk, never whole; a client that gives up is no error."""
