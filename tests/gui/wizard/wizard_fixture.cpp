@@ -14,6 +14,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
+#include <QThreadPool>
 
 #include <algorithm>
 
@@ -93,6 +94,11 @@ WizardFixture::WizardFixture(const QString& token, QJsonObject config)
 std::shared_ptr<CorvelPlatform::ServiceControl> WizardFixture::hyperV(bool running)
 {
     return std::make_shared<FakeServiceControl>(running);
+}
+
+WizardFixture::~WizardFixture()
+{
+    QThreadPool::globalInstance()->waitForDone();
 }
 
 std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRunning)

@@ -33,6 +33,8 @@ template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QStr
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
 struct WizardFixture {
     explicit WizardFixture(const QString& token, QJsonObject config = {});
+    // Waits for the pages' pool work: it calls the connection's factory, which reads this fixture.
+    ~WizardFixture();
 
     // Service manager whose "vmms" is running or not.
     static std::shared_ptr<CorvelPlatform::ServiceControl> hyperV(bool running);
