@@ -141,7 +141,6 @@ void JobTableWidget::refreshSoon()
 void JobTableWidget::startPoll(CorvelService::ServiceConnection::Client client, bool reconnect)
 {
     m_pollRunning = true;
-    m_pollClock.start();
     m_silence.start();
     CorvelService::ServiceConnection::Factory factory = reconnect ? m_connection.factory() : nullptr;
     // A thread of its own, not a pool's: a service that never answers keeps it forever, and
@@ -168,7 +167,6 @@ void JobTableWidget::finishPoll(Poll& poll)
     if (poll.stage == Poll::Connected) {
         // The rows take the new client now; the list is still to come.
         m_connection.finishReconnect(poll.client);
-        m_pollClock.start();
         m_silence.start();
         updateServiceState();
         return;
@@ -209,7 +207,8 @@ void JobTableWidget::finishPoll(Poll& poll)
 void JobTableWidget::updateServiceState()
 {
     const bool unreachable = m_connection.isLost();
-    const bool silent = m_pollRunning && m_pollClock.isValid() && m_pollClock.elapsed() > NotRespondingMs;
+    // The silence timer runs while a request is out and stops when it returns.
+    const bool silent = m_pollRunning && !m_silence.isActive();
     if (unreachable) {
         const qint64 waitMs = m_connection.msUntilReconnect();
         m_banner->setText(

@@ -5,7 +5,6 @@
 #include "service/service_connection.h"
 #include "widgets/icon_font.h"
 
-#include <QElapsedTimer>
 #include <QTimer>
 #include <QWidget>
 
@@ -94,7 +93,6 @@ private:
     // Fires when the request out has gone unanswered for NotRespondingMs.
     QTimer m_silence;
     std::shared_ptr<Channel> m_channel;
-    QElapsedTimer m_pollClock;
     bool m_pollRunning = false;
     bool m_refreshAgain = false;
     bool m_unavailable = false;
