@@ -65,7 +65,7 @@ WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     , connection(
           [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
 {
-    connection.setClient(service);
+    connection.connectNow();
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
                      {102, "Harbourside", "Harbourside Clinic"},
                      {103, "quarry", "ABbey Quarry & Sons"},
