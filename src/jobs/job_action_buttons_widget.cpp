@@ -101,19 +101,19 @@ CorvelService::CorvelServiceIf& JobActionButtonsWidget::client() const
 void JobActionButtonsWidget::onStartJob()
 {
     qInfo("onStartJob");
-    finishAction(callService([&] { client().startJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().startJob(m_job.id); }) == CallOutcome::Ok, "Start");
 }
 
 void JobActionButtonsWidget::onStopJob()
 {
     qInfo("onStopJob");
-    finishAction(callService([&] { client().stopJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().stopJob(m_job.id); }) == CallOutcome::Ok, "Stop");
 }
 
 void JobActionButtonsWidget::onCancelJob()
 {
     qInfo("onCancelJob");
-    finishAction(callService([&] { client().cancelJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().cancelJob(m_job.id); }) == CallOutcome::Ok, "Cancel");
 }
 
 void JobActionButtonsWidget::onDeleteJob()
@@ -136,8 +136,9 @@ void JobActionButtonsWidget::onDeleteJob()
             qInfo("Abort job deletion.");
             return;
         }
+        emit actionTaken(QString::fromStdString(m_job.id), deleteVm ? "Delete VM" : "Keep VM");
     }
-    finishAction(callService([&] { client().deleteJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&] { client().deleteJob(m_job.id); }) == CallOutcome::Ok, "Delete");
 }
 
 JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
@@ -179,10 +180,11 @@ bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
     return callService([&] { client().setJobMutableSettings(m_job.id, settings); }) == CallOutcome::Ok;
 }
 
-void JobActionButtonsWidget::finishAction(bool succeeded)
+void JobActionButtonsWidget::finishAction(bool succeeded, const char* action)
 {
     if (!succeeded)
         return;
+    emit actionTaken(QString::fromStdString(m_job.id), QString::fromLatin1(action));
     setButtonsEnabled(false);
     emit needsUpdate();
 }

@@ -44,6 +44,8 @@ public slots:
 
 signals:
     void needsUpdate();
+    // The service accepted `action` ("Start", "Stop", "Cancel", "Delete", "Keep VM", "Delete VM").
+    void actionTaken(const QString& jobId, const QString& action);
 
 private:
     enum class VmChoice { Abandon, Delete, Keep };
@@ -51,7 +53,7 @@ private:
     bool storeVmChoice(bool deleteVm);
     CorvelService::CorvelServiceIf& client() const;
     void buildButtons();
-    void finishAction(bool succeeded);
+    void finishAction(bool succeeded, const char* action);
     void setButtonsEnabled(bool enabled);
 
     CorvelService::JobDescription m_job;
