@@ -3,6 +3,8 @@
 #include "journal/journal_texts.h"
 #include "journal/journal_writer.h"
 
+#include "CorvelService.h"
+
 #include <QDebug>
 #include <QMetaObject>
 
@@ -80,6 +82,15 @@ void Journal::observe(std::vector<JournalJob> changed, QStringList gone)
     post([changed = std::move(changed), gone = std::move(gone), complete, now](JournalWriter& writer) {
         writer.observe(changed, gone, complete, now);
     });
+}
+
+void Journal::observeService(const std::vector<CorvelService::JobDescription>& changed, const QStringList& gone)
+{
+    std::vector<JournalJob> jobs;
+    jobs.reserve(changed.size());
+    for (const auto& job : changed)
+        jobs.push_back(JournalJob::fromService(job));
+    observe(std::move(jobs), gone);
 }
 
 void Journal::recordAction(const QString& jobId, const QString& action, const QString& user)

@@ -13,6 +13,10 @@
 #include <memory>
 #include <vector>
 
+namespace CorvelService {
+class JobDescription;
+}
+
 namespace CorvelJournal {
 
 class JournalWriter;
@@ -36,6 +40,8 @@ public:
     // The first call of a session is the whole list; later ones the jobs that changed and the ids
     // the service no longer lists.
     void observe(std::vector<JournalJob> changed, QStringList gone = {});
+    // The same from the service's own records.
+    void observeService(const std::vector<CorvelService::JobDescription>& changed, const QStringList& gone);
     void recordAction(const QString& jobId, const QString& action, const QString& user);
     void recordLaunch(const JournalJob& job, const QString& user);
     void connectionLost();

@@ -100,6 +100,12 @@ JournalDatabase::Open JournalDatabase::tryOpen(const QString& path, QString* why
     }
     if (!migrate(why))
         return Open::Unusable;
+    // Readers pass a writer's lock in this mode; only a write shows another process holding it.
+    if (!query.exec(QStringLiteral("BEGIN IMMEDIATE")) || !query.exec(QStringLiteral("COMMIT"))) {
+        *why = query.lastError().text();
+        query.exec(QStringLiteral("ROLLBACK"));
+        return Open::Unusable;
+    }
     query.exec(QStringLiteral("PRAGMA synchronous=NORMAL"));
     m_saveRecord = std::make_unique<QSqlQuery>(db);
     m_addEntry = std::make_unique<QSqlQuery>(db);

@@ -272,19 +272,9 @@ void MainWindow::setJournal(CorvelJournal::Journal* journal)
     m_journal = journal;
     CvJobs::JobTableWidget* table = m_home->jobTable();
     CvJobs::JobListWidget* list = table->jobList();
-    disconnect(list, &CvJobs::JobListWidget::jobsChanged, nullptr, nullptr);
-    disconnect(list, &CvJobs::JobListWidget::actionTaken, nullptr, nullptr);
-    disconnect(table, &CvJobs::JobTableWidget::polled, nullptr, nullptr);
     if (!journal)
         return;
-    connect(list, &CvJobs::JobListWidget::jobsChanged, journal,
-            [journal](const std::vector<CorvelService::JobDescription>& changed, const QStringList& gone) {
-                std::vector<CorvelJournal::JournalJob> jobs;
-                jobs.reserve(changed.size());
-                for (const auto& job : changed)
-                    jobs.push_back(CorvelJournal::JournalJob::fromService(job));
-                journal->observe(std::move(jobs), gone);
-            });
+    connect(list, &CvJobs::JobListWidget::jobsChanged, journal, &CorvelJournal::Journal::observeService);
     connect(list, &CvJobs::JobListWidget::actionTaken, journal, [this](const QString& jobId, const QString& action) {
         m_journal->recordAction(jobId, action, m_session.userData().username);
     });

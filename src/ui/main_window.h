@@ -61,8 +61,8 @@ public:
         m_serviceControl = std::move(control);
     }
 
-    // The journal the jobs table feeds: its changes, the operator's actions and launches. It must
-    // outlive the window.
+    // The journal the jobs table feeds: its changes, the operator's actions and launches. Set once;
+    // it must outlive the window.
     void setJournal(CorvelJournal::Journal* journal);
 
     CVUpdater::Updater& updater() { return m_updater; }
