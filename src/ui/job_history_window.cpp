@@ -105,6 +105,7 @@ JobHistoryWindow::JobHistoryWindow(const CorvelWidgets::IconFont& iconFont, cons
     m_timeline->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     m_timeline->setPlaceholderText(QStringLiteral("Choose a job to see its timeline."));
 
+    closeButton()->setAutoDefault(false);
     for (QPushButton* button : {m_copy, m_save, m_export}) {
         button->setObjectName("button_secondary");
         button->setAccessibleName(button->text());
@@ -160,6 +161,17 @@ JobHistoryWindow::JobHistoryWindow(const CorvelWidgets::IconFont& iconFont, cons
 }
 
 JobHistoryWindow::~JobHistoryWindow() = default;
+
+void JobHistoryWindow::keyPressEvent(QKeyEvent* event)
+{
+    // The list passes Return on after opening a job; the dialog would take it for its close button.
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && !qobject_cast<QPushButton*>(focusWidget())) {
+        event->accept();
+        return;
+    }
+    CustomBarWindow::keyPressEvent(event);
+}
 
 void JobHistoryWindow::reload()
 {

@@ -30,6 +30,9 @@ public:
     // Reads the journal again, keeping the filter.
     void reload();
 
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
 private:
     void applyFilter();
     void showSelected();
