@@ -109,7 +109,8 @@ void pollCost(int polls, const QString& dir, const CorvelWidgets::IconFont& icon
     std::printf("  list without journal     median %.3f ms  p99 %.3f ms\n", median(without), percentile(without, 0.99));
     std::printf("  list feeding the journal median %.3f ms  p99 %.3f ms\n", median(with), percentile(with, 0.99));
     std::printf("  journal's share          median %.3f ms (comparison + hand-over)\n", median(with) - median(without));
-    std::printf("  hand-over of 10 jobs     median %.3f ms  p99 %.3f ms\n", median(handOver), percentile(handOver, 0.99));
+    std::printf("  hand-over of 10 jobs     median %.3f ms  p99 %.3f ms\n", median(handOver),
+                percentile(handOver, 0.99));
 }
 
 void stalls(const QString& dir)

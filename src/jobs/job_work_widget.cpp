@@ -5,8 +5,8 @@
 
 #include <QFontDatabase>
 #include <QLabel>
-#include <QStyle>
 #include <QProgressBar>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace CvJobs {

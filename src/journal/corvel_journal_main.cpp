@@ -6,8 +6,8 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QSysInfo>
 #include <QStringList>
+#include <QSysInfo>
 #include <QTextStream>
 
 #include <cstdio>

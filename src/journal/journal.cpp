@@ -143,7 +143,8 @@ void Journal::setServiceAvailable(bool available)
 
 void Journal::flush()
 {
-    QMetaObject::invokeMethod(m_context, [] {}, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        m_context, [] {}, Qt::BlockingQueuedConnection);
 }
 
 } // namespace CorvelJournal

@@ -39,8 +39,8 @@ QString setAsideName(const QString& path, qint64 nowMs)
     const QString stamp = QDateTime::fromMSecsSinceEpoch(nowMs).toString(QStringLiteral("yyyyMMdd-HHmmss"));
     QString name = info.path() + '/' + info.completeBaseName() + "-set-aside-" + stamp + '.' + info.suffix();
     for (int n = 2; QFile::exists(name); ++n)
-        name = info.path() + '/' + info.completeBaseName() + "-set-aside-" + stamp + '-' + QString::number(n) + '.'
-            + info.suffix();
+        name = info.path() + '/' + info.completeBaseName() + "-set-aside-" + stamp + '-' + QString::number(n) + '.' +
+               info.suffix();
     return name;
 }
 
@@ -109,10 +109,12 @@ JournalDatabase::Open JournalDatabase::tryOpen(const QString& path, QString* why
     query.exec(QStringLiteral("PRAGMA synchronous=NORMAL"));
     m_saveRecord = std::make_unique<QSqlQuery>(db);
     m_addEntry = std::make_unique<QSqlQuery>(db);
-    if (!m_saveRecord->prepare(QStringLiteral("INSERT OR REPLACE INTO jobs(%1) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
-                                   .arg(QLatin1String(RecordColumns)))
-        || !m_addEntry->prepare(QStringLiteral("INSERT INTO timeline(job_id, at, kind, status, progress, text, since, user) "
-                                               "VALUES(?,?,?,?,?,?,?,?)"))) {
+    if (!m_saveRecord->prepare(
+            QStringLiteral("INSERT OR REPLACE INTO jobs(%1) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)")
+                .arg(QLatin1String(RecordColumns))) ||
+        !m_addEntry->prepare(
+            QStringLiteral("INSERT INTO timeline(job_id, at, kind, status, progress, text, since, user) "
+                           "VALUES(?,?,?,?,?,?,?,?)"))) {
         *why = m_saveRecord->lastError().text() + m_addEntry->lastError().text();
         return Open::Unusable;
     }
@@ -257,9 +259,10 @@ std::vector<JournalRecord> JournalDatabase::records(qint64 sinceMs) const
     std::vector<JournalRecord> out;
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.setForwardOnly(true);
-    query.prepare(QStringLiteral("SELECT %1 FROM jobs WHERE first_seen >= ? OR COALESCE(NULLIF(gone, 0), last_seen) >= ? "
-                                 "ORDER BY first_seen DESC, rowid DESC")
-                      .arg(QLatin1String(RecordColumns)));
+    query.prepare(
+        QStringLiteral("SELECT %1 FROM jobs WHERE first_seen >= ? OR COALESCE(NULLIF(gone, 0), last_seen) >= ? "
+                       "ORDER BY first_seen DESC, rowid DESC")
+            .arg(QLatin1String(RecordColumns)));
     query.addBindValue(sinceMs);
     query.addBindValue(sinceMs);
     if (!query.exec()) {
@@ -276,7 +279,8 @@ std::vector<JournalRecord> JournalDatabase::listedRecords() const
     std::vector<JournalRecord> out;
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.setForwardOnly(true);
-    if (!query.exec(QStringLiteral("SELECT %1 FROM jobs WHERE gone IS NULL OR gone = 0").arg(QLatin1String(RecordColumns)))) {
+    if (!query.exec(
+            QStringLiteral("SELECT %1 FROM jobs WHERE gone IS NULL OR gone = 0").arg(QLatin1String(RecordColumns)))) {
         m_lastError = query.lastError();
         return out;
     }
@@ -302,7 +306,8 @@ std::vector<TimelineEntry> JournalDatabase::timeline(const QString& id) const
     std::vector<TimelineEntry> out;
     QSqlQuery query(QSqlDatabase::database(m_connection, false));
     query.setForwardOnly(true);
-    query.prepare(QStringLiteral("SELECT at, kind, status, progress, text, since, user FROM timeline WHERE job_id = ? ORDER BY id"));
+    query.prepare(QStringLiteral(
+        "SELECT at, kind, status, progress, text, since, user FROM timeline WHERE job_id = ? ORDER BY id"));
     query.addBindValue(id);
     if (!query.exec()) {
         m_lastError = query.lastError();
@@ -365,10 +370,24 @@ bool JournalDatabase::saveRecord(const JournalRecord& r)
         return false;
     const JournalJob& j = r.job;
     QSqlQuery& q = *m_saveRecord;
-    const QVariant values[] = {j.id,         j.type,          j.status,         j.substatus,      j.work,
-                               j.progress,   j.description,   j.client,         j.device,         j.recoveryPoint,
-                               j.localCachePath, j.vmName,    j.mountPoint,     j.storageLocation, r.startedBy,
-                               r.firstSeenMs, r.lastSeenMs,   r.goneMs ? QVariant(r.goneMs) : QVariant(),
+    const QVariant values[] = {j.id,
+                               j.type,
+                               j.status,
+                               j.substatus,
+                               j.work,
+                               j.progress,
+                               j.description,
+                               j.client,
+                               j.device,
+                               j.recoveryPoint,
+                               j.localCachePath,
+                               j.vmName,
+                               j.mountPoint,
+                               j.storageLocation,
+                               r.startedBy,
+                               r.firstSeenMs,
+                               r.lastSeenMs,
+                               r.goneMs ? QVariant(r.goneMs) : QVariant(),
                                r.seenFromStart ? 1 : 0};
     for (int i = 0; i < static_cast<int>(std::size(values)); ++i)
         q.bindValue(i, values[i]);

@@ -27,10 +27,10 @@ JournalJob JournalJob::fromService(const CorvelService::JobDescription& job)
 
 bool JournalJob::operator==(const JournalJob& o) const
 {
-    return id == o.id && type == o.type && status == o.status && substatus == o.substatus && work == o.work
-        && progress == o.progress && description == o.description && client == o.client && device == o.device
-        && recoveryPoint == o.recoveryPoint && localCachePath == o.localCachePath && vmName == o.vmName
-        && mountPoint == o.mountPoint && storageLocation == o.storageLocation;
+    return id == o.id && type == o.type && status == o.status && substatus == o.substatus && work == o.work &&
+           progress == o.progress && description == o.description && client == o.client && device == o.device &&
+           recoveryPoint == o.recoveryPoint && localCachePath == o.localCachePath && vmName == o.vmName &&
+           mountPoint == o.mountPoint && storageLocation == o.storageLocation;
 }
 
 QString statusName(int status)

@@ -115,11 +115,16 @@ QString csvText(const std::vector<JournalRecord>& records)
     QString out = QStringLiteral("Job,Type,Client,Device,Recovery point,Started,Ended or last seen,Duration,"
                                  "Final status,Started by,Description\n");
     for (const JournalRecord& r : records) {
-        const QStringList fields = {r.job.id,           typeName(r.job.type),
-                                    r.job.client,       r.job.device,
-                                    r.job.recoveryPoint, at(r.firstSeenMs),
-                                    at(r.endMs()),      durationText(r.endMs() - r.firstSeenMs),
-                                    finalStatusText(r), r.startedBy,
+        const QStringList fields = {r.job.id,
+                                    typeName(r.job.type),
+                                    r.job.client,
+                                    r.job.device,
+                                    r.job.recoveryPoint,
+                                    at(r.firstSeenMs),
+                                    at(r.endMs()),
+                                    durationText(r.endMs() - r.firstSeenMs),
+                                    finalStatusText(r),
+                                    r.startedBy,
                                     r.job.description};
         QStringList quoted;
         for (const QString& field : fields)
@@ -151,8 +156,9 @@ QByteArray jsonText(const std::vector<JournalRecord>& records)
                       {"started_by", r.startedBy},
                       {"first_seen", QDateTime::fromMSecsSinceEpoch(r.firstSeenMs, Qt::UTC).toString(Qt::ISODate)},
                       {"last_seen", QDateTime::fromMSecsSinceEpoch(r.lastSeenMs, Qt::UTC).toString(Qt::ISODate)},
-                      {"gone", r.goneMs ? QJsonValue(QDateTime::fromMSecsSinceEpoch(r.goneMs, Qt::UTC).toString(Qt::ISODate))
-                                        : QJsonValue()},
+                      {"gone", r.goneMs
+                                   ? QJsonValue(QDateTime::fromMSecsSinceEpoch(r.goneMs, Qt::UTC).toString(Qt::ISODate))
+                                   : QJsonValue()},
                       {"seen_from_start", r.seenFromStart}};
         jobs.append(o);
     }

@@ -42,9 +42,11 @@ void JournalWriter::announceSetAside(qint64 nowMs)
 {
     if (m_db.setAsideReason().isEmpty())
         return;
-    qWarning().noquote() << QString::fromLatin1(Texts::LogSetAside).arg(m_path, m_db.setAsideReason(), m_db.setAsidePath());
-    m_db.addNote({nowMs, QString::fromLatin1(Texts::NoteSetAside)
-                             .arg(timeText(nowMs, 0), m_db.setAsideReason(), m_db.setAsidePath())});
+    qWarning().noquote()
+        << QString::fromLatin1(Texts::LogSetAside).arg(m_path, m_db.setAsideReason(), m_db.setAsidePath());
+    m_db.addNote(
+        {nowMs,
+         QString::fromLatin1(Texts::NoteSetAside).arg(timeText(nowMs, 0), m_db.setAsideReason(), m_db.setAsidePath())});
 }
 
 bool JournalWriter::start(qint64 nowMs)
@@ -73,7 +75,8 @@ void JournalWriter::noteProgress(Known& known, const JournalJob& job, qint64 now
 {
     if (job.progress == known.loggedProgress)
         return;
-    if (std::abs(job.progress - known.loggedProgress) < ProgressStep && nowMs - known.loggedProgressMs < ProgressIntervalMs)
+    if (std::abs(job.progress - known.loggedProgress) < ProgressStep &&
+        nowMs - known.loggedProgressMs < ProgressIntervalMs)
         return;
     batch.add(job.id, entry(TimelineKind::Progress, nowMs, job));
     known.loggedProgress = job.progress;

@@ -89,7 +89,9 @@ QVariant JobHistoryModel::data(const QModelIndex& index, int role) const
         return {};
     if (role == Qt::ToolTipRole)
         return r->job.description.isEmpty() ? r->job.id : r->job.description + '\n' + r->job.id;
-    auto when = [](qint64 ms) { return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm")); };
+    auto when = [](qint64 ms) {
+        return QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+    };
     switch (index.column()) {
     case Type:
         return CorvelJournal::typeName(r->job.type);
@@ -115,8 +117,8 @@ QVariant JobHistoryModel::headerData(int section, Qt::Orientation orientation, i
 {
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return {};
-    static const char* const captions[] = {"Type",     "Client",  "Device",  "Recovery point",
-                                           "Started",  "Ended or last seen", "Duration", "Final status"};
+    static const char* const captions[] = {
+        "Type", "Client", "Device", "Recovery point", "Started", "Ended or last seen", "Duration", "Final status"};
     return section >= 0 && section < ColumnCount ? QString::fromLatin1(captions[section]) : QVariant();
 }
 

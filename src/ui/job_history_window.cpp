@@ -46,8 +46,7 @@ bool writeText(const QString& path, const QString& text)
 
 } // namespace
 
-JobHistoryWindow::JobHistoryWindow(const CorvelWidgets::IconFont& iconFont, const QString& journalPath,
-                                   QWidget* parent)
+JobHistoryWindow::JobHistoryWindow(const CorvelWidgets::IconFont& iconFont, const QString& journalPath, QWidget* parent)
     : CustomBarWindow(iconFont, parent)
     , m_path(journalPath)
     , m_model(new JobHistoryModel(this))
@@ -195,8 +194,9 @@ void JobHistoryWindow::reload()
 
 void JobHistoryWindow::applyFilter()
 {
-    const QString current = m_model->record(m_list->currentIndex().row()) ? m_model->record(m_list->currentIndex().row())->job.id
-                                                                          : QString();
+    const QString current = m_model->record(m_list->currentIndex().row())
+                                ? m_model->record(m_list->currentIndex().row())->job.id
+                                : QString();
     m_model->setFilter(m_status->currentIndex() > 0 ? m_status->currentText() : QString(),
                        m_type->currentIndex() > 0 ? m_type->currentText() : QString(), m_text->text());
     int row = 0;
@@ -249,7 +249,8 @@ void JobHistoryWindow::saveReport()
     if (!record)
         return;
     const QString path = CorvelWidgets::FolderDialog::getSaveFileName(
-        this, QStringLiteral("Save report"), QDir::homePath() + QStringLiteral("/corvel-job-%1.txt").arg(record->job.id),
+        this, QStringLiteral("Save report"),
+        QDir::homePath() + QStringLiteral("/corvel-job-%1.txt").arg(record->job.id),
         QStringLiteral("Text files (*.txt)"));
     if (!path.isEmpty() && !writeText(path, selectedReport()))
         CorvelWidgets::MessageBox::critical(this, QStringLiteral("Job History"),

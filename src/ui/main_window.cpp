@@ -1,7 +1,7 @@
 #include "ui/main_window.h"
 
-#include "jobs/job_started_window.h"
 #include "jobs/job_list_widget.h"
+#include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
 #include "journal/journal.h"
 #include "session/auth_session.h"
@@ -23,8 +23,8 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QKeyEvent>
-#include <QShortcut>
 #include <QListWidget>
+#include <QShortcut>
 #include <QUrl>
 #include <QtConcurrent>
 

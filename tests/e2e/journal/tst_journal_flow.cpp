@@ -38,7 +38,8 @@ class TestJournalFlow : public QObject {
     std::shared_ptr<CorvelTest::ManualClock> m_clock = std::make_shared<CorvelTest::ManualClock>();
 
     // Polls like the table until `done` holds for the job's listed state (or it is gone).
-    bool pollUntil(CvJobs::JobListWidget& list, const std::string& id, const std::function<bool(const JobDescription*)>& done)
+    bool pollUntil(CvJobs::JobListWidget& list, const std::string& id,
+                   const std::function<bool(const JobDescription*)>& done)
     {
         for (int i = 0; i < 300; ++i) {
             std::vector<JobDescription> jobs;

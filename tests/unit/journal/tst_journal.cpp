@@ -52,8 +52,8 @@ private slots:
 
 void TestJournal::estimate_data()
 {
-    QTest::addColumn<int>("stepMs");    // one percent per step
-    QTest::addColumn<int>("startAt");   // progress when first seen
+    QTest::addColumn<int>("stepMs");  // one percent per step
+    QTest::addColumn<int>("startAt"); // progress when first seen
     QTest::addColumn<int>("steps");
     QTest::addColumn<qint64>("expectedMs"); // -1: no estimate
 
