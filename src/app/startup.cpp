@@ -6,6 +6,7 @@
 #include "core/cv_logger.h"
 #include "core/settings.h"
 #include "core/style_sheet.h"
+#include "journal/journal.h"
 #include "platform/platform.h"
 #include "service/service_client.h"
 #include "service/service_connection.h"
@@ -133,8 +134,10 @@ int runConsole(int argc, char** argv)
         return ExitQuiet;
     }
 
+    CorvelJournal::Journal journal(working + QStringLiteral("/journal.sqlite"));
     qInfo() << "Creating main window.";
     MainWindow window(session, *iconFont, connection, *settings);
+    window.setJournal(&journal);
     window.showNormal();
     sizeAndCentreMainWindow(window);
     return app.exec();

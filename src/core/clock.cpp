@@ -1,5 +1,6 @@
 #include "core/clock.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QThread>
 
@@ -18,6 +19,11 @@ private:
 };
 
 } // namespace
+
+qint64 Clock::epochMs() const
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
 
 std::shared_ptr<Clock> Clock::system()
 {

@@ -99,19 +99,19 @@ bool JobActionButtonsWidget::callService(const std::function<void(CorvelService:
 void JobActionButtonsWidget::onStartJob()
 {
     qInfo("onStartJob");
-    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.startJob(m_job.id); }));
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.startJob(m_job.id); }), "Start");
 }
 
 void JobActionButtonsWidget::onStopJob()
 {
     qInfo("onStopJob");
-    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.stopJob(m_job.id); }));
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.stopJob(m_job.id); }), "Stop");
 }
 
 void JobActionButtonsWidget::onCancelJob()
 {
     qInfo("onCancelJob");
-    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.cancelJob(m_job.id); }));
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.cancelJob(m_job.id); }), "Cancel");
 }
 
 void JobActionButtonsWidget::onDeleteJob()
@@ -134,8 +134,9 @@ void JobActionButtonsWidget::onDeleteJob()
             qInfo("Abort job deletion.");
             return;
         }
+        emit actionTaken(QString::fromStdString(m_job.id), deleteVm ? "Delete VM" : "Keep VM");
     }
-    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.deleteJob(m_job.id); }));
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.deleteJob(m_job.id); }), "Delete");
 }
 
 JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
@@ -177,10 +178,11 @@ bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
     return callService([&](CorvelService::CorvelServiceIf& service) { service.setJobMutableSettings(m_job.id, settings); });
 }
 
-void JobActionButtonsWidget::finishAction(bool succeeded)
+void JobActionButtonsWidget::finishAction(bool succeeded, const char* action)
 {
     if (!succeeded)
         return;
+    emit actionTaken(QString::fromStdString(m_job.id), QString::fromLatin1(action));
     setButtonsEnabled(false);
     emit needsUpdate();
 }

@@ -48,6 +48,8 @@ public slots:
 
 signals:
     void needsUpdate();
+    // The service accepted `action` ("Start", "Stop", "Cancel", "Delete", "Keep VM", "Delete VM").
+    void actionTaken(const QString& jobId, const QString& action);
 
 private:
     enum class VmChoice { Abandon, Delete, Keep };
@@ -56,7 +58,7 @@ private:
     // The action's call through the connection; true when the service took it.
     bool callService(const std::function<void(CorvelService::CorvelServiceIf&)>& call);
     void buildButtons();
-    void finishAction(bool succeeded);
+    void finishAction(bool succeeded, const char* action);
     void setButtonsEnabled(bool enabled);
 
     CorvelService::JobDescription m_job;

@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QMetaMethod>
 #include <QSpacerItem>
 #include <QVBoxLayout>
 
@@ -56,10 +57,35 @@ bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
     // A row's dialog runs its own event loop; the row and its buttons must stay as they are.
     if (anyRowBusy())
         return false;
+    if (isSignalConnected(QMetaMethod::fromSignal(&JobListWidget::jobsChanged)))
+        reportChanges(jobs);
     m_cache = std::move(jobs);
     if (!updateSameRows())
         sync(FirstSliceMs);
     return true;
+}
+
+void JobListWidget::reportChanges(const std::vector<CorvelService::JobDescription>& jobs)
+{
+    std::unordered_map<std::string, const CorvelService::JobDescription*> before;
+    before.reserve(m_cache.size());
+    for (const auto& job : m_cache)
+        before.emplace(job.id, &job);
+    std::vector<CorvelService::JobDescription> changed;
+    for (const auto& job : jobs) {
+        auto found = before.find(job.id);
+        if (found == before.end()) {
+            changed.push_back(job);
+            continue;
+        }
+        if (!(*found->second == job))
+            changed.push_back(job);
+        before.erase(found);
+    }
+    QStringList gone;
+    for (const auto& entry : before)
+        gone << QString::fromStdString(entry.first);
+    emit jobsChanged(changed, gone);
 }
 
 bool JobListWidget::updateSameRows()
@@ -254,6 +280,7 @@ JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
+    connect(row->actions(), &JobActionButtonsWidget::actionTaken, this, &JobListWidget::actionTaken);
     return row;
 }
 

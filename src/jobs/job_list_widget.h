@@ -3,6 +3,7 @@
 #include "CorvelService.h"
 #include "widgets/icon_font.h"
 
+#include <QStringList>
 #include <QTimer>
 #include <QWidget>
 
@@ -56,6 +57,11 @@ public:
 
 signals:
     void needsUpdate();
+    // A new list differs from the last one: the jobs that are new or changed, and the ids gone.
+    // The first list of all comes whole.
+    void jobsChanged(const std::vector<CorvelService::JobDescription>& changed, const QStringList& gone);
+    // An operator's action on a job went through ("Start", "Stop", "Cancel", "Delete", "Keep VM", "Delete VM").
+    void actionTaken(const QString& jobId, const QString& action);
     // A column's minimum width changed.
     void columnsChanged();
 
@@ -73,6 +79,7 @@ private:
     void updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh);
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
+    void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
 
     CorvelService::ServiceConnection* m_connection = nullptr;
     CorvelWidgets::IconFont m_iconFont;

@@ -3,18 +3,26 @@
 #include "jobs/job_status_label.h"
 #include "jobs/soft_wrap.h"
 
+#include <QFontDatabase>
 #include <QLabel>
 #include <QProgressBar>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace CvJobs {
 
+namespace {
+constexpr int ActivityTickMs = 1000;
+} // namespace
+
 JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const CorvelWidgets::IconFont& iconFont,
-                             QWidget* parent)
+                             QWidget* parent, std::shared_ptr<Corvel::Clock> clock)
     : QWidget(parent)
     , m_layout(new QVBoxLayout(this))
     , m_statusLabel(new JobStatusLabel(job.status, iconFont, this))
     , m_progressBar(new QProgressBar(this))
+    , m_clock(std::move(clock))
+    , m_activityLabel(new QLabel(this))
 {
     setObjectName("job_item");
     m_layout->setSpacing(0);
@@ -29,15 +37,67 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     m_progressBar->setMinimumWidth(0);
     m_progressBar->setMaximumWidth(1000);
     m_layout->addWidget(m_progressBar);
+    // Digits of one width, so the figures do not shift as they count.
+    m_activityLabel->setObjectName("job_activity");
+    m_activityLabel->setTextFormat(Qt::PlainText);
+    QFont figures = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    figures.setPointSizeF(font().pointSizeF() > 0 ? font().pointSizeF() * 0.85 : 8.5);
+    m_activityLabel->setFont(figures);
+    m_activityLabel->hide();
+    m_layout->addWidget(m_activityLabel);
     m_layout->addStretch(1);
     m_work.progress = -1; // differs from any value, so the bar is set below
     setWork(job.current_work);
+
+    m_activityTimer.setInterval(ActivityTickMs);
+    connect(&m_activityTimer, &QTimer::timeout, this, &JobWorkWidget::showActivity);
+    trackActivity(job);
 }
 
 void JobWorkWidget::setJob(const CorvelService::JobDescription& job)
 {
     m_statusLabel->setStatus(job.status);
     setWork(job.current_work);
+    trackActivity(job);
+}
+
+void JobWorkWidget::trackActivity(const CorvelService::JobDescription& job)
+{
+    const bool running = job.status == CorvelService::JobStatus::Running;
+    m_activity.update(running, QString::fromStdString(job.current_work.text), job.current_work.progress,
+                      m_clock->nowMs());
+    if (running && !m_activityTimer.isActive())
+        m_activityTimer.start();
+    else if (!running)
+        m_activityTimer.stop();
+    showActivity();
+}
+
+void JobWorkWidget::showActivity()
+{
+    if (!m_activity.isRunning()) {
+        m_activityLabel->hide();
+        return;
+    }
+    const qint64 now = m_clock->nowMs();
+    QString text = CorvelJournal::JobActivity::clockText(m_activity.elapsedMs(now));
+    const bool stalled = m_activity.isStalled(now);
+    if (stalled) {
+        text += QStringLiteral("  No progress for 10 min");
+    } else {
+        const qint64 left = m_activity.remainingMs(now);
+        if (left >= 0)
+            text += QStringLiteral("  ") + CorvelJournal::JobActivity::remainingText(left);
+    }
+    if (m_activityLabel->property("stalled").toBool() != stalled) {
+        m_activityLabel->setProperty("stalled", stalled);
+        m_activityLabel->style()->unpolish(m_activityLabel);
+        m_activityLabel->style()->polish(m_activityLabel);
+    }
+    if (m_activityLabel->text() != text)
+        m_activityLabel->setText(text);
+    if (m_activityLabel->isHidden())
+        m_activityLabel->setVisible(true);
 }
 
 void JobWorkWidget::setWork(const CorvelService::CurrentWork& work)

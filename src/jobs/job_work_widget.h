@@ -1,8 +1,13 @@
 #pragma once
 
+#include "core/clock.h"
 #include "corvel_service_types.h"
+#include "journal/job_activity.h"
 
+#include <QTimer>
 #include <QWidget>
+
+#include <memory>
 
 class QLabel;
 class QProgressBar;
@@ -16,12 +21,13 @@ namespace CvJobs {
 
 class JobStatusLabel;
 
-// The STATUS column: state, current activity and its progress.
+// The STATUS column: state, current activity and its progress; while running, how long the activity
+// has taken, about how long it has left and whether it has stood still.
 class JobWorkWidget : public QWidget {
     Q_OBJECT
 public:
     JobWorkWidget(const CorvelService::JobDescription& job, const CorvelWidgets::IconFont& iconFont,
-                  QWidget* parent = nullptr);
+                  QWidget* parent = nullptr, std::shared_ptr<Corvel::Clock> clock = Corvel::Clock::system());
 
     // Shows `job`, changing only what differs from what is shown.
     void setJob(const CorvelService::JobDescription& job);
@@ -32,12 +38,18 @@ public:
 
 private:
     void setWork(const CorvelService::CurrentWork& work);
+    void trackActivity(const CorvelService::JobDescription& job);
+    void showActivity();
 
     QVBoxLayout* m_layout;
     JobStatusLabel* m_statusLabel;
     QLabel* m_workLabel = nullptr;
     QProgressBar* m_progressBar;
     CorvelService::CurrentWork m_work;
+    std::shared_ptr<Corvel::Clock> m_clock;
+    CorvelJournal::JobActivity m_activity;
+    QLabel* m_activityLabel;
+    QTimer m_activityTimer;
 };
 
 } // namespace CvJobs

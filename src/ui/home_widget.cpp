@@ -5,6 +5,7 @@
 #include "widgets/icon_font.h"
 
 #include <QFrame>
+#include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -20,6 +21,7 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     : QWidget(parent)
     , m_jobTable(new CvJobs::JobTableWidget(connection, iconFont))
     , m_newRecovery(new QPushButton("Start New Recovery", this))
+    , m_history(new QPushButton("Job History", this))
 {
     auto* frame = new QFrame(this);
     frame->setObjectName("home_jobs_frame");
@@ -38,9 +40,19 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     layout->setContentsMargins(20, 20, 20, 20);
     layout->setSpacing(12);
     layout->addWidget(frame, 1);
-    layout->addWidget(m_newRecovery, 0, Qt::AlignRight | Qt::AlignBottom);
+    m_history->setObjectName("button_secondary");
+    m_history->setAccessibleName("Job History");
+    m_history->setCursor(Qt::PointingHandCursor);
+    m_history->setToolTip("Job History (Ctrl+H)");
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(m_history, 0, Qt::AlignBottom);
+    buttons->addWidget(m_newRecovery, 0, Qt::AlignBottom);
+    layout->addLayout(buttons);
+    setTabOrder(m_history, m_newRecovery);
 
     connect(m_newRecovery, &QPushButton::clicked, this, &HomeWidget::newRecoveryRequested);
+    connect(m_history, &QPushButton::clicked, this, &HomeWidget::historyRequested);
 }
 
 } // namespace Corvel

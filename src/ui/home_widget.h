@@ -26,13 +26,16 @@ public:
 
     CvJobs::JobTableWidget* jobTable() const { return m_jobTable; }
     QPushButton* newRecoveryButton() const { return m_newRecovery; }
+    QPushButton* historyButton() const { return m_history; }
 
 signals:
     void newRecoveryRequested();
+    void historyRequested();
 
 private:
     CvJobs::JobTableWidget* m_jobTable;
     QPushButton* m_newRecovery;
+    QPushButton* m_history;
 };
 
 } // namespace Corvel

@@ -1,13 +1,17 @@
 #include "ui/main_window.h"
 
+#include "jobs/job_list_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
+#include "journal/journal.h"
 #include "session/auth_session.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
+#include "ui/job_history_window.h"
 #include "ui/main_window_tabs_widget.h"
 #include "ui/progress_dialog.h"
 #include "ui/tool_box_widget.h"
+#include "wizard/job_assembly.h"
 #include "wizard/job_launcher.h"
 #include "wizard/recovery_wizard.h"
 
@@ -20,6 +24,7 @@
 #include <QDesktopServices>
 #include <QKeyEvent>
 #include <QListWidget>
+#include <QShortcut>
 #include <QUrl>
 #include <QtConcurrent>
 
@@ -77,6 +82,10 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_body->addWidget(m_tabs);
 
     connect(m_home, &HomeWidget::newRecoveryRequested, this, &MainWindow::startRecoveryWizard);
+    connect(m_home, &HomeWidget::historyRequested, this, &MainWindow::openJobHistory);
+    auto* history = new QShortcut(QKeySequence(Qt::CTRL + Qt::Key_H), this);
+    history->setContext(Qt::WindowShortcut);
+    connect(history, &QShortcut::activated, this, &MainWindow::openJobHistory);
     connect(m_toolBox, &ToolBoxWidget::openUrlRequested, this, &MainWindow::openUrl);
     connect(this, &MainWindow::updateOffered, this, &MainWindow::showUpdateOffer, Qt::QueuedConnection);
     connect(&m_updater, &CVUpdater::Updater::downloadFinished, this, &MainWindow::showUpdateReady);
@@ -216,6 +225,46 @@ void MainWindow::launchJob(const RecoveryWizardValues& values)
     started.adjustSize();
     centreOverThis(started);
     started.exec();
+}
+
+void MainWindow::setJournal(CorvelJournal::Journal* journal)
+{
+    m_journal = journal;
+    CvJobs::JobTableWidget* table = m_home->jobTable();
+    CvJobs::JobListWidget* list = table->jobList();
+    if (!journal)
+        return;
+    connect(list, &CvJobs::JobListWidget::jobsChanged, journal, &CorvelJournal::Journal::observeService);
+    connect(list, &CvJobs::JobListWidget::actionTaken, journal, [this](const QString& jobId, const QString& action) {
+        m_journal->recordAction(jobId, action, m_session.userData().username);
+    });
+    connect(&m_connection, &CorvelService::ServiceConnection::polled, journal,
+            [table, journal] { journal->setServiceAvailable(!table->isServiceUnavailable()); });
+    connect(&m_launcher, &JobLauncher::jobCreated, journal,
+            [this](const std::string& jobId, const RecoveryWizardValues& values) {
+                CorvelService::JobDescription launched;
+                launched.id = jobId;
+                launched.job_type = *values.recoveryType;
+                launched.description = values.jobDescription.toStdString();
+                launched.configuration = JobAssembly::configuration(values);
+                m_journal->recordLaunch(CorvelJournal::JournalJob::fromService(launched),
+                                        m_session.userData().username);
+            });
+}
+
+void MainWindow::openJobHistory()
+{
+    if (!m_history) {
+        const QString path = m_journal ? m_journal->path() : workingDir() + QStringLiteral("/journal.sqlite");
+        auto* window = new JobHistoryWindow(m_iconFont, path, this);
+        window->setAttribute(Qt::WA_DeleteOnClose);
+        window->setWindowFlags(window->windowFlags() | Qt::Tool);
+        m_history = window;
+        window->move(x() + (width() - window->width()) / 2, y() + (height() - window->height()) / 2);
+    }
+    m_history->show();
+    m_history->raise();
+    m_history->activateWindow();
 }
 
 void MainWindow::centreOverThis(QWidget& dialog) const

@@ -10,9 +10,13 @@
 #include "wizard/job_launcher.h"
 
 #include <QFuture>
+#include <QPointer>
 
 #include <memory>
 
+namespace CorvelJournal {
+class Journal;
+}
 namespace CorvelPlatform {
 class ServiceControl;
 }
@@ -58,6 +62,10 @@ public:
         m_serviceControl = std::move(control);
     }
 
+    // The journal the jobs table feeds: its changes, the operator's actions and launches. Set once;
+    // it must outlive the window.
+    void setJournal(CorvelJournal::Journal* journal);
+
     CVUpdater::Updater& updater() { return m_updater; }
     QFuture<void> updateCheck() const { return m_updateCheck; }
     MainWindowTabsWidget* tabs() const { return m_tabs; }
@@ -67,6 +75,8 @@ public:
 public slots:
     void openUrl(const QString& url);
     void startRecoveryWizard();
+    // The Job History window (Ctrl+H), raised when it is open already.
+    void openJobHistory();
 
 signals:
     void updateOffered();
@@ -103,6 +113,8 @@ private:
     ToolBoxWidget* m_toolBox = nullptr;
     HelpCenterWidget* m_helpCenter = nullptr;
     MainWindowTabsWidget* m_tabs = nullptr;
+    CorvelJournal::Journal* m_journal = nullptr;
+    QPointer<QWidget> m_history;
 };
 
 } // namespace Corvel

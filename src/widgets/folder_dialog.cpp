@@ -18,6 +18,15 @@ QString FolderDialog::getExistingDirectory(QWidget* parent, const QString& capti
     return QFileDialog::getExistingDirectory(parent, caption, startDir);
 }
 
+QString FolderDialog::getSaveFileName(QWidget* parent, const QString& caption, const QString& startPath,
+                                      const QString& filter)
+{
+    g_captions.append(caption);
+    if (!g_answers.isEmpty())
+        return g_answers.takeFirst();
+    return QFileDialog::getSaveFileName(parent, caption, startPath, filter);
+}
+
 void FolderDialog::setNextAnswer(const QString& answer)
 {
     g_answers.append(answer);

@@ -6,12 +6,14 @@
 
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
+#include "journal/journal.h"
 #include "service/service_client.h"
 #include "session/auth_session.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/service_sim.h"
 #include "testsupport/test_tokens.h"
 #include "ui/home_widget.h"
+#include "ui/job_history_window.h"
 #include "ui/main_window.h"
 #include "ui/main_window_geometry.h"
 #include "ui/main_window_tabs_widget.h"
@@ -21,6 +23,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QPointer>
 #include <QJsonObject>
 #include <QLabel>
 #include <QListWidget>
@@ -116,6 +119,8 @@ int main(int argc, char** argv)
     TmxAuth::AuthSession session(partnerToken());
     const Corvel::Settings settings(QJsonObject{{"vusk_url", cloud.vuskUrl()}, {"auth_url", cloud.authUrl()}});
     Corvel::MainWindow window(session, iconFont, connection, settings, cloud.origin() + "/Corvel/autoupdate.xml");
+    CorvelJournal::Journal journal(certs.filePath("journal.sqlite"));
+    window.setJournal(&journal);
 
     // The offer comes first, as it does after sign-in.
     bool offered = false;
@@ -142,6 +147,29 @@ int main(int argc, char** argv)
     shoot(window, "keyboard-focus-tabs");
     if (tabTo(window.home()->newRecoveryButton()))
         shoot(window, "keyboard-focus-button");
+
+    // The history window over what this session journaled, the newest job's timeline open.
+    journal.flush();
+    QTest::keyClick(&window, Qt::Key_H, Qt::ControlModifier);
+    if (QPointer<Corvel::JobHistoryWindow> history = window.findChild<Corvel::JobHistoryWindow*>()) {
+        (void)QTest::qWaitForWindowExposed(history);
+        QTest::qWait(200);
+        shoot(*history, "job-history");
+        // The keyboard: the next job, Return opens its timeline, Tab moves on to the report.
+        QApplication::setActiveWindow(history);
+        QWidget* list = history->findChild<QWidget*>("job_history_list");
+        list->setFocus();
+        QTest::keyClick(list, Qt::Key_Down);
+        QTest::keyClick(list, Qt::Key_Return);
+        QWidget* focused = QApplication::focusWidget();
+        if (history)
+            QTest::keyClick(focused ? focused : history.data(), Qt::Key_Tab);
+        QTest::qWait(100);
+        if (history) {
+            shoot(*history, "job-history-keys");
+            QTest::keyClick(history, Qt::Key_Escape);
+        }
+    }
 
     window.tabs()->list()->setCurrentRow(1);
     shoot(window, "toolbox");
