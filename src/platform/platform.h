@@ -17,7 +17,8 @@ struct RegistryResult {
     unsigned long error = 0;
 };
 
-// Reads a REG_SZ value under HKEY_LOCAL_MACHINE from the 32-bit registry view.
+// Reads a REG_SZ value under HKEY_LOCAL_MACHINE from the 32-bit registry view; a value of another
+// type fails the query.
 RegistryResult readRegistryValue(const std::wstring& subKey, const std::wstring& valueName);
 
 // True when the process belongs to the built-in Administrators group.

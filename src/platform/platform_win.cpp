@@ -88,7 +88,11 @@ RegistryResult readRegistryValue(const std::wstring& subKey, const std::wstring&
         return result;
     }
     DWORD size = 0;
-    status = RegQueryValueExW(key, valueName.c_str(), nullptr, nullptr, nullptr, &size);
+    DWORD type = REG_NONE;
+    status = RegQueryValueExW(key, valueName.c_str(), nullptr, &type, nullptr, &size);
+    // A number or binary data read as text would make a folder name of its bytes.
+    if (status == ERROR_SUCCESS && type != REG_SZ && type != REG_EXPAND_SZ)
+        status = ERROR_UNSUPPORTED_TYPE;
     if (status != ERROR_SUCCESS) {
         RegCloseKey(key);
         result.status = RegistryResult::Status::QueryFailed;

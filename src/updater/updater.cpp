@@ -18,12 +18,35 @@ namespace {
 const QString LocalVersion = QStringLiteral(CORVEL_VERSION);
 const QString ManualVersion = QStringLiteral("0.0.0.0");
 
-// What is left of a redirection once the followed ones are done: one without a target, or one the
-// policy refused without an error.
+constexpr std::chrono::milliseconds DefaultStallLimit = std::chrono::seconds(30);
+
+int statusOf(QNetworkReply* reply)
+{
+    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
 bool isRedirection(QNetworkReply* reply)
 {
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = statusOf(reply);
     return status >= 300 && status < 400;
+}
+
+// The network layer goes on to the target of these by itself. The body of any other redirection it
+// swallows without freeing its read buffer: past that buffer it stops reading, and the reply ends only
+// if the server happens to close the connection.
+bool isFollowed(QNetworkReply* reply)
+{
+    switch (statusOf(reply)) {
+    case 301:
+    case 302:
+    case 303:
+    case 305:
+    case 307:
+    case 308:
+        return QUrl::fromEncoded(reply->rawHeader("Location")).isValid();
+    default:
+        return false;
+    }
 }
 
 void closeProgress(DownloadProgress* progress, QObject* receiver)
@@ -42,6 +65,9 @@ Updater::Updater(const QString& manualUpdateUrl, const QString& descriptorUrl, Q
     , m_manualUpdateUrl(manualUpdateUrl)
     , m_descriptorUrl(descriptorUrl)
 {
+    m_stallTimer.setSingleShot(true);
+    m_stallTimer.setInterval(DefaultStallLimit);
+    connect(&m_stallTimer, &QTimer::timeout, this, &Updater::onStalled);
 }
 
 Updater::~Updater()
@@ -149,6 +175,11 @@ void Updater::setInstallerLauncher(InstallerLauncher launcher)
     m_launcher = std::move(launcher);
 }
 
+void Updater::setStallLimit(std::chrono::milliseconds limit)
+{
+    m_stallTimer.setInterval(limit);
+}
+
 void Updater::startDownload(QWidget* dialogParent)
 {
     // One download at a time, and a finished one must be run or reset first.
@@ -177,6 +208,7 @@ void Updater::startDownload(QWidget* dialogParent)
     downloading.reply = reply;
     m_state = std::move(downloading);
 
+    connect(reply, &QNetworkReply::metaDataChanged, this, &Updater::onMetaData);
     connect(reply, &QNetworkReply::readyRead, this, &Updater::onReadyRead);
     connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
     connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
@@ -187,6 +219,8 @@ void Updater::startDownload(QWidget* dialogParent)
         connect(progress, &DownloadProgress::canceled, this, &Updater::onProgressCanceled);
         progress->open();
     }
+    if (isDownloading())
+        m_stallTimer.start();
 }
 
 void Updater::onProgress(qint64 received, qint64 total)
@@ -197,14 +231,40 @@ void Updater::onProgress(qint64 received, qint64 total)
         unexpectedState();
         return;
     }
+    m_stallTimer.start();
     // A modal dialog spins the event loop here, so the download may be over when this returns.
     if (DownloadProgress* progress = downloading->progress)
         progress->setProgress(received, total);
     qInfo().noquote() << QStringLiteral("Update progress: %1/%2").arg(received).arg(total);
 }
 
+void Updater::onMetaData()
+{
+    m_stallTimer.start();
+    const auto* downloading = std::get_if<Downloading>(&m_state);
+    // Whatever the server then does with the connection, a redirection that goes nowhere is the end.
+    if (downloading && downloading->reply && isRedirection(downloading->reply) && !isFollowed(downloading->reply))
+        abortWith(Fault::Redirection);
+}
+
+void Updater::onStalled()
+{
+    abortWith(Fault::Stalled);
+}
+
+void Updater::abortWith(Fault fault)
+{
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    if (!downloading || !downloading->reply || !downloading->reply->isRunning())
+        return;
+    if (downloading->fault == Fault::None)
+        downloading->fault = fault;
+    downloading->reply->abort();
+}
+
 void Updater::onReadyRead()
 {
+    m_stallTimer.start();
     auto* downloading = std::get_if<Downloading>(&m_state);
     QNetworkReply* reply = downloading ? downloading->reply.data() : nullptr;
     // Aborting finishes the reply at once: the completion step reports the fault.
@@ -242,6 +302,7 @@ bool Updater::takeArrived(Downloading& downloading, QNetworkReply* reply)
 void Updater::onFinished()
 {
     qInfo() << "Download finished.";
+    m_stallTimer.stop();
     auto* downloading = std::get_if<Downloading>(&m_state);
     if (!downloading) {
         unexpectedState();
@@ -255,10 +316,9 @@ void Updater::onFinished()
     if (reply)
         reply->deleteLater();
 
-    const bool transferred = reply && reply->error() == QNetworkReply::NoError && !isRedirection(reply);
-    if (reply && reply->error() == QNetworkReply::NoError && !transferred)
-        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed")
-                                    .arg(reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt());
+    if (reply && reply->error() == QNetworkReply::NoError && isRedirection(reply) && finished.fault == Fault::None)
+        finished.fault = Fault::Redirection;
+    const bool transferred = reply && reply->error() == QNetworkReply::NoError && finished.fault == Fault::None;
     // The rest of the body; an empty installer is still a file.
     if (transferred && takeArrived(finished, reply)) {
         if (finished.decoder && finished.decoder->finish() != Corvel::BoundedBody::Status::Ok)
@@ -285,6 +345,14 @@ void Updater::onFinished()
     case Fault::Undecodable:
         qWarning().noquote() << "Reply body cannot be decoded, content encoding: " +
                                     QString::fromLatin1(reply ? reply->rawHeader("Content-Encoding") : QByteArray());
+        break;
+    case Fault::Redirection:
+        qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed")
+                                    .arg(reply ? statusOf(reply) : 0);
+        break;
+    case Fault::Stalled:
+        qWarning().noquote() << QStringLiteral("Nothing received from the server for %1 ms")
+                                    .arg(m_stallTimer.intervalAsDuration().count());
         break;
     case Fault::None:
         if (transferred) {
@@ -365,6 +433,7 @@ bool Updater::abortDownload()
     if (!downloading)
         return false;
     QPointer<QNetworkReply> reply = downloading->reply;
+    m_stallTimer.stop();
     closeProgress(downloading->progress, this);
     m_state = Idle{};
     // Disconnected first: an aborted reply still reports finished, and that is no failure.

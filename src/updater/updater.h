@@ -11,7 +11,9 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QTimer>
 
+#include <chrono>
 #include <memory>
 #include <variant>
 
@@ -50,6 +52,8 @@ public:
     // Without a factory a download runs without anything on screen.
     void setProgressFactory(DownloadProgressFactory factory);
     void setInstallerLauncher(InstallerLauncher launcher);
+    // A download that receives no byte for this long fails; applies from the next download on.
+    void setStallLimit(std::chrono::milliseconds limit);
 
 signals:
     void downloadFinished();
@@ -58,7 +62,7 @@ signals:
 private:
     struct Idle {};
     // Why the transfer was cut short by the updater itself rather than by the network.
-    enum class Fault { None, CannotOpen, CannotWrite, TooLarge, Undecodable };
+    enum class Fault { None, CannotOpen, CannotWrite, TooLarge, Undecodable, Redirection, Stalled };
     struct Downloading {
         QPointer<QNetworkReply> reply;
         QPointer<DownloadProgress> progress;
@@ -74,8 +78,12 @@ private:
     using State = std::variant<Idle, Downloading, Downloaded>;
 
     void onProgress(qint64 received, qint64 total);
+    void onMetaData();
     void onReadyRead();
     void onFinished();
+    void onStalled();
+    // Ends the running download through the completion step, which reports the fault.
+    void abortWith(Fault fault);
     void onProgressCanceled();
 
     // Leaves the downloading state without any completion step; false when not downloading.
@@ -104,6 +112,7 @@ private:
     QNetworkAccessManager* m_network = nullptr;
     DownloadProgressFactory m_progressFactory;
     InstallerLauncher m_launcher = launchDetached;
+    QTimer m_stallTimer;
 };
 
 } // namespace CVUpdater

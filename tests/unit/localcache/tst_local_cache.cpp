@@ -253,11 +253,24 @@ private slots:
         }
         QCOMPARE(opened, 0);
 
-        // Parameters that would cost gigabytes or minutes are refused before any work.
-        for (const char* hostile : {"\"N\":1073741824", "\"N\":1000", "\"N\":-32768", "\"N\":32768.5"}) {
+        // Parameters that would cost gigabytes or minutes are refused before any work. The last two
+        // stay within the memory bound and exceed the work bound only through p or through r.
+        const struct {
+            const char *n, *r, *p;
+        } hostile[] = {{"1073741824", "8", "1"}, {"1000", "8", "1"},   {"-32768", "8", "1"},
+                       {"32768.5", "8", "1"},    {"65536", "8", "64"}, {"16384", "64", "32"}};
+        for (const auto& parameters : hostile) {
             // restic sizes N to the machine it runs on: whatever it chose is replaced.
-            const QString text = QString::fromUtf8(key).replace(QRegularExpression("\"N\":\\d+"), hostile);
+            const QString text = QString::fromUtf8(key)
+                                     .replace(QRegularExpression("\"N\":\\d+"), QString("\"N\":") + parameters.n)
+                                     .replace(QRegularExpression("\"r\":\\d+"), QString("\"r\":") + parameters.r)
+                                     .replace(QRegularExpression("\"p\":\\d+"), QString("\"p\":") + parameters.p);
             QVERIFY(!Mirel::openKeyFile(text.toStdString(), Passphrase.toStdString(), problem));
+            // Refused as such, not by the MAC after the whole derivation.
+            QVERIFY2(QString::fromStdString(problem).contains(QRegularExpression("^(scrypt parameters out of range|"
+                                                                                 "malformed key file)")),
+                     qPrintable(QString("N=%1 r=%2 p=%3: %4")
+                                    .arg(parameters.n, parameters.r, parameters.p, QString::fromStdString(problem))));
         }
         QVERIFY(!Mirel::openKeyFile(std::string(70000, ' ') + key.toStdString(), Passphrase.toStdString(), problem));
         QCOMPARE(QString::fromStdString(problem), QString("key file too large"));

@@ -20,6 +20,8 @@ public:
         int delayMs = 0;
         bool sendLength = true; // without it the client cannot know the total size
         int stallAfter = -1;    // send this many body bytes, then keep the connection open
+        bool keepOpen = false;  // the whole reply, then the connection stays open (no "Connection: close")
+        QByteArray location{};  // a Location header when not empty
     };
 
     HttpTestServer()
@@ -41,7 +43,10 @@ public:
     }
 
     void setResponse(const QString& path, const Response& response) { m_responses.insert(path, response); }
-    QString url(const QString& path) const { return QString("http://127.0.0.1:%1%2").arg(m_server.serverPort()).arg(path); }
+    QString url(const QString& path) const
+    {
+        return QString("http://127.0.0.1:%1%2").arg(m_server.serverPort()).arg(path);
+    }
     QStringList requestedPaths() const { return m_requested; }
 
 private:
@@ -49,12 +54,16 @@ private:
     {
         m_requested << path;
         const Response r = m_responses.value(path, Response{404, "not here"});
-        QByteArray head = "HTTP/1.1 " + QByteArray::number(r.status) + " X\r\nConnection: close\r\n";
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(r.status) + " X\r\n";
+        if (!r.keepOpen)
+            head += "Connection: close\r\n";
+        if (!r.location.isEmpty())
+            head += "Location: " + r.location + "\r\n";
         if (r.sendLength)
             head += "Content-Length: " + QByteArray::number(r.body.size()) + "\r\n";
         QTimer::singleShot(r.delayMs, socket, [socket, r, head] {
             socket->write(head + "\r\n" + (r.stallAfter >= 0 ? r.body.left(r.stallAfter) : r.body));
-            if (r.stallAfter < 0)
+            if (r.stallAfter < 0 && !r.keepOpen)
                 socket->disconnectFromHost();
         });
     }

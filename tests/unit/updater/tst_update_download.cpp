@@ -140,6 +140,83 @@ private slots:
         QVERIFY(refuses(updater));
     }
 
+    // A redirection that is not followed ends the download as soon as its head arrives, whatever
+    // the server then does with the connection; the wait stays far below the stall limit.
+    void redirection_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<int>("bodySize");
+        QTest::addColumn<bool>("keepOpen");
+        QTest::addColumn<bool>("target");
+
+        QTest::newRow("302, body, connection kept open") << 302 << 300000 << true << false;
+        QTest::newRow("302, body, connection closed") << 302 << 300000 << false << false;
+        QTest::newRow("302, no body, connection kept open") << 302 << 0 << true << false;
+        QTest::newRow("308, body, connection kept open") << 308 << 300000 << true << false;
+        QTest::newRow("300 with a target, connection kept open") << 300 << 300000 << true << true;
+        // Its body stays below the network layer's read buffer, which it never frees for a redirection:
+        // a larger one with the connection kept open ends only by the stall limit.
+        QTest::newRow("302 with a target is followed") << 302 << 1000 << true << true;
+    }
+
+    void redirection()
+    {
+        QFETCH(int, code);
+        QFETCH(int, bodySize);
+        QFETCH(bool, keepOpen);
+        QFETCH(bool, target);
+
+        HttpTestServer server;
+        HttpTestServer::Response reply{code, QByteArray(bodySize, 'r')};
+        reply.keepOpen = keepOpen;
+        if (target)
+            reply.location = server.url("/elsewhere").toUtf8();
+        server.setResponse(InstallerPath, reply);
+        server.setResponse("/elsewhere", payload("installer"));
+        Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
+        QVERIFY(updater.checkForUpdates());
+        LogCapture log;
+        QSignalSpy failed(&updater, &Updater::downloadFailed);
+        const bool followed = code == 302 && target;
+        QCOMPARE(downloaded(updater), followed);
+        if (followed) {
+            QCOMPARE(server.requestedPaths(), (QStringList{"/downloads/setup.exe", "/elsewhere"}));
+            return;
+        }
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(failed.first().first().toString(), QString("Cannot get reply from the server"));
+        QVERIFY(log.contains(QString("Reply is a redirection (HTTP %1), which is not followed").arg(code)));
+        QVERIFY(filesIn(m_temp->path()).isEmpty());
+        QVERIFY(refuses(updater));
+    }
+
+    // A server that goes silent, before its head or in the middle of the body, ends the download.
+    void stalled_data()
+    {
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<int>("stallAfter");
+        QTest::newRow("before the head") << 600000 << -1;
+        QTest::newRow("in the body") << 0 << 10;
+    }
+
+    void stalled()
+    {
+        QFETCH(int, delayMs);
+        QFETCH(int, stallAfter);
+        HttpTestServer server;
+        server.setResponse(InstallerPath, {200, QByteArray(1000, 'i'), delayMs, true, stallAfter});
+        Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
+        updater.setStallLimit(std::chrono::milliseconds(300));
+        QVERIFY(updater.checkForUpdates());
+        LogCapture log;
+        QSignalSpy failed(&updater, &Updater::downloadFailed);
+        QVERIFY(!downloaded(updater));
+        QCOMPARE(failed.count(), 1);
+        QCOMPARE(failed.first().first().toString(), QString("Cannot get reply from the server"));
+        QVERIFY(log.contains("Nothing received from the server for 300 ms"));
+        QVERIFY(filesIn(m_temp->path()).isEmpty());
+    }
+
     // The installer goes to disk as it arrives: memory stays flat however large it is.
     void largeInstaller()
     {
