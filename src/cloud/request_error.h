@@ -13,6 +13,10 @@ struct RequestError {
     Kind kind = ServerError;
     qint32 code = 0;
     QString description;
+    // What the server answered when it did (0 and empty for transport failures); the network
+    // layer's code alone cannot tell an HTTP 500 from a lost connection.
+    int httpStatus = 0;
+    QString reason;
 };
 
 // A cloud call delivers the expected value (index 0) or the error (index 1).

@@ -3,8 +3,10 @@
 #include "core/settings.h"
 #include "ui/tool_box_tile_widget.h"
 #include "widgets/icon_font.h"
+#include "widgets/message_box.h"
 
 #include <QDebug>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QProcess>
 
@@ -55,10 +57,21 @@ QString HelpCenterWidget::analysisToolPath()
 void HelpCenterWidget::launchAnalysisTool()
 {
     qInfo() << "Opening Analysis Tool";
-    if (QProcess::startDetached(analysisToolPath(), {}))
+    const QString path = analysisToolPath();
+    QProcess tool;
+    tool.setProgram(path);
+    tool.setStandardOutputFile(QProcess::nullDevice());
+    tool.setStandardErrorFile(QProcess::nullDevice());
+    if (tool.startDetached()) {
         qInfo() << "Analysis Tool opened successfully";
-    else
-        qInfo() << "Analysis Tool opening failed";
+        return;
+    }
+    qInfo() << "Analysis Tool opening failed";
+    const QString why = !QFileInfo::exists(path)       ? path + " is not there: the tool is not installed."
+                        : !QFileInfo(path).isExecutable() ? path + " cannot be run."
+                                                          : tool.errorString();
+    CorvelWidgets::MessageBox::warning(this, QStringLiteral("Launch Tool"),
+                                       QStringLiteral("The Analysis Tool could not be started.\n") + why);
 }
 
 } // namespace Corvel

@@ -20,6 +20,7 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QListWidget>
 #include <QUrl>
 #include <QtConcurrent>
@@ -65,6 +66,10 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_userMenu = new CorvelWidgets::UserMenuButton(m_iconFont);
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     titleBar()->setUserMenuButton(m_userMenu);
+    m_checkForUpdates = m_userMenu->userMenu()->addAction("Check for updates");
+    m_checkForUpdates->setObjectName("check_for_updates_action");
+    m_checkForUpdates->setVisible(false);
+    connect(m_checkForUpdates, &QAction::triggered, this, &MainWindow::showUpdateOffer);
 
     m_home = new HomeWidget(m_connection, m_iconFont);
     m_toolBox = new ToolBoxWidget(m_iconFont);
@@ -126,7 +131,9 @@ void MainWindow::showUpdateOffer()
                                   .arg(JobsInterrupted);
     request.buttons = QMessageBox::Yes | QMessageBox::No;
     request.defaultButton = QMessageBox::No;
-    if (ask(request) == QMessageBox::Yes)
+    const bool accepted = ask(request) == QMessageBox::Yes;
+    m_checkForUpdates->setVisible(!accepted);
+    if (accepted)
         m_updater.startDownload(this);
 }
 

@@ -2,6 +2,7 @@
 
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
+#include "widgets/initial_focus.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -42,6 +43,8 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_closeButton->setIcon(iconFont.icon(CloseGlyph));
     m_closeButton->setCursor(Qt::PointingHandCursor);
     m_closeButton->setFocusPolicy(Qt::TabFocus);
+    // A dialog's push buttons answer Return when focused; Close never may.
+    m_closeButton->setAutoDefault(false);
     m_closeButton->setAccessibleName(QStringLiteral("Close"));
     m_closeButton->setToolTip(QStringLiteral("Close"));
     connect(m_closeButton, &QPushButton::clicked, this, &QWidget::close);
@@ -71,6 +74,12 @@ void CustomBarWindow::setTitle(const QString& title)
 QString CustomBarWindow::title() const
 {
     return m_title->text();
+}
+
+void CustomBarWindow::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    CorvelWidgets::focusFirstControl(this, m_titleStripe);
 }
 
 bool CustomBarWindow::eventFilter(QObject* watched, QEvent* event)

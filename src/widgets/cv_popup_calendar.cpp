@@ -42,8 +42,20 @@ CvPopupCalendar::CvPopupCalendar(const IconFont& iconFont, QWidget* parent)
     m_availableFormat.setFontWeight(QFont::Bold);
 
     connect(m_calendar, &QCalendarWidget::selectionChanged, this, &CvPopupCalendar::handleSelectionChanged);
+    // A day clicked or confirmed with Return is the pick; moving through days with the keys is not.
+    connect(m_calendar, &QCalendarWidget::clicked, this, &QWidget::hide);
+    connect(m_calendar, &QCalendarWidget::activated, this, &QWidget::hide);
     m_calendar->setCurrentPage(QDate::currentDate().year(), QDate::currentDate().month());
     hide();
+}
+
+void CvPopupCalendar::turnTo(const QDate& date)
+{
+    if (!date.isValid())
+        return;
+    const QSignalBlocker quiet(m_calendar);
+    m_calendar->setSelectedDate(date);
+    m_calendar->setCurrentPage(date.year(), date.month());
 }
 
 void CvPopupCalendar::handleSelectionChanged()

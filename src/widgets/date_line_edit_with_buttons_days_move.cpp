@@ -115,6 +115,8 @@ void DateLineEditWithButtonsDaysMove::handleSetPrevDay()
 void DateLineEditWithButtonsDaysMove::handleClickButton()
 {
     m_popup->move(m_lineEdit->mapToGlobal(QPoint(0, m_lineEdit->height())));
+    if (!m_popup->isVisible())
+        m_popup->turnTo(QDate::fromString(m_lineEdit->text(), m_displayFormat));
     m_popup->setVisible(!m_popup->isVisible());
 }
 

@@ -18,6 +18,7 @@ UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
     setObjectName("button_user_menu");
     setIcon(iconFont.icon(UserGlyph));
     setFocusPolicy(Qt::TabFocus);
+    setAutoDefault(false);
     setAccessibleName(QStringLiteral("User menu"));
     setCursor(Qt::PointingHandCursor);
 

@@ -12,6 +12,8 @@
 #include <QFile>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QSignalSpy>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QPushButton>
@@ -201,6 +203,109 @@ private slots:
         QApplication::setStyle(QStyleFactory::create("fusion"));
         QCOMPARE(answer, QMessageBox::No);
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
+    }
+
+    // A framed window opens with its first input (else its primary button) focused; Return there
+    // never reaches Close.
+    void initialFocusNeverOnClose_data()
+    {
+        QTest::addColumn<bool>("resizable");
+        QTest::addColumn<bool>("withInput");
+        QTest::newRow("resizable window, input") << true << true;
+        QTest::newRow("resizable window, button only") << true << false;
+        QTest::newRow("dialog, input") << false << true;
+        QTest::newRow("dialog, button only") << false << false;
+    }
+
+    void initialFocusNeverOnClose()
+    {
+        QFETCH(bool, resizable);
+        QFETCH(bool, withInput);
+        m_window.reset();
+        std::unique_ptr<QDialog> window;
+        QVBoxLayout* content = nullptr;
+        if (resizable) {
+            auto* framed = new ResizableWindow;
+            content = framed->contentLayout();
+            window.reset(framed);
+        } else {
+            auto* framed = new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {}));
+            content = framed->contentLayout();
+            window.reset(framed);
+        }
+        auto* secondary = new QPushButton("Back", window.get());
+        content->addWidget(secondary);
+        if (withInput)
+            content->addWidget(new QLineEdit(window.get()));
+        auto* primary = new QPushButton("Next", window.get());
+        primary->setObjectName("button_primary");
+        primary->setDefault(true);
+        content->addWidget(primary);
+        QSignalSpy pressed(primary, &QPushButton::clicked);
+        window->show();
+        QApplication::setActiveWindow(window.get());
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+
+        QWidget* focused = QApplication::focusWidget();
+        QVERIFY(focused);
+        QCOMPARE(focused->metaObject()->className(), withInput ? "QLineEdit" : "QPushButton");
+        if (!withInput)
+            QCOMPARE(focused, static_cast<QWidget*>(primary));
+        QTest::keyClick(focused, Qt::Key_Return);
+        QVERIFY(window->isVisible());
+        QCOMPARE(pressed.count(), 1);
+
+        for (auto* close : window->findChildren<QPushButton*>()) {
+            if (close->accessibleName() != "Close")
+                continue;
+            close->setFocus(Qt::TabFocusReason);
+            QVERIFY(!close->isDefault() && !close->autoDefault());
+            QTest::keyClick(close, Qt::Key_Return);
+            QVERIFY(window->isVisible());
+        }
+    }
+
+    // The real box, not the unattended seam: the requested default has the focus and Return answers it.
+    void messageBoxDefault_data()
+    {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("preferred");
+        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
+        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
+        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
+        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
+    }
+
+    void messageBoxDefault()
+    {
+        QFETCH(int, flags);
+        QFETCH(int, preferred);
+        QString failure = "no message box was shown";
+        QTimer::singleShot(100, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            failure.clear();
+            QAbstractButton* expected = box->button(static_cast<QMessageBox::StandardButton>(preferred));
+            if (box->defaultButton() != expected)
+                failure = "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
+            else if (QApplication::focusWidget() != expected)
+                failure = "focus on " + (QApplication::focusWidget() ? QApplication::focusWidget()->objectName() +
+                                                                           " " + QApplication::focusWidget()->metaObject()->className()
+                                                                     : QString("nothing"));
+            QTest::keyClick(box, Qt::Key_Return);
+            if (box->isVisible())
+                box->reject();
+        });
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Information;
+        request.text = "Update downloading in process";
+        request.buttons = QMessageBox::Yes | QMessageBox::No;
+        request.defaultButton = static_cast<QMessageBox::StandardButton>(preferred);
+        request.flags = Qt::WindowFlags(flags);
+        const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(int(answer), preferred);
     }
 
     // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
