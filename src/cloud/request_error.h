@@ -4,12 +4,20 @@
 #include <QtGlobal>
 
 #include <functional>
+#include <utility>
 #include <variant>
 
 namespace VuskAPI {
 
 struct RequestError {
     enum Kind : qint32 { AuthenticationError = 0, ServerError = 1, InternalError = 2 };
+
+    RequestError(Kind kind = ServerError, qint32 code = 0, QString description = {}, int httpStatus = 0,
+                 QString reason = {})
+        : kind(kind), code(code), description(std::move(description)), httpStatus(httpStatus), reason(std::move(reason))
+    {
+    }
+
     Kind kind = ServerError;
     qint32 code = 0;
     QString description;

@@ -39,6 +39,9 @@ public:
                    QWidget* parent = nullptr);
     ~JobTableWidget() override;
 
+    // What the rows' actions measure their settling time by (the system clock unless set).
+    void setClock(std::shared_ptr<Corvel::Clock> clock);
+
     bool isServiceLost() const { return m_outageReported; }
     bool isPollRunning() const { return m_pollRunning; }
     // True while the rows' actions are off: the service is unreachable or not answering.
@@ -53,6 +56,8 @@ public slots:
     void refresh();
     // The same, and when a request is still out, once more as soon as it is back.
     void refreshSoon();
+    // Scrolls the job's row into view and highlights it briefly, now or once it is listed.
+    void revealJob(const std::string& jobId);
 
 signals:
     // A request came back and what it brought is on screen.

@@ -12,6 +12,7 @@
 #include "wizard/recovery_wizard.h"
 
 #include "widgets/cv_title_bar.h"
+#include "widgets/glyph.h"
 #include "widgets/user_menu_button.h"
 #include <thrift/TApplicationException.h>
 
@@ -29,9 +30,6 @@ namespace Corvel {
 
 namespace {
 
-constexpr ushort HomeGlyph = 0xE946;
-constexpr ushort ToolboxGlyph = 0xE972;
-constexpr ushort HelpCenterGlyph = 0xE992;
 
 const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
 
@@ -74,10 +72,10 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_home = new HomeWidget(m_connection, m_iconFont);
     m_toolBox = new ToolBoxWidget(m_iconFont);
     m_helpCenter = new HelpCenterWidget(m_iconFont);
-    auto tabIcon = [this](ushort glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
-    m_tabs = new MainWindowTabsWidget({{tabIcon(HomeGlyph), "Home", m_home},
-                                       {tabIcon(ToolboxGlyph), "Toolbox", m_toolBox},
-                                       {tabIcon(HelpCenterGlyph), "Help Center", m_helpCenter}},
+    auto tabIcon = [this](const char* glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
+    m_tabs = new MainWindowTabsWidget({{tabIcon(CorvelWidgets::Glyph::Home), "Home", m_home},
+                                       {tabIcon(CorvelWidgets::Glyph::Toolbox), "Toolbox", m_toolBox},
+                                       {tabIcon(CorvelWidgets::Glyph::Help), "Help Center", m_helpCenter}},
                                       this);
     m_body->addWidget(m_tabs);
 

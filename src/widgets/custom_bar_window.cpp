@@ -1,6 +1,7 @@
 #include "widgets/custom_bar_window.h"
 
 #include "widgets/dialog_style.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/initial_focus.h"
 
@@ -12,10 +13,6 @@
 #include <QVBoxLayout>
 
 namespace Corvel {
-
-namespace {
-constexpr ushort CloseGlyph = 0xE921;
-}
 
 CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QDialog(parent)
@@ -40,7 +37,7 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_title->setObjectName("recovery_wizard_title");
     m_title->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_closeButton->setObjectName("wizard_close_button");
-    m_closeButton->setIcon(iconFont.icon(CloseGlyph));
+    m_closeButton->setIcon(iconFont.icon(CorvelWidgets::Glyph::Close));
     m_closeButton->setCursor(Qt::PointingHandCursor);
     m_closeButton->setFocusPolicy(Qt::TabFocus);
     // A dialog's push buttons answer Return when focused; Close never may.

@@ -5,6 +5,7 @@
 #include "widgets/icon_font.h"
 #include "widgets/loader_widget.h"
 
+#include <QAbstractItemView>
 #include <QCalendarWidget>
 #include <QLabel>
 #include <QLineEdit>

@@ -1,5 +1,6 @@
 #include "core/style_sheet.h"
 #include "widgets/custom_bar_window.h"
+#include "widgets/cv_wizard_button.h"
 #include "widgets/cv_title_bar.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
@@ -313,23 +314,33 @@ private slots:
     {
         QTest::addColumn<QString>("objectName");
         QTest::addColumn<QColor>("ring");
-        QTest::newRow("plain button") << QString() << QColor("#FF6e21");
-        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21");
-        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21");
-        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224");
+        QTest::addColumn<bool>("outlined"); // the ring colour is its border anyway; focus fills it
+        QTest::addColumn<bool>("padded");   // room to see a stock focus rectangle inside the ring
+        QTest::newRow("plain button") << QString() << QColor("#FF6e21") << false << false;
+        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21") << false << false;
+        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21") << false << false;
+        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224") << false << false;
+        QTest::newRow("toolbox button") << "toolbox_tile_label" << QColor("#FF6e21") << true << true;
+        QTest::newRow("job row button") << "job_action_button" << QColor("#FF6e21") << false << true;
+        QTest::newRow("job row wait button") << "job_action_button_empty" << QColor("#FF6e21") << false << true;
+        QTest::newRow("recovery type tile") << "wizard_button" << QColor("#FF6e21") << false << false;
     }
 
     void focusRing()
     {
         QFETCH(QString, objectName);
         QFETCH(QColor, ring);
+        QFETCH(bool, outlined);
+        QFETCH(bool, padded);
         const QString sheet = styleTemplate();
         QVERIFY(!sheet.isEmpty());
         qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
         QWidget page;
         auto* layout = new QHBoxLayout(&page);
         auto* other = new QPushButton("Other", &page);
-        auto* button = new QPushButton("Focus", &page);
+        QWidget* button = objectName == "wizard_button"
+                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}, &page))
+                              : new QPushButton("Focus", &page);
         button->setObjectName(objectName);
         layout->addWidget(other);
         layout->addWidget(button);
@@ -337,16 +348,25 @@ private slots:
         QApplication::setActiveWindow(&page);
         QVERIFY(QTest::qWaitForWindowActive(&page));
 
+        // The ring, and inside it only the fill: no stock focus rectangle of the style.
         const auto edge = [&] {
             const QImage image = button->grab().toImage();
-            return image.pixelColor(0, image.height() / 2);
+            const int y = image.height() / 2;
+            for (int x = 2; padded && x < 7; ++x)
+                if (image.pixelColor(x, y) != image.pixelColor(2, y))
+                    return QColor(Qt::transparent);
+            return image.pixelColor(0, y);
         };
+        const auto fill = [&] { return button->grab().toImage().pixelColor(3, 3); };
         other->setFocus(Qt::TabFocusReason);
         QTRY_VERIFY(!button->hasFocus());
-        QVERIFY(edge() != ring);
+        QCOMPARE(edge() == ring, outlined);
+        const QColor unfocusedFill = fill();
         QTest::keyClick(other, Qt::Key_Tab);
         QVERIFY(button->hasFocus());
         QCOMPARE(edge(), ring);
+        if (outlined)
+            QVERIFY(fill() != unfocusedFill);
         qApp->setStyleSheet(QString());
     }
 
