@@ -47,8 +47,7 @@ QString JobDetails::text(const CorvelService::JobDescription& job)
 {
     const auto& configuration = job.configuration;
     const auto value = [](const std::string& text) { return QString::fromStdString(text); };
-    QStringList lines{"Job: " + value(job.id),
-                      "Job type: " + JobTypeLabel::typeText(job.job_type),
+    QStringList lines{"Job: " + value(job.id), "Job type: " + JobTypeLabel::typeText(job.job_type),
                       "Status: " + JobStatusLabel::statusText(job.status)};
     const auto add = [&lines](const QString& label, const QString& text) {
         if (!text.isEmpty())

@@ -23,7 +23,8 @@ constexpr char Right[] = "right";
 constexpr char Toolbox[] = "toolbox";
 constexpr char User[] = "user";
 
-constexpr const char* All[] = {AnalysisTool, Calendar, Close,       Download,    Folder,  Help,   Home,    InstallationGuide,
-                               JobRunning,   JobStopped, Left,      NewRecovery, Next,    RequestHelp, Right, Toolbox, User};
+constexpr const char* All[] = {AnalysisTool, Calendar,          Close,      Download,   Folder, Help,
+                               Home,         InstallationGuide, JobRunning, JobStopped, Left,   NewRecovery,
+                               Next,         RequestHelp,       Right,      Toolbox,    User};
 
 } // namespace CorvelWidgets::Glyph
