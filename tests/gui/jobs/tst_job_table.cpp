@@ -544,10 +544,11 @@ private slots:
         table->revealJob("launched");
         m_service->jobs.push_back(makeJob("launched", JobStatus::Created, JobAction::Cancel));
         poll(table);
+        // Rows of a long list may be built over a few event-loop passes.
+        QTRY_VERIFY(rowOf("launched"));
         QWidget* row = rowOf("launched");
-        QVERIFY(row);
-        QCOMPARE(row->property("highlighted").toBool(), true);
-        QVERIFY(scroll->verticalScrollBar()->value() > 0);
+        QTRY_COMPARE(row->property("highlighted").toBool(), true);
+        QTRY_VERIFY(scroll->verticalScrollBar()->value() > 0);
         const QRect inView(row->mapTo(scroll->viewport(), QPoint(0, 0)), row->size());
         QVERIFY2(scroll->viewport()->rect().contains(inView), qPrintable(QString::number(inView.y())));
         QTRY_COMPARE_WITH_TIMEOUT(row->property("highlighted").toBool(), false, 4000);
