@@ -4,15 +4,27 @@
 #include <QtGlobal>
 
 #include <functional>
+#include <utility>
 #include <variant>
 
 namespace VuskAPI {
 
 struct RequestError {
     enum Kind : qint32 { AuthenticationError = 0, ServerError = 1, InternalError = 2 };
+
+    RequestError(Kind kind = ServerError, qint32 code = 0, QString description = {}, int httpStatus = 0,
+                 QString reason = {})
+        : kind(kind), code(code), description(std::move(description)), httpStatus(httpStatus), reason(std::move(reason))
+    {
+    }
+
     Kind kind = ServerError;
     qint32 code = 0;
     QString description;
+    // What the server answered when it did (0 and empty for transport failures); the network
+    // layer's code alone cannot tell an HTTP 500 from a lost connection.
+    int httpStatus = 0;
+    QString reason;
 };
 
 // A cloud call delivers the expected value (index 0) or the error (index 1).

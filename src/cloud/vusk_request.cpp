@@ -91,13 +91,17 @@ private:
     QByteArray m_body;
 };
 
-RequestError replyError(QNetworkReply::NetworkError code)
+RequestError replyError(QNetworkReply::NetworkError code, int httpStatus = 0, const QString& reason = {})
 {
     qWarning().noquote() << "Reply error: " + networkErrorName(code);
     RequestError error;
     error.kind = code == QNetworkReply::AuthenticationRequiredError ? RequestError::AuthenticationError
                                                                     : RequestError::ServerError;
     error.code = code;
+    error.httpStatus = httpStatus;
+    // The server's words go into a message box: one line, and not a page of them.
+    constexpr int ReasonChars = 200;
+    error.reason = reason.simplified().left(ReasonChars);
     return error;
 }
 
@@ -145,7 +149,7 @@ std::variant<QString, RequestError> VuskRequest::replyResult(QNetworkReply* repl
         return replyError(QNetworkReply::UnknownContentError);
     }
     if (code != QNetworkReply::NoError)
-        return replyError(code);
+        return replyError(code, status, reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
     if (decoding == Corvel::BoundedBody::Status::Unreadable) {
         qWarning().noquote() << "Reply body cannot be decoded, content encoding: " + QString::fromLatin1(encoding);
         return replyError(QNetworkReply::UnknownContentError);

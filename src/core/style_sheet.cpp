@@ -1,5 +1,7 @@
 #include "core/style_sheet.h"
 
+#include "core/palette.h"
+
 #include <QCursor>
 #include <QDebug>
 #include <QFile>
@@ -16,30 +18,30 @@ const TextVariables& styleTextVariables()
     static const TextVariables variables = {
         {"$job_item_font_size", "300 11pt"},
         {"$push_button_height", "36px"},
-        {"$primary_color", "#FF6e21"},
-        {"$darken_primary", "#FF5B04"},
-        {"$deep_dark_primary", "#e34e00"},
-        {"$secondary_color", "rgba(255, 110, 33, 0.08)"},
-        {"$bright_red", "#EE4327"},
-        {"$velmora_gradient",
-         "qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 #9F3224, stop: 0.52 #FF3C1f, stop:1 #FF6D10)"},
-        {"$burgundy", "#9F3224"},
-        {"$dusty_blue", "#69A3B9"},
-        {"$turquoise", "#6FCCCC"},
-        {"$light_blue", "#55BAE9"},
-        {"$black", "#000000"},
-        {"$dark_grey", "#3C3C46"},
-        {"$grey", "#878C96"},
-        {"$ash", "#C2C5CA"},
-        {"$light_ash", "#E1E1E1"},
-        {"$pale_ash", "#F0F1F3"},
-        {"$light_grey", "#F5F6F8"},
-        {"$white", "#FAFAFA"},
-        {"$plain_white", "#FFFFFF"},
-        {"$blue", "#4590FF"},
-        {"$gold", "#E8C900"},
-        {"$red", "#DB2C00"},
-        {"$green", "#8ACF81"},
+        {"$primary_color", Palette::Primary},
+        {"$darken_primary", Palette::DarkenPrimary},
+        {"$deep_dark_primary", Palette::DeepDarkPrimary},
+        {"$secondary_color", Palette::Secondary},
+        {"$bright_red", Palette::BrightRed},
+        {"$velmora_gradient", QStringLiteral("qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 %1, stop: 0.52 %2, stop:1 %3)")
+                                  .arg(Palette::Burgundy, Palette::GradientMiddle, Palette::GradientEnd)},
+        {"$burgundy", Palette::Burgundy},
+        {"$dusty_blue", Palette::DustyBlue},
+        {"$turquoise", Palette::Turquoise},
+        {"$light_blue", Palette::LightBlue},
+        {"$black", Palette::Black},
+        {"$dark_grey", Palette::DarkGrey},
+        {"$grey", Palette::Grey},
+        {"$ash", Palette::Ash},
+        {"$light_ash", Palette::LightAsh},
+        {"$pale_ash", Palette::PaleAsh},
+        {"$light_grey", Palette::LightGrey},
+        {"$white", Palette::White},
+        {"$plain_white", Palette::PlainWhite},
+        {"$blue", Palette::Blue},
+        {"$gold", Palette::Gold},
+        {"$red", Palette::Red},
+        {"$green", Palette::Green},
     };
     return variables;
 }

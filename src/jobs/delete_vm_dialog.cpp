@@ -1,5 +1,6 @@
 #include "jobs/delete_vm_dialog.h"
 
+#include "jobs/jobs_texts.h"
 #include "widgets/icon_font.h"
 
 #include <QButtonGroup>
@@ -13,11 +14,11 @@ namespace CvJobs {
 
 DeleteVMDialog::DeleteVMDialog(const CorvelWidgets::IconFont& iconFont, QWidget* parent, bool deleteSelected)
     : Corvel::CustomBarWindow(iconFont, parent)
-    , m_yesButton(new QRadioButton("YES - Delete this virtual machine from the Hyper-V host", this))
-    , m_noButton(new QRadioButton("NO - Leave this virtual machine on the Hyper-V host", this))
-    , m_saveButton(new QPushButton("Save", this))
+    , m_yesButton(new QRadioButton(Texts::DeleteVmYes, this))
+    , m_noButton(new QRadioButton(Texts::DeleteVmNo, this))
+    , m_saveButton(new QPushButton(Texts::Save, this))
 {
-    setTitle("Delete Virtual Machine");
+    setTitle(Texts::DeleteVmTitle);
     setModal(true);
 
     auto* description = new QLabel(descriptionText(), this);
@@ -56,8 +57,7 @@ bool DeleteVMDialog::isDeleteSelected() const
 
 QString DeleteVMDialog::descriptionText()
 {
-    return QStringLiteral("Delete Virtual Machine Created by this job?<br>This will destroy any data changes made to "
-                          "the virtual machine while<br>running during recovery!");
+    return QString::fromLatin1(Texts::DeleteVmQuestion);
 }
 
 } // namespace CvJobs

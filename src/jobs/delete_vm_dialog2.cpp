@@ -1,6 +1,7 @@
 #include "jobs/delete_vm_dialog2.h"
 
 #include "jobs/delete_vm_dialog.h"
+#include "jobs/jobs_texts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,17 +12,17 @@ namespace CvJobs {
 
 DeleteVMDialog2::DeleteVMDialog2(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : Corvel::CustomBarWindow(iconFont, parent)
-    , m_deleteButton(new QPushButton("Yes - Delete Virtual Machine", this))
-    , m_keepButton(new QPushButton("No - Keep Virtual Machine", this))
+    , m_deleteButton(new QPushButton(Texts::ConfirmDelete, this))
+    , m_keepButton(new QPushButton(Texts::ConfirmKeep, this))
 {
-    setTitle("Delete Virtual Machine");
+    setTitle(Texts::DeleteVmTitle);
     setModal(true);
 
     auto* description = new QLabel(DeleteVMDialog::descriptionText(), this);
     description->setObjectName("wizard_started_page_desription");
     description->setTextFormat(Qt::RichText);
 
-    auto* question = new QLabel("ARE YOU SURE?", this);
+    auto* question = new QLabel(Texts::AreYouSure, this);
     question->setObjectName("delete_vm_label_big");
     question->setAlignment(Qt::AlignCenter);
 

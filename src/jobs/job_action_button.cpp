@@ -1,5 +1,7 @@
 #include "jobs/job_action_button.h"
 
+#include "jobs/jobs_texts.h"
+
 namespace CvJobs {
 
 JobActionButton::JobActionButton(CorvelService::JobAction::type action, QWidget* parent)
@@ -14,17 +16,17 @@ QString JobActionButton::actionText(int action)
 {
     switch (action) {
     case CorvelService::JobAction::None:
-        return QStringLiteral("Please wait");
+        return QString::fromLatin1(Texts::PleaseWait);
     case CorvelService::JobAction::Start:
-        return QStringLiteral("Start");
+        return QString::fromLatin1(Texts::Start);
     case CorvelService::JobAction::Stop:
-        return QStringLiteral("Stop");
+        return QString::fromLatin1(Texts::Stop);
     case CorvelService::JobAction::Delete:
-        return QStringLiteral("Delete Job");
+        return QString::fromLatin1(Texts::DeleteJob);
     case CorvelService::JobAction::Cancel:
-        return QStringLiteral("Cancel");
+        return QString::fromLatin1(Texts::Cancel);
     }
-    return QStringLiteral("unknown");
+    return QString::fromLatin1(Texts::Unknown);
 }
 
 } // namespace CvJobs

@@ -3,6 +3,7 @@
 #include "jobs/delete_vm_dialog.h"
 #include "jobs/delete_vm_dialog2.h"
 #include "jobs/job_action_button.h"
+#include "jobs/jobs_texts.h"
 #include "service/service_connection.h"
 
 #include <QApplication>
@@ -32,16 +33,51 @@ JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescripti
     buildButtons();
 }
 
+void JobActionButtonsWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
+{
+    m_clock = std::move(clock);
+    markMoved();
+}
+
+void JobActionButtonsWidget::markMoved()
+{
+    m_changedAt = m_clock->nowMs();
+}
+
+bool JobActionButtonsWidget::settled(const char* action) const
+{
+    const qint64 since = m_clock->nowMs() - m_changedAt;
+    if (since >= SettleMs)
+        return true;
+    qInfo().noquote() << QStringLiteral("%1 ignored: the row of job %2 changed %3 ms before the press")
+                             .arg(QLatin1String(action), QString::fromStdString(m_job.id))
+                             .arg(since);
+    return false;
+}
+
+void JobActionButtonsWidget::refocus()
+{
+    if (!hasFocus())
+        return;
+    if (m_waitButton)
+        m_waitButton->setFocus(Qt::OtherFocusReason);
+    else if (!m_buttons.isEmpty() && m_buttons.first()->isEnabled())
+        m_buttons.first()->setFocus(Qt::OtherFocusReason);
+}
+
 void JobActionButtonsWidget::setJob(const CorvelService::JobDescription& job)
 {
     const bool newButtons = job.actions != m_job.actions;
     m_job = job;
     if (!newButtons) {
         setButtonsEnabled(true);
+        refocus();
         return;
     }
+    // Held by the row itself while its buttons change, so that it never passes to another job's.
+    if (isAncestorOf(QApplication::focusWidget()))
+        setFocus(Qt::OtherFocusReason);
     // Deferred: the button that was pressed may still be on the call stack.
-    const bool focused = isAncestorOf(QApplication::focusWidget());
     for (QPushButton* button : findChildren<QPushButton*>(QString(), Qt::FindDirectChildrenOnly)) {
         button->hide();
         button->deleteLater();
@@ -51,12 +87,12 @@ void JobActionButtonsWidget::setJob(const CorvelService::JobDescription& job)
     m_buttons.clear();
     m_waitButton = nullptr;
     buildButtons();
-    if (focused && !m_buttons.isEmpty())
-        m_buttons.first()->setFocus();
+    refocus();
 }
 
 void JobActionButtonsWidget::buildButtons()
 {
+    markMoved();
     m_layout->addStretch(1);
     if (m_job.actions == JobAction::None) {
         m_waitButton = new QPushButton(JobActionButton::actionText(JobAction::None), this);
@@ -98,25 +134,33 @@ bool JobActionButtonsWidget::callService(const std::function<void(CorvelService:
 
 void JobActionButtonsWidget::onStartJob()
 {
-    qInfo("onStartJob");
+    if (!settled(Texts::OnStartJob))
+        return;
+    qInfo(Texts::OnStartJob);
     finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.startJob(m_job.id); }), "Start");
 }
 
 void JobActionButtonsWidget::onStopJob()
 {
-    qInfo("onStopJob");
+    if (!settled(Texts::OnStopJob))
+        return;
+    qInfo(Texts::OnStopJob);
     finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.stopJob(m_job.id); }), "Stop");
 }
 
 void JobActionButtonsWidget::onCancelJob()
 {
-    qInfo("onCancelJob");
+    if (!settled(Texts::OnCancelJob))
+        return;
+    qInfo(Texts::OnCancelJob);
     finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.cancelJob(m_job.id); }), "Cancel");
 }
 
 void JobActionButtonsWidget::onDeleteJob()
 {
-    qInfo("onDeleteJob");
+    if (!settled(Texts::OnDeleteJob))
+        return;
+    qInfo(Texts::OnDeleteJob);
     if (m_job.job_type == CorvelService::JobType::Virtualization) {
         QPointer<JobActionButtonsWidget> self(this);
         m_busy = true;
@@ -127,11 +171,11 @@ void JobActionButtonsWidget::onDeleteJob()
         if (choice == VmChoice::Abandon)
             return;
         const bool deleteVm = choice == VmChoice::Delete;
-        qInfo(deleteVm ? "Delete VM during job deletion." : "Keep VM.");
+        qInfo(deleteVm ? Texts::DeleteVm : Texts::KeepVm);
         // Deleting the job without the operator's VM choice on record could destroy a VM they
         // chose to keep, so a failed update leaves the job in place.
         if (!storeVmChoice(deleteVm)) {
-            qInfo("Abort job deletion.");
+            qInfo(Texts::AbortDeletion);
             return;
         }
         emit actionTaken(QString::fromStdString(m_job.id), deleteVm ? "Delete VM" : "Keep VM");
@@ -141,7 +185,7 @@ void JobActionButtonsWidget::onDeleteJob()
 
 JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
 {
-    qInfo("Ask user about VM deletion.");
+    qInfo(Texts::AskAboutVm);
     const bool testVm = m_job.configuration.vm_settings.virtualization_type == CorvelService::VirtualizationType::Test;
 
     // Heap dialogs under a guard: the row may go away while the dialog runs its own event loop.
@@ -163,7 +207,7 @@ JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
     const bool confirmed = confirmation->isDeleteSelected();
     delete confirmation;
     if (!answered) {
-        qInfo("Abort job deletion.");
+        qInfo(Texts::AbortDeletion);
         return VmChoice::Abandon;
     }
     return confirmed ? VmChoice::Delete : VmChoice::Keep;
@@ -189,6 +233,9 @@ void JobActionButtonsWidget::finishAction(bool succeeded, const char* action)
 
 void JobActionButtonsWidget::setButtonsEnabled(bool enabled)
 {
+    // A disabled button hands the focus to the next in the chain: another job's.
+    if (!enabled && isAncestorOf(QApplication::focusWidget()))
+        setFocus(Qt::OtherFocusReason);
     for (auto* button : qAsConst(m_buttons))
         button->setEnabled(enabled);
 }

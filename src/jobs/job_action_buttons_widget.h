@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CorvelService.h"
+#include "core/clock.h"
 #include "widgets/icon_font.h"
 
 #include <QList>
@@ -25,6 +26,9 @@ class JobActionButton;
 class JobActionButtonsWidget : public QWidget {
     Q_OBJECT
 public:
+    // A press this soon after the row moved or its buttons changed was aimed at something else.
+    static constexpr int SettleMs = 600;
+
     JobActionButtonsWidget(const CorvelService::JobDescription& job,
                            CorvelService::ServiceConnection* connection,
                            const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
@@ -39,6 +43,10 @@ public:
     QPushButton* waitButton() const { return m_waitButton; }
     // True while a dialog of this row is open: the row must outlive it.
     bool isBusy() const { return m_busy; }
+
+    void setClock(std::shared_ptr<Corvel::Clock> clock);
+    // The row moved on screen: presses are ignored until it has stood still for SettleMs.
+    void markMoved();
 
 public slots:
     void onStartJob();
@@ -60,6 +68,10 @@ private:
     void buildButtons();
     void finishAction(bool succeeded, const char* action);
     void setButtonsEnabled(bool enabled);
+    // False (and logged) when the row changed under the pointer a moment ago.
+    bool settled(const char* action) const;
+    // Puts the focus back on this row's first control when the row itself holds it.
+    void refocus();
 
     CorvelService::JobDescription m_job;
     CorvelService::ServiceConnection* m_connection;
@@ -68,6 +80,8 @@ private:
     QList<JobActionButton*> m_buttons;
     QPushButton* m_waitButton = nullptr;
     bool m_busy = false;
+    std::shared_ptr<Corvel::Clock> m_clock = Corvel::Clock::system();
+    qint64 m_changedAt = 0;
 };
 
 } // namespace CvJobs

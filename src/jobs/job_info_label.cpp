@@ -1,20 +1,39 @@
 #include "jobs/job_info_label.h"
 
+#include "jobs/job_details.h"
 #include "jobs/soft_wrap.h"
+#include "jobs/jobs_texts.h"
 
 #include <QStyle>
 
 namespace CvJobs {
 
-JobInfoLabel::JobInfoLabel(const std::string& value, QWidget* parent)
+JobInfoLabel::JobInfoLabel(const std::string& value, QWidget* parent, bool recoveryPoint)
     : QLabel(parent)
+    , m_recoveryPoint(recoveryPoint)
 {
     setWordWrap(true);
     // Values come from the service and from operators; markup in them is shown, not rendered.
     setTextFormat(Qt::PlainText);
+    // Selectable for copying; the row's own menu ("Copy details") stays the context menu.
+    setTextInteractionFlags(Qt::TextSelectableByMouse);
+    setContextMenuPolicy(Qt::NoContextMenu);
     m_value = value;
     setObjectName(value.empty() ? "job_info_stub" : "job_info_label");
-    setText(value.empty() ? QStringLiteral("none") : softWrap(boundedText(QString::fromStdString(value)), ChunkLength));
+    display(value);
+}
+
+void JobInfoLabel::display(const std::string& value)
+{
+    if (value.empty()) {
+        setText(QString::fromLatin1(Texts::NoValue));
+        setToolTip(QString());
+        return;
+    }
+    const QString shown = m_recoveryPoint ? JobDetails::recoveryPoint(value) : QString::fromStdString(value);
+    setText(softWrap(boundedText(shown), ChunkLength));
+    if (m_recoveryPoint)
+        setToolTip(plainToolTip(boundedText(QString::fromStdString(value))));
 }
 
 bool JobInfoLabel::setValue(const std::string& value)
@@ -23,7 +42,7 @@ bool JobInfoLabel::setValue(const std::string& value)
         return false;
     const bool styleChanges = value.empty() != m_value.empty();
     m_value = value;
-    setText(value.empty() ? QStringLiteral("none") : softWrap(boundedText(QString::fromStdString(value)), ChunkLength));
+    display(value);
     if (styleChanges) {
         // The style sheet tells the stub from a value by object name, which it reads at polish.
         setObjectName(value.empty() ? "job_info_stub" : "job_info_label");

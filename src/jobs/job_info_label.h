@@ -12,13 +12,17 @@ class JobInfoLabel : public QLabel {
 public:
     static constexpr int ChunkLength = 10;
 
-    explicit JobInfoLabel(const std::string& value, QWidget* parent = nullptr);
+    // A recovery point shows as the wizard's date and time, with its name in the tool tip.
+    explicit JobInfoLabel(const std::string& value, QWidget* parent = nullptr, bool recoveryPoint = false);
 
     // Shows another value; false when it was the one shown.
     bool setValue(const std::string& value);
 
 private:
+    void display(const std::string& value);
+
     std::string m_value;
+    bool m_recoveryPoint;
 };
 
 } // namespace CvJobs

@@ -4,11 +4,14 @@
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_columns.h"
 #include "jobs/job_row_widget.h"
+#include "jobs/jobs_texts.h"
 
+#include <QApplication>
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMetaMethod>
 #include <QSpacerItem>
+#include <QStyle>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -32,7 +35,7 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     , m_columns(columns ? std::move(columns) : std::make_shared<JobColumns>())
     , m_layout(new QVBoxLayout(this))
     , m_pendingSpace(new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Fixed))
-    , m_placeholder(new QLabel("No Active Jobs", this))
+    , m_placeholder(new QLabel(Texts::NoActiveJobs, this))
 {
     setObjectName("job_list");
     m_layout->setContentsMargins(0, 0, 0, 0);
@@ -50,6 +53,13 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     connect(&m_sliceTimer, &QTimer::timeout, this, &JobListWidget::continueBuilding);
 }
 
+void JobListWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
+{
+    m_clock = std::move(clock);
+    for (JobRowWidget* row : m_rows)
+        row->actions()->setClock(m_clock);
+}
+
 bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
 {
     if (jobs == m_cache && m_pendingRows == 0)
@@ -62,6 +72,7 @@ bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
     m_cache = std::move(jobs);
     if (!updateSameRows())
         sync(FirstSliceMs);
+    revealPending();
     return true;
 }
 
@@ -86,6 +97,34 @@ void JobListWidget::reportChanges(const std::vector<CorvelService::JobDescriptio
     for (const auto& entry : before)
         gone << QString::fromStdString(entry.first);
     emit jobsChanged(changed, gone);
+}
+
+void JobListWidget::revealJob(const std::string& jobId)
+{
+    m_revealId = jobId;
+    revealPending();
+}
+
+void JobListWidget::revealPending()
+{
+    if (m_revealId.empty())
+        return;
+    const auto found = std::find_if(m_rows.begin(), m_rows.end(),
+                                    [this](JobRowWidget* row) { return row->job().id == m_revealId; });
+    if (found == m_rows.end())
+        return;
+    m_revealId.clear();
+    JobRowWidget* row = *found;
+    row->setProperty("highlighted", true);
+    row->style()->unpolish(row);
+    row->style()->polish(row);
+    constexpr int HighlightMs = 2000;
+    QTimer::singleShot(HighlightMs, row, [row] {
+        row->setProperty("highlighted", false);
+        row->style()->unpolish(row);
+        row->style()->polish(row);
+    });
+    emit rowRevealed(row);
 }
 
 bool JobListWidget::updateSameRows()
@@ -134,7 +173,7 @@ JobRowWidget* JobListWidget::row(int index) const
 QWidget* JobListWidget::cell(int row, int column) const
 {
     JobRowWidget* shown = this->row(row);
-    return shown && column >= 0 && column < ColumnCount ? shown->cell(column) : nullptr;
+    return shown && column >= 0 && column < JobColumns::Count ? shown->cell(column) : nullptr;
 }
 
 void JobListWidget::sync(int budgetMs)
@@ -182,6 +221,9 @@ void JobListWidget::sync(int budgetMs)
     for (auto& entry : available)
         removed.insert(removed.end(), entry.second.begin(), entry.second.end());
     for (JobRowWidget* row : removed) {
+        // Hidden with the focus, the row would pass it to the next job's button.
+        if (row->isAncestorOf(QApplication::focusWidget()))
+            setFocus(Qt::OtherFocusReason);
         m_layout->removeWidget(row);
         row->hide();
         // Deferred: the row's own button may be what asked for this refresh.
@@ -274,11 +316,13 @@ void JobListWidget::continueBuilding()
     }
     if (!appendPendingRows(SliceMs))
         sync(SliceMs);
+    revealPending();
 }
 
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    row->actions()->setClock(m_clock);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     connect(row->actions(), &JobActionButtonsWidget::actionTaken, this, &JobListWidget::actionTaken);
     return row;
@@ -325,7 +369,7 @@ void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const s
 void JobListWidget::updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh)
 {
     bool changed = false;
-    for (int column = 0; column < ColumnCount; ++column) {
+    for (int column = 0; column < JobColumns::Count; ++column) {
         if (!(changedColumns & (1 << column)))
             continue;
         int widest = 0;

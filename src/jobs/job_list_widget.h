@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CorvelService.h"
+#include "core/clock.h"
 #include "widgets/icon_font.h"
 
 #include <QStringList>
@@ -29,7 +30,6 @@ class JobRowWidget;
 class JobListWidget : public QWidget {
     Q_OBJECT
 public:
-    static constexpr int ColumnCount = 8;
     // Time given to building new rows at once, and to each later slice.
     static constexpr int FirstSliceMs = 8;
     static constexpr int SliceMs = 8;
@@ -40,9 +40,15 @@ public:
     // Where the rows' actions call the service; set before the first rows are built.
     void setConnection(CorvelService::ServiceConnection* connection) { m_connection = connection; }
 
+    // What the rows' actions measure their settling time by.
+    void setClock(std::shared_ptr<Corvel::Clock> clock);
+
     // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
     // open nothing changes until a later call.
     bool setJobs(std::vector<CorvelService::JobDescription> jobs);
+
+    // Highlights the job's row for a moment once it is shown (now, or after a later setJobs).
+    void revealJob(const std::string& jobId);
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
     bool hasRows() const { return !m_rows.empty() || m_pendingRows > 0; }
@@ -64,6 +70,8 @@ signals:
     void actionTaken(const QString& jobId, const QString& action);
     // A column's minimum width changed.
     void columnsChanged();
+    // The row of the job asked for by revealJob is there: scroll it into view.
+    void rowRevealed(QWidget* row);
 
 private:
     void sync(int budgetMs);
@@ -80,8 +88,10 @@ private:
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
+    void revealPending();
 
     CorvelService::ServiceConnection* m_connection = nullptr;
+    std::shared_ptr<Corvel::Clock> m_clock = Corvel::Clock::system();
     CorvelWidgets::IconFont m_iconFont;
     std::shared_ptr<JobColumns> m_columns;
     QVBoxLayout* m_layout;
@@ -91,6 +101,7 @@ private:
     std::vector<JobRowWidget*> m_rows;
     size_t m_pendingRows = 0;
     QTimer m_sliceTimer;
+    std::string m_revealId;
 };
 
 } // namespace CvJobs

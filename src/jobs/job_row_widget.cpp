@@ -3,9 +3,25 @@
 #include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_columns.h"
+#include "jobs/job_details.h"
 #include "jobs/job_info_label.h"
+#include "jobs/job_status_label.h"
 #include "jobs/job_type_label.h"
 #include "jobs/job_work_widget.h"
+#include "jobs/soft_wrap.h"
+#include "jobs/jobs_texts.h"
+
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QMenu>
+#include <QMoveEvent>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace CvJobs {
 
@@ -25,16 +41,36 @@ JobRowWidget::JobRowWidget(const CorvelService::JobDescription& job,
                            const CorvelWidgets::IconFont& iconFont, std::shared_ptr<const JobColumns> columns,
                            QWidget* parent)
     : QWidget(parent)
-    , m_type(new JobTypeLabel(job.job_type, this))
+    , m_type(new JobTypeLabel(job.job_type))
+    , m_result(new QLabel)
+    , m_substatus(new QLabel)
     , m_work(new JobWorkWidget(job, iconFont, this))
 {
     setObjectName("job_row");
     setAttribute(Qt::WA_StyledBackground);
+    auto* typeCell = new QWidget(this);
+    auto* typeLayout = new QVBoxLayout(typeCell);
+    typeLayout->setContentsMargins(0, 0, 0, 0);
+    typeLayout->setSpacing(0);
+    typeLayout->addStretch(1);
+    typeLayout->addWidget(m_type);
+    m_result->setObjectName("job_item_result");
+    m_substatus->setObjectName("job_item_substatus");
+    for (QLabel* label : {m_result, m_substatus}) {
+        label->setWordWrap(true);
+        label->setTextFormat(Qt::PlainText);
+        label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+        label->setContextMenuPolicy(Qt::NoContextMenu);
+        typeLayout->addWidget(label);
+    }
+    typeLayout->addStretch(1);
+    showOutcome(job);
+
     const auto values = infoValues(job);
     for (size_t i = 0; i < m_info.size(); ++i)
-        m_info[i] = new JobInfoLabel(*values[i], this);
+        m_info[i] = new JobInfoLabel(*values[i], this, Client + int(i) == RecoveryPoint);
     m_actions = new JobActionButtonsWidget(job, connection, iconFont, this);
-    m_cells = {m_type, m_work, m_info[0], m_info[1], m_info[2], m_info[3], m_info[4], m_actions};
+    m_cells = {typeCell, m_work, m_info[0], m_info[1], m_info[2], m_info[3], m_info[4], m_actions};
 
     auto* layout = new JobRowLayout(std::move(columns), this);
     // Room for the separator the style sheet draws under each row.
@@ -58,6 +94,10 @@ int JobRowWidget::setJob(const CorvelService::JobDescription& job)
         m_type->setType(job.job_type);
         changed |= 1 << Type;
     }
+    if (JobDetails::result(job) != m_result->text() || QString::fromStdString(job.substatus) != m_substatus->text()) {
+        showOutcome(job);
+        changed |= 1 << Type;
+    }
     if (job.status != shown.status || !(job.current_work == shown.current_work)) {
         if (job.status != shown.status || job.current_work.text != shown.current_work.text)
             changed |= 1 << Status;
@@ -74,12 +114,52 @@ int JobRowWidget::setJob(const CorvelService::JobDescription& job)
     return changed;
 }
 
+void JobRowWidget::showOutcome(const CorvelService::JobDescription& job)
+{
+    const QString result = JobDetails::result(job);
+    m_result->setText(boundedText(result));
+    m_result->setVisible(!result.isEmpty());
+    const QString substatus = QString::fromStdString(job.substatus);
+    m_substatus->setText(boundedText(substatus));
+    m_substatus->setVisible(!substatus.isEmpty());
+}
+
 void JobRowWidget::measure(int changedColumns)
 {
     ensurePolished();
     for (int column = 0; column < JobColumns::Count; ++column)
         if (changedColumns & (1 << column))
             m_naturalMinimum[column] = m_cells[column]->minimumSizeHint().width();
+    if (changedColumns & ((1 << Action) | (1 << Status))) {
+        int buttonHeight = 0;
+        for (QPushButton* button : m_actions->findChildren<QPushButton*>())
+            buttonHeight = std::max(buttonHeight, button->sizeHint().height());
+        const int actions = 2 * buttonHeight + m_actions->layout()->spacing();
+        const int work = m_work->statusLabel()->sizeHint().height() + fontMetrics().lineSpacing() +
+                         m_work->progressBar()->sizeHint().height() +
+                         m_work->findChild<QLabel*>("job_activity")->sizeHint().height();
+        const int floor = std::max(actions, work) + layout()->contentsMargins().bottom();
+        if (floor > m_floor) {
+            m_floor = floor;
+            setMinimumHeight(floor);
+        }
+    }
+}
+
+void JobRowWidget::contextMenuEvent(QContextMenuEvent* event)
+{
+    QMenu menu(this);
+    menu.setObjectName("job_row_menu");
+    QAction* copy = menu.addAction(Texts::CopyDetails);
+    connect(copy, &QAction::triggered, this, [this] { QGuiApplication::clipboard()->setText(JobDetails::text(job())); });
+    menu.exec(event->globalPos());
+}
+
+void JobRowWidget::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    if (event->oldPos() != event->pos())
+        m_actions->markMoved();
 }
 
 QWidget* JobRowWidget::firstFocusable() const

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "CorvelService.h"
+#include "jobs/job_columns.h"
 #include "widgets/icon_font.h"
 
 #include <QWidget>
+
+class QLabel;
 
 #include <array>
 #include <memory>
@@ -15,7 +18,6 @@ class ServiceConnection;
 namespace CvJobs {
 
 class JobActionButtonsWidget;
-class JobColumns;
 class JobInfoLabel;
 class JobTypeLabel;
 class JobWorkWidget;
@@ -49,13 +51,25 @@ public:
     QWidget* firstFocusable() const;
     QWidget* lastFocusable() const;
 
+protected:
+    void moveEvent(QMoveEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
 private:
+    void showOutcome(const CorvelService::JobDescription& job);
+
     JobTypeLabel* m_type;
+    // Under the job type: what the job produced and the service's substatus.
+    QLabel* m_result;
+    QLabel* m_substatus;
     JobWorkWidget* m_work;
     std::array<JobInfoLabel*, 5> m_info;
     JobActionButtonsWidget* m_actions;
-    std::array<QWidget*, 8> m_cells;
-    std::array<int, 8> m_naturalMinimum{};
+    std::array<QWidget*, JobColumns::Count> m_cells;
+    std::array<int, JobColumns::Count> m_naturalMinimum{};
+    // The height every state of the row fits in (two action buttons, a line of current work),
+    // so that progress and status never move the rows below.
+    int m_floor = 0;
 };
 
 } // namespace CvJobs

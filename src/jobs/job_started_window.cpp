@@ -1,5 +1,7 @@
 #include "jobs/job_started_window.h"
 
+#include "jobs/jobs_texts.h"
+
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -9,28 +11,23 @@ namespace CvJobs {
 JobStartedWindow::JobStartedWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent,
                                    CorvelService::JobType::type jobType)
     : Corvel::CustomBarWindow(iconFont, parent)
-    , m_heading(new QLabel("Recovery Started!", this))
-    , m_closeWindowButton(new QPushButton("Close", this))
+    , m_heading(new QLabel(Texts::StartedHeading, this))
+    , m_closeWindowButton(new QPushButton(Texts::Close, this))
 {
-    setTitle("Recovery Job");
+    setTitle(Texts::StartedTitle);
     setModal(true);
 
     m_heading->setObjectName("header");
     if (jobType == CorvelService::JobType::FileRecovery)
-        m_heading->setText("File Recovery Started!");
+        m_heading->setText(Texts::FileRecoveryStarted);
     else if (jobType == CorvelService::JobType::VirtualExport)
-        m_heading->setText("Export Recovery Started!");
+        m_heading->setText(Texts::ExportStarted);
 
-    auto* subHeading = new QLabel("<b>Review Job Status in the Recovery Jobs Table</b>", this);
+    auto* subHeading = new QLabel(Texts::StartedSubHeading, this);
     subHeading->setObjectName("sub_header");
     subHeading->setTextFormat(Qt::RichText);
 
-    auto* description = new QLabel(
-        "Recovery job has been started and is running in the background.<br/>Review status from the main window in "
-        "the Recovery Jobs table.<br/>Once the job is in Running state your selected Protected System<br/>volumes "
-        "will be mounted as you specified during job creation.<br/><br/>You may close the application, mounted "
-        "filesystems will remain<br/>persistent until Recovery Jobs are stopped or deleted.",
-        this);
+    auto* description = new QLabel(Texts::StartedDescription, this);
     description->setObjectName("wizard_started_page_desription");
     description->setTextFormat(Qt::RichText);
 

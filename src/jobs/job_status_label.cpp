@@ -1,5 +1,6 @@
 #include "jobs/job_status_label.h"
 
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 namespace CvJobs {
@@ -28,7 +29,7 @@ void JobStatusLabel::setStatus(CorvelService::JobStatus::type status)
 
 QIcon JobStatusLabel::iconFor(CorvelService::JobStatus::type status) const
 {
-    return m_iconFont.icon(glyph(status), {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}});
+    return m_iconFont.icon(glyph(status), CorvelWidgets::IconFont::accent());
 }
 
 QString JobStatusLabel::statusText(CorvelService::JobStatus::type status)
@@ -38,16 +39,16 @@ QString JobStatusLabel::statusText(CorvelService::JobStatus::type status)
     return it != names.end() ? QString::fromLatin1(it->second) : QString::number(static_cast<int>(status));
 }
 
-ushort JobStatusLabel::glyph(CorvelService::JobStatus::type status)
+QString JobStatusLabel::glyph(CorvelService::JobStatus::type status)
 {
     switch (status) {
     case CorvelService::JobStatus::Created:
     case CorvelService::JobStatus::Initializing:
     case CorvelService::JobStatus::Starting:
     case CorvelService::JobStatus::Running:
-        return ActiveGlyph;
+        return CorvelWidgets::Glyph::JobRunning;
     default:
-        return InactiveGlyph;
+        return CorvelWidgets::Glyph::JobStopped;
     }
 }
 

@@ -12,9 +12,6 @@ namespace CvJobs {
 class JobStatusLabel : public QPushButton {
     Q_OBJECT
 public:
-    static constexpr ushort ActiveGlyph = 0xE953;
-    static constexpr ushort InactiveGlyph = 0xE9B5;
-
     JobStatusLabel(CorvelService::JobStatus::type status, const CorvelWidgets::IconFont& iconFont,
                    QWidget* parent = nullptr);
 
@@ -22,7 +19,8 @@ public:
     void setStatus(CorvelService::JobStatus::type status);
 
     static QString statusText(CorvelService::JobStatus::type status);
-    static ushort glyph(CorvelService::JobStatus::type status);
+    // The icon font's name of the status glyph.
+    static QString glyph(CorvelService::JobStatus::type status);
 
 private:
     QIcon iconFor(CorvelService::JobStatus::type status) const;

@@ -1,6 +1,7 @@
 #include "jobs/job_table_header_widget.h"
 
 #include "jobs/job_columns.h"
+#include "jobs/jobs_texts.h"
 
 #include <QLabel>
 
@@ -37,7 +38,10 @@ void JobTableHeaderWidget::setRightInset(int pixels)
 
 QStringList JobTableHeaderWidget::captions()
 {
-    return {"JOB TYPE", "STATUS", "CLIENT", "DEVICE NAME", "RECOVERY POINT", "LOCAL CACHE", "DESCRIPTION", "ACTION"};
+    QStringList captions;
+    for (const char* caption : Texts::Captions)
+        captions << QString::fromLatin1(caption);
+    return captions;
 }
 
 } // namespace CvJobs

@@ -47,6 +47,13 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     layout->addWidget(m_headerScrollArea);
 
     m_listScrollArea->setObjectName("job_table_scroll_area");
+    // Tab goes from row to row; the scroll areas themselves are no stops.
+    m_headerScrollArea->setFocusPolicy(Qt::NoFocus);
+    m_listScrollArea->setFocusPolicy(Qt::NoFocus);
+    connect(m_list, &JobListWidget::rowRevealed, this, [this](QWidget* row) {
+        m_list->layout()->activate();
+        m_listScrollArea->ensureWidgetVisible(row, 0, 0);
+    });
     m_listScrollArea->setWidget(m_list);
     m_listScrollArea->setWidgetResizable(true);
     m_listScrollArea->setFrameShape(QFrame::NoFrame);
@@ -74,6 +81,16 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, this,
             &JobTableWidget::updateServiceState);
     m_connection.startPolling();
+}
+
+void JobTableWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
+{
+    m_list->setClock(std::move(clock));
+}
+
+void JobTableWidget::revealJob(const std::string& jobId)
+{
+    m_list->revealJob(jobId);
 }
 
 void JobTableWidget::refresh()

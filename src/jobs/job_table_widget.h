@@ -34,6 +34,9 @@ public:
     JobTableWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                    QWidget* parent = nullptr);
 
+    // What the rows' actions measure their settling time by (the system clock unless set).
+    void setClock(std::shared_ptr<Corvel::Clock> clock);
+
     // True while the rows' actions are off: the service is unreachable or not answering.
     bool isServiceUnavailable() const { return m_unavailable; }
     JobListWidget* jobList() const { return m_list; }
@@ -41,6 +44,8 @@ public:
 public slots:
     // Asks the service for its jobs now, or as soon as the request that is out has come back.
     void refresh();
+    // Scrolls the job's row into view and highlights it briefly, now or once it is listed.
+    void revealJob(const std::string& jobId);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -1,5 +1,7 @@
 #include "jobs/job_type_label.h"
 
+#include "jobs/jobs_texts.h"
+
 namespace CvJobs {
 
 JobTypeLabel::JobTypeLabel(CorvelService::JobType::type type, QWidget* parent)
@@ -19,13 +21,13 @@ QString JobTypeLabel::typeText(CorvelService::JobType::type type)
 {
     switch (type) {
     case CorvelService::JobType::Virtualization:
-        return QStringLiteral("Virtualization");
+        return QString::fromLatin1(Texts::Virtualization);
     case CorvelService::JobType::FileRecovery:
-        return QStringLiteral("File Recovery");
+        return QString::fromLatin1(Texts::FileRecovery);
     case CorvelService::JobType::VirtualExport:
-        return QStringLiteral("Virtual Export");
+        return QString::fromLatin1(Texts::VirtualExport);
     }
-    return QStringLiteral("unknown");
+    return QString::fromLatin1(Texts::Unknown);
 }
 
 } // namespace CvJobs

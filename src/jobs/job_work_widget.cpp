@@ -30,6 +30,11 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     // Centred in the row like the other cells, so a bar never seems to belong to the next row.
     m_layout->addStretch(1);
     m_layout->addWidget(m_statusLabel, 0, Qt::AlignLeft);
+    m_workLabel = new QLabel(QString(QChar::Nbsp), this);
+    m_workLabel->setObjectName("job_item_status");
+    m_workLabel->setWordWrap(true);
+    m_workLabel->setTextFormat(Qt::PlainText);
+    m_layout->addWidget(m_workLabel);
 
     m_progressBar->setObjectName("job_current_work_progress_bar");
     m_progressBar->setRange(0, 100);
@@ -43,7 +48,6 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     QFont figures = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     figures.setPointSizeF(font().pointSizeF() > 0 ? font().pointSizeF() * 0.85 : 8.5);
     m_activityLabel->setFont(figures);
-    m_activityLabel->hide();
     m_layout->addWidget(m_activityLabel);
     m_layout->addStretch(1);
     m_work.progress = -1; // differs from any value, so the bar is set below
@@ -75,8 +79,10 @@ void JobWorkWidget::trackActivity(const CorvelService::JobDescription& job)
 
 void JobWorkWidget::showActivity()
 {
+    // An idle clock keeps its line, blank: a row must not change height when its job starts or stops.
     if (!m_activity.isRunning()) {
-        m_activityLabel->hide();
+        if (m_activityLabel->text() != QString(QChar::Nbsp))
+            m_activityLabel->setText(QString(QChar::Nbsp));
         return;
     }
     const qint64 now = m_clock->nowMs();
@@ -96,34 +102,14 @@ void JobWorkWidget::showActivity()
     }
     if (m_activityLabel->text() != text)
         m_activityLabel->setText(text);
-    if (m_activityLabel->isHidden())
-        m_activityLabel->setVisible(true);
 }
 
 void JobWorkWidget::setWork(const CorvelService::CurrentWork& work)
 {
     if (work.text != m_work.text || work.technical_details != m_work.technical_details) {
-        if (work.text.empty()) {
-            // Deferred: nothing may be inside the label's own code now, but this is the rows' rule.
-            if (m_workLabel) {
-                m_layout->removeWidget(m_workLabel);
-                m_workLabel->hide();
-                m_workLabel->deleteLater();
-            }
-            m_workLabel = nullptr;
-        } else {
-            if (!m_workLabel) {
-                m_workLabel = new QLabel(this);
-                m_workLabel->setObjectName("job_item_status");
-                m_workLabel->setWordWrap(true);
-                m_workLabel->setTextFormat(Qt::PlainText);
-                m_layout->insertWidget(2, m_workLabel);
-                if (isVisible())
-                    m_workLabel->show();
-            }
-            m_workLabel->setText(boundedText(QString::fromStdString(work.text)));
-            m_workLabel->setToolTip(plainToolTip(QString::fromStdString(work.technical_details)));
-        }
+        // No work keeps its line, blank, so the row keeps its height when its job stops.
+        m_workLabel->setText(work.text.empty() ? QString(QChar::Nbsp) : boundedText(QString::fromStdString(work.text)));
+        m_workLabel->setToolTip(plainToolTip(QString::fromStdString(work.technical_details)));
     }
     if (work.progress != m_work.progress) {
         // The wire carries a signed byte; anything outside 0..100 would leave the bar blank.

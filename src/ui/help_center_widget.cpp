@@ -2,9 +2,12 @@
 
 #include "core/settings.h"
 #include "ui/tool_box_tile_widget.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/message_box.h"
 
 #include <QDebug>
+#include <QFileInfo>
 #include <QGridLayout>
 #include <QProcess>
 
@@ -12,21 +15,21 @@ namespace Corvel {
 
 namespace {
 
-QIcon tileIcon(const CorvelWidgets::IconFont& iconFont, ushort codePoint)
+QIcon tileIcon(const CorvelWidgets::IconFont& iconFont, const QString& glyph)
 {
-    return iconFont.icon(codePoint, {{"color", "grey"}});
+    return iconFont.icon(glyph, {{"color", "grey"}});
 }
 
 } // namespace
 
 HelpCenterWidget::HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
-    , m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, 0xE989), "Analysis Tool",
+    , m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::AnalysisTool), "Analysis Tool",
                                            "Gather logs and diagnostic data", "Launch Tool", this))
-    , m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, 0xE90A), "Installation Guide",
+    , m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::InstallationGuide), "Installation Guide",
                                                 "Install documentation with screenshots", "View Installation Guide",
                                                 this))
-    , m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, 0xE96F), "Request Help",
+    , m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::RequestHelp), "Request Help",
                                           "Request direct support from our team", "Submit Ticket", this))
 {
     auto* layout = new QGridLayout(this);
@@ -55,10 +58,21 @@ QString HelpCenterWidget::analysisToolPath()
 void HelpCenterWidget::launchAnalysisTool()
 {
     qInfo() << "Opening Analysis Tool";
-    if (QProcess::startDetached(analysisToolPath(), {}))
+    const QString path = analysisToolPath();
+    QProcess tool;
+    tool.setProgram(path);
+    tool.setStandardOutputFile(QProcess::nullDevice());
+    tool.setStandardErrorFile(QProcess::nullDevice());
+    if (tool.startDetached()) {
         qInfo() << "Analysis Tool opened successfully";
-    else
-        qInfo() << "Analysis Tool opening failed";
+        return;
+    }
+    qInfo() << "Analysis Tool opening failed";
+    const QString why = !QFileInfo::exists(path)       ? path + " is not there: the tool is not installed."
+                        : !QFileInfo(path).isExecutable() ? path + " cannot be run."
+                                                          : tool.errorString();
+    CorvelWidgets::MessageBox::warning(this, QStringLiteral("Launch Tool"),
+                                       QStringLiteral("The Analysis Tool could not be started.\n") + why);
 }
 
 } // namespace Corvel

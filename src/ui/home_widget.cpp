@@ -2,6 +2,7 @@
 
 #include "core/style_sheet.h"
 #include "jobs/job_table_widget.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QFrame>
@@ -12,7 +13,6 @@
 namespace Corvel {
 
 namespace {
-constexpr ushort NewRecoveryGlyph = 0xE958;
 constexpr int MinimumJobsHeight = 460;
 } // namespace
 
@@ -33,7 +33,7 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
 
     m_newRecovery->setObjectName("button_primary_small");
     m_newRecovery->setIcon(
-        iconFont.icon(NewRecoveryGlyph, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
+        iconFont.icon(CorvelWidgets::Glyph::NewRecovery, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
     m_newRecovery->setCursor(Qt::PointingHandCursor);
 
     auto* layout = new QVBoxLayout(this);

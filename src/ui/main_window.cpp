@@ -16,6 +16,7 @@
 #include "wizard/recovery_wizard.h"
 
 #include "widgets/cv_title_bar.h"
+#include "widgets/glyph.h"
 #include "widgets/user_menu_button.h"
 
 #include <QAction>
@@ -23,6 +24,7 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QListWidget>
 #include <QShortcut>
 #include <QUrl>
@@ -32,9 +34,6 @@ namespace Corvel {
 
 namespace {
 
-constexpr ushort HomeGlyph = 0xE946;
-constexpr ushort ToolboxGlyph = 0xE972;
-constexpr ushort HelpCenterGlyph = 0xE992;
 
 const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
 
@@ -70,14 +69,18 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_userMenu = new CorvelWidgets::UserMenuButton(m_iconFont);
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     titleBar()->setUserMenuButton(m_userMenu);
+    m_checkForUpdates = m_userMenu->userMenu()->addAction("Check for updates");
+    m_checkForUpdates->setObjectName("check_for_updates_action");
+    m_checkForUpdates->setVisible(false);
+    connect(m_checkForUpdates, &QAction::triggered, this, &MainWindow::showUpdateOffer);
 
     m_home = new HomeWidget(m_connection, m_iconFont);
     m_toolBox = new ToolBoxWidget(m_iconFont);
     m_helpCenter = new HelpCenterWidget(m_iconFont);
-    auto tabIcon = [this](ushort glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
-    m_tabs = new MainWindowTabsWidget({{tabIcon(HomeGlyph), "Home", m_home},
-                                       {tabIcon(ToolboxGlyph), "Toolbox", m_toolBox},
-                                       {tabIcon(HelpCenterGlyph), "Help Center", m_helpCenter}},
+    auto tabIcon = [this](const char* glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
+    m_tabs = new MainWindowTabsWidget({{tabIcon(CorvelWidgets::Glyph::Home), "Home", m_home},
+                                       {tabIcon(CorvelWidgets::Glyph::Toolbox), "Toolbox", m_toolBox},
+                                       {tabIcon(CorvelWidgets::Glyph::Help), "Help Center", m_helpCenter}},
                                       this);
     m_body->addWidget(m_tabs);
 
@@ -135,7 +138,9 @@ void MainWindow::showUpdateOffer()
                                   .arg(JobsInterrupted);
     request.buttons = QMessageBox::Yes | QMessageBox::No;
     request.defaultButton = QMessageBox::No;
-    if (ask(request) == QMessageBox::Yes)
+    const bool accepted = ask(request) == QMessageBox::Yes;
+    m_checkForUpdates->setVisible(!accepted);
+    if (accepted)
         m_updater.startDownload(this);
 }
 

@@ -14,6 +14,8 @@
 
 #include <memory>
 
+class QAction;
+
 namespace CorvelJournal {
 class Journal;
 }
@@ -109,6 +111,8 @@ private:
     VuskAPI::CloudApi* m_wizardCloud = nullptr;
     std::shared_ptr<CorvelPlatform::ServiceControl> m_serviceControl;
     CorvelWidgets::UserMenuButton* m_userMenu = nullptr;
+    // Brings a declined offer back; there only while one was declined in this run.
+    QAction* m_checkForUpdates = nullptr;
     HomeWidget* m_home = nullptr;
     ToolBoxWidget* m_toolBox = nullptr;
     HelpCenterWidget* m_helpCenter = nullptr;

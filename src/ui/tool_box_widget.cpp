@@ -2,6 +2,7 @@
 
 #include "build_config.h"
 #include "ui/tool_box_tile_widget.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QDebug>
@@ -9,21 +10,9 @@
 
 namespace Corvel {
 
-namespace {
-
-constexpr ushort FallbackDownloadGlyph = 0xE920;
-
-ushort downloadGlyph(const CorvelWidgets::IconFont& iconFont)
-{
-    const ushort named = iconFont.codePoint(QStringLiteral("download"));
-    return named ? named : FallbackDownloadGlyph;
-}
-
-} // namespace
-
 ToolBoxWidget::ToolBoxWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
-    , m_directRestore(new ToolBoxTileWidget(iconFont.icon(downloadGlyph(iconFont), {{"color", "grey"}}),
+    , m_directRestore(new ToolBoxTileWidget(iconFont.icon(CorvelWidgets::Glyph::Download, {{"color", "grey"}}),
                                             "Direct Restore", "Granular Exchange & SQL Recovery", "Download", this))
 {
     auto* layout = new QGridLayout(this);

@@ -1,7 +1,9 @@
 #include "widgets/custom_bar_window.h"
 
 #include "widgets/dialog_style.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/initial_focus.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -11,10 +13,6 @@
 #include <QVBoxLayout>
 
 namespace Corvel {
-
-namespace {
-constexpr ushort CloseGlyph = 0xE921;
-}
 
 CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QDialog(parent)
@@ -39,9 +37,11 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_title->setObjectName("recovery_wizard_title");
     m_title->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_closeButton->setObjectName("wizard_close_button");
-    m_closeButton->setIcon(iconFont.icon(CloseGlyph));
+    m_closeButton->setIcon(iconFont.icon(CorvelWidgets::Glyph::Close));
     m_closeButton->setCursor(Qt::PointingHandCursor);
     m_closeButton->setFocusPolicy(Qt::TabFocus);
+    // A dialog's push buttons answer Return when focused; Close never may.
+    m_closeButton->setAutoDefault(false);
     m_closeButton->setAccessibleName(QStringLiteral("Close"));
     m_closeButton->setToolTip(QStringLiteral("Close"));
     connect(m_closeButton, &QPushButton::clicked, this, &QWidget::close);
@@ -71,6 +71,12 @@ void CustomBarWindow::setTitle(const QString& title)
 QString CustomBarWindow::title() const
 {
     return m_title->text();
+}
+
+void CustomBarWindow::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    CorvelWidgets::focusFirstControl(this, m_titleStripe);
 }
 
 bool CustomBarWindow::eventFilter(QObject* watched, QEvent* event)

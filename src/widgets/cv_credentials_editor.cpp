@@ -1,5 +1,6 @@
 #include "widgets/cv_credentials_editor.h"
 
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QGridLayout>
@@ -21,7 +22,7 @@ CvCredentialsEditor::CvCredentialsEditor(const IconFont& iconFont, QWidget* pare
     m_login->setAccessibleName("NETWORK SHARE USERNAME:");
     m_password->setAccessibleName("NETWORK SHARE PASSWORD:");
     m_check->setObjectName("button_secondary");
-    m_check->setIcon(iconFont.icon(0xE91F, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+    m_check->setIcon(iconFont.icon(Glyph::Next, IconFont::accent()));
     m_check->setAccessibleName("Check credentials");
     m_check->hide();
 

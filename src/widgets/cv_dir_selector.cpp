@@ -1,6 +1,8 @@
 #include "widgets/cv_dir_selector.h"
 
+#include "core/palette.h"
 #include "widgets/folder_dialog.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QHBoxLayout>
@@ -12,7 +14,6 @@
 namespace CorvelWidgets {
 
 namespace {
-constexpr ushort FolderGlyph = 0xE919;
 }
 
 CvDirSelector::CvDirSelector(const QString& path, const IconFont& iconFont, bool required, QWidget* parent)
@@ -23,11 +24,11 @@ CvDirSelector::CvDirSelector(const QString& path, const IconFont& iconFont, bool
 {
     m_label->setObjectName("field_label");
     m_label->setTextFormat(Qt::RichText);
-    m_label->setText(required ? QStringLiteral("<font color=\"#FF6e21\">*</font>LOCATION:")
+    m_label->setText(required ? QStringLiteral("<font color=\"%1\">*</font>LOCATION:").arg(Corvel::Palette::Primary)
                               : QStringLiteral("LOCATION:"));
     m_edit->setAccessibleName("LOCATION:");
     m_browse->setObjectName("button_secondary");
-    m_browse->setIcon(iconFont.icon(FolderGlyph, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+    m_browse->setIcon(iconFont.icon(Glyph::Folder, IconFont::accent()));
     m_browse->setAccessibleName("Browse");
 
     auto* row = new QHBoxLayout;

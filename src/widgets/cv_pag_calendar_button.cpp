@@ -1,5 +1,7 @@
 #include "widgets/cv_pag_calendar_button.h"
 
+#include "core/palette.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QHBoxLayout>
@@ -8,11 +10,6 @@
 #include <QMouseEvent>
 
 namespace CorvelWidgets {
-
-namespace {
-constexpr ushort LeftGlyph = 0xE985;
-constexpr ushort RightGlyph = 0xE98B;
-} // namespace
 
 CvPagCalendarButton::CvPagCalendarButton(const QString& text, bool pointsRight, const IconFont& iconFont,
                                          QWidget* parent)
@@ -29,8 +26,11 @@ CvPagCalendarButton::CvPagCalendarButton(const QString& text, bool pointsRight, 
     m_icon->setEnabled(false);
     m_icon->setPixmap(
         iconFont
-            .icon(pointsRight ? RightGlyph : LeftGlyph,
-                  {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}, {"color-disabled", "#FF6e21"}, {"scale", 1.25}})
+            .icon(pointsRight ? Glyph::Right : Glyph::Left,
+                  {{"color", Corvel::Palette::Primary},
+                   {"color-active", Corvel::Palette::DarkenPrimary},
+                   {"color-disabled", Corvel::Palette::Primary},
+                   {"scale", 1.25}})
             .pixmap(QSize(14, 14), QIcon::Disabled));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(6, 0, 6, 0);

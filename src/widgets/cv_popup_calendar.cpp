@@ -1,5 +1,7 @@
 #include "widgets/cv_popup_calendar.h"
 
+#include "core/palette.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QCalendarWidget>
@@ -28,22 +30,34 @@ CvPopupCalendar::CvPopupCalendar(const IconFont& iconFont, QWidget* parent)
     header.setForeground(Qt::black);
     header.setFontWeight(QFont::Normal);
     m_calendar->setHeaderTextFormat(header);
-    const QVariantMap arrow{{"color", "#FF6e21"}, {"color-active", "#FF5B04"}};
+    const QVariantMap arrow = IconFont::accent();
     if (auto* previous = m_calendar->findChild<QToolButton*>("qt_calendar_prevmonth")) {
-        previous->setIcon(iconFont.icon(0xE985, arrow));
+        previous->setIcon(iconFont.icon(Glyph::Left, arrow));
         previous->setAccessibleName("Previous month");
     }
     if (auto* next = m_calendar->findChild<QToolButton*>("qt_calendar_nextmonth")) {
-        next->setIcon(iconFont.icon(0xE98B, arrow));
+        next->setIcon(iconFont.icon(Glyph::Right, arrow));
         next->setAccessibleName("Next month");
     }
-    m_availableFormat.setBackground(QColor("#FFE3D3"));
-    m_availableFormat.setForeground(QColor("#FF5B04"));
+    m_availableFormat.setBackground(QColor(Corvel::Palette::AvailableDay));
+    m_availableFormat.setForeground(QColor(Corvel::Palette::DarkenPrimary));
     m_availableFormat.setFontWeight(QFont::Bold);
 
     connect(m_calendar, &QCalendarWidget::selectionChanged, this, &CvPopupCalendar::handleSelectionChanged);
+    // A day clicked or confirmed with Return is the pick; moving through days with the keys is not.
+    connect(m_calendar, &QCalendarWidget::clicked, this, &QWidget::hide);
+    connect(m_calendar, &QCalendarWidget::activated, this, &QWidget::hide);
     m_calendar->setCurrentPage(QDate::currentDate().year(), QDate::currentDate().month());
     hide();
+}
+
+void CvPopupCalendar::turnTo(const QDate& date)
+{
+    if (!date.isValid())
+        return;
+    const QSignalBlocker quiet(m_calendar);
+    m_calendar->setSelectedDate(date);
+    m_calendar->setCurrentPage(date.year(), date.month());
 }
 
 void CvPopupCalendar::handleSelectionChanged()

@@ -17,6 +17,8 @@ public:
     explicit CvPopupCalendar(const IconFont& iconFont, QWidget* parent = nullptr);
 
     QCalendarWidget* calendar() const { return m_calendar; }
+    // Selects `date` (when valid) on its month without reporting it as picked.
+    void turnTo(const QDate& date);
     const QTextCharFormat& availableFormat() const { return m_availableFormat; }
 
 signals:

@@ -26,6 +26,8 @@ QPushButton* windowButton(QWidget* parent, const QString& name)
     button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     // Reachable by Tab, but a click leaves no focus ring behind.
     button->setFocusPolicy(Qt::TabFocus);
+    // Inside a dialog a focused push button answers Return; a window button never may.
+    button->setAutoDefault(false);
     button->setAccessibleName(name);
     button->setToolTip(name);
     return button;

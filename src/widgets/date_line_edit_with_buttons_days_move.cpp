@@ -3,6 +3,7 @@
 #include "widgets/cv_line_edit.h"
 #include "widgets/cv_pag_calendar_button.h"
 #include "widgets/cv_popup_calendar.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QCalendarWidget>
@@ -30,7 +31,9 @@ DateLineEditWithButtonsDaysMove::DateLineEditWithButtonsDaysMove(const QString& 
     m_lineEdit->setEnabled(false);
     m_lineEdit->setAccessibleName("Snapshot date");
     m_popupButton->setObjectName("btn_popup_calender_widget");
-    m_popupButton->setIcon(iconFont.icon(0xE91D, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}, {"scale", 1.25}}));
+    QVariantMap options = IconFont::accent();
+    options.insert("scale", 1.25);
+    m_popupButton->setIcon(iconFont.icon(Glyph::Calendar, options));
     m_popupButton->setToolTip("Open calendar");
     m_popupButton->setAccessibleName("Open calendar");
 
@@ -115,6 +118,8 @@ void DateLineEditWithButtonsDaysMove::handleSetPrevDay()
 void DateLineEditWithButtonsDaysMove::handleClickButton()
 {
     m_popup->move(m_lineEdit->mapToGlobal(QPoint(0, m_lineEdit->height())));
+    if (!m_popup->isVisible())
+        m_popup->turnTo(QDate::fromString(m_lineEdit->text(), m_displayFormat));
     m_popup->setVisible(!m_popup->isVisible());
 }
 

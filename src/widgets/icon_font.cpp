@@ -1,5 +1,7 @@
 #include "widgets/icon_font.h"
 
+#include "core/palette.h"
+
 #include <QFile>
 #include <QFontDatabase>
 #include <QIconEngine>
@@ -53,15 +55,15 @@ private:
     {
         switch (mode) {
         case QIcon::Active:
-            return QColor(option("color-active", "color", "#FF6e21").toString());
+            return QColor(option("color-active", "color", Corvel::Palette::Primary).toString());
         case QIcon::Selected:
-            return QColor(option("color-selected", "color-active", "#FF6e21").toString());
+            return QColor(option("color-selected", "color-active", Corvel::Palette::Primary).toString());
         case QIcon::Disabled:
-            return QColor(option("color-disabled", "color-disabled", "#C2C5CA").toString());
+            return QColor(option("color-disabled", "color-disabled", Corvel::Palette::Ash).toString());
         case QIcon::Normal:
             break;
         }
-        return QColor(option("color", "color", "#878C96").toString());
+        return QColor(option("color", "color", Corvel::Palette::Grey).toString());
     }
 
     QString m_family;
@@ -96,6 +98,16 @@ QFont IconFont::font(int pixelSize) const
     QFont font(m_family);
     font.setPixelSize(pixelSize);
     return font;
+}
+
+QIcon IconFont::icon(const QString& name, const QVariantMap& options) const
+{
+    return icon(codePoint(name), options);
+}
+
+QVariantMap IconFont::accent()
+{
+    return {{"color", Corvel::Palette::Primary}, {"color-active", Corvel::Palette::DarkenPrimary}};
 }
 
 QIcon IconFont::icon(ushort codePoint, const QVariantMap& options) const

@@ -10,7 +10,7 @@
 
 namespace CorvelWidgets {
 
-// The icon font and its table of named glyphs; widgets draw icons from it by code point.
+// The icon font and its table of named glyphs; widgets draw icons from it by name.
 //
 // Icon options: "color" (normal), "color-active" (hover/active and, unless set, selected),
 // "color-selected", "color-disabled", "scale" (glyph height over icon height, default 0.9) and
@@ -28,7 +28,13 @@ public:
     ushort codePoint(const QString& name) const { return m_icons.value(name, 0); }
 
     QFont font(int pixelSize) const;
+    // A glyph by its name in the font's own table (tools/iconfont/mapping.tsv); an empty glyph
+    // for a name the table does not hold.
+    QIcon icon(const QString& name, const QVariantMap& options = {}) const;
     QIcon icon(ushort codePoint, const QVariantMap& options = {}) const;
+
+    // The accent colours most glyphs are drawn in.
+    static QVariantMap accent();
 
 private:
     QString m_family;

@@ -4,6 +4,7 @@
 #include "widgets/dialog_style.h"
 
 #include <QDebug>
+#include <QPushButton>
 #include <QQueue>
 
 namespace CorvelWidgets {
@@ -23,6 +24,15 @@ protected:
     {
         QMessageBox::paintEvent(event);
         DialogStyle::paintBorder(*this);
+    }
+
+    // Showing the box gives the focus to its first button, whatever the default is: Return must
+    // answer the default, never "Yes" by accident.
+    void showEvent(QShowEvent* event) override
+    {
+        QMessageBox::showEvent(event);
+        if (QPushButton* preferred = defaultButton())
+            preferred->setFocus(Qt::OtherFocusReason);
     }
 };
 
@@ -47,6 +57,9 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     }
     BorderedMessageBox box(parent);
     box.setObjectName(QStringLiteral("message_box"));
+    // Before anything else: new flags re-create the window, which drops the default button's focus.
+    if (request.flags)
+        box.setWindowFlags(box.windowFlags() | request.flags);
     box.setIcon(request.icon);
     if (request.icon != QMessageBox::NoIcon) {
         constexpr int PictureSide = 32;
@@ -62,8 +75,6 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     DialogStyle::dropButtonIcons(box);
     if (request.defaultButton != QMessageBox::NoButton)
         box.setDefaultButton(request.defaultButton);
-    if (request.flags)
-        box.setWindowFlags(box.windowFlags() | request.flags);
     return static_cast<QMessageBox::StandardButton>(box.exec());
 }
 

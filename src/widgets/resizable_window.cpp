@@ -3,6 +3,7 @@
 #include "build_config.h"
 #include "core/style_sheet.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/initial_focus.h"
 #include "widgets/picture_tag.h"
 
 #include <QEvent>
@@ -87,6 +88,12 @@ void ResizableWindow::maximizeToWorkArea(bool rememberNormalGeometry)
         setWindowState(windowState() | Qt::WindowMaximized);
     }
     m_adjusting = false;
+}
+
+void ResizableWindow::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    CorvelWidgets::focusFirstControl(this, m_titleBar);
 }
 
 void ResizableWindow::changeEvent(QEvent* event)

@@ -29,6 +29,7 @@ public slots:
 
 protected:
     void changeEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     void maximizeToWorkArea(bool rememberNormalGeometry);

@@ -1,23 +1,21 @@
 #include "widgets/user_menu_button.h"
 
 #include "widgets/dialog_style.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QMenu>
 
 namespace CorvelWidgets {
 
-namespace {
-constexpr ushort UserGlyph = 0xE96B;
-}
-
 UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
     : QPushButton(parent)
     , m_menu(new QMenu(this))
 {
     setObjectName("button_user_menu");
-    setIcon(iconFont.icon(UserGlyph));
+    setIcon(iconFont.icon(Glyph::User));
     setFocusPolicy(Qt::TabFocus);
+    setAutoDefault(false);
     setAccessibleName(QStringLiteral("User menu"));
     setCursor(Qt::PointingHandCursor);
 

@@ -12,7 +12,12 @@
 #include "testsupport/manual_clock.h"
 #include "testsupport/modal.h"
 
+#include <QClipboard>
+#include <QContextMenuEvent>
 #include <QLabel>
+#include <QMenu>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QProgressBar>
 #include <QRadioButton>
 #include <QTextDocument>
@@ -90,7 +95,7 @@ QStringList tabOrder(const CvJobs::JobListWidget* list)
     QWidget* first =
         list->cell(0, 7) ? static_cast<JobActionButtonsWidget*>(list->cell(0, 7))->findChild<QPushButton*>() : nullptr;
     for (QWidget* widget = first; widget && order.size() < 100; widget = widget->nextInFocusChain()) {
-        if (!list->isAncestorOf(widget) || widget->isHidden() || widget->focusPolicy() == Qt::NoFocus)
+        if (!list->isAncestorOf(widget) || widget->isHidden() || !(widget->focusPolicy() & Qt::TabFocus))
             continue;
         const auto* actions = qobject_cast<JobActionButtonsWidget*>(widget->parentWidget());
         const QString entry =
@@ -131,10 +136,37 @@ private:
         m_connection->setPollInterval(0); // tests drive the refreshes
         m_connection->connectNow();
         m_table = std::make_unique<JobTableWidget>(*m_connection, m_iconFont);
+        m_table->setClock(m_clock);
         m_table->resize(1200, 500);
         m_table->show();
         waitForPoll(*m_connection);
+        settle();
         return m_table.get();
+    }
+
+    // The operator looks at the table long enough for a press to count.
+    void settle() const
+    {
+        QCoreApplication::processEvents();
+        m_clock->advance(JobActionButtonsWidget::SettleMs);
+    }
+
+    // The row of job `id`, found as a user would see it.
+    QWidget* rowOf(const std::string& id) const
+    {
+        for (auto* actions : m_table->findChildren<JobActionButtonsWidget*>())
+            if (actions->job().id == id && actions->isVisible())
+                return actions->parentWidget();
+        return nullptr;
+    }
+
+    QPushButton* buttonOf(const std::string& id, const QString& text) const
+    {
+        QWidget* row = rowOf(id);
+        for (auto* candidate : row ? row->findChildren<QPushButton*>() : QList<QPushButton*>())
+            if (candidate->text() == text && candidate->isVisible())
+                return candidate;
+        return nullptr;
     }
 
     JobActionButtonsWidget* firstRow() const
@@ -253,6 +285,10 @@ private slots:
         waitForPoll(*m_connection);
         flushDeferredDeletes();
         QCoreApplication::processEvents();
+        // A focused button wears the focus ring; only the rows are compared.
+        for (JobTableWidget* shown : {table, &fresh})
+            for (auto* button : shown->findChildren<QPushButton*>())
+                button->clearFocus();
         QCOMPARE(rowIds(table->jobList()), rowIds(fresh.jobList()));
         // Both lists lay out again at the new width.
         QTRY_COMPARE(table->jobList()->size(), fresh.jobList()->size());
@@ -283,6 +319,250 @@ private slots:
         QCOMPARE(rowIds(table->jobList()), (QStringList{"new", "a", "b"}));
         QVERIFY(cancel->hasFocus());
         QCOMPARE(tabOrder(table->jobList()), (QStringList{"new:Start", "a:Stop", "a:Cancel", "b:Delete Job"}));
+    }
+
+    // After a row action the keyboard stays with that job, or goes to the table once the job is
+    // gone; never to another job's button, where Space would act on the wrong job.
+    void focusStaysWithItsJob_data()
+    {
+        QTest::addColumn<int>("actionsAfter"); // -1: the job is gone
+        QTest::addColumn<QString>("focusAfter"); // a button of "a", or "" for the table
+        QTest::newRow("new buttons") << int(JobAction::Delete) << "Delete Job";
+        QTest::newRow("same buttons") << int(JobAction::Stop | JobAction::Cancel) << "Stop";
+        QTest::newRow("nothing allowed") << int(JobAction::None) << "Please wait";
+        QTest::newRow("job gone") << -1 << "";
+    }
+
+    void focusStaysWithItsJob()
+    {
+        QFETCH(int, actionsAfter);
+        QFETCH(QString, focusAfter);
+        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel),
+                                 makeJob("b", JobStatus::Running, JobAction::Stop | JobAction::Cancel)});
+        QApplication::setActiveWindow(table);
+        QVERIFY(QTest::qWaitForWindowActive(table));
+        QPushButton* cancel = buttonOf("a", "Cancel");
+        cancel->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(cancel, Qt::Key_Space);
+        QCOMPARE(m_service->calls(), QStringList{"cancelJob:a"});
+        const auto notOnB = [&] { return !rowOf("b")->isAncestorOf(QApplication::focusWidget()); };
+        QVERIFY(notOnB());
+
+        if (actionsAfter < 0)
+            m_service->jobs.erase(m_service->jobs.begin());
+        else
+            m_service->jobs[0].actions = actionsAfter;
+        m_service->jobs[0].current_work.progress = 30;
+        waitForPoll(*m_connection);
+        poll(*m_connection);
+        QVERIFY(notOnB());
+        QWidget* focused = QApplication::focusWidget();
+        QVERIFY(focused);
+        if (focusAfter.isEmpty()) {
+            QVERIFY(!qobject_cast<QPushButton*>(focused));
+            QVERIFY(table->isAncestorOf(focused));
+        } else {
+            QCOMPARE(focused, static_cast<QWidget*>(buttonOf("a", focusAfter)));
+        }
+    }
+
+    // Tab walks the rows top to bottom, each row's buttons in order, with no stop in between.
+    void tabFollowsRows()
+    {
+        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop),
+                                 makeJob("b", JobStatus::Stopped, JobAction::Start | JobAction::Delete),
+                                 makeJob("c", JobStatus::Running, JobAction::Stop | JobAction::Cancel)});
+        QApplication::setActiveWindow(table);
+        QVERIFY(QTest::qWaitForWindowActive(table));
+        auto& jobs = m_service->jobs;
+        std::swap(jobs[0], jobs[2]);
+        jobs[1].actions = JobAction::Delete;
+        jobs.insert(jobs.begin() + 1, makeJob("d", JobStatus::Created, JobAction::Start | JobAction::Cancel));
+        poll(*m_connection);
+        jobs[3].actions = JobAction::Start | JobAction::Delete;
+        poll(*m_connection);
+
+        QWidget* first = buttonOf("c", "Stop");
+        first->setFocus(Qt::TabFocusReason);
+        QStringList stops;
+        for (QWidget* at = first; stops.size() < 20;) {
+            auto* actions = qobject_cast<JobActionButtonsWidget*>(at->parentWidget());
+            stops << (actions ? QString::fromStdString(actions->job().id) + ":" + static_cast<QPushButton*>(at)->text()
+                              : QString(at->metaObject()->className()));
+            QTest::keyClick(at, Qt::Key_Tab);
+            at = QApplication::focusWidget();
+            if (at == first)
+                break;
+        }
+        QCOMPARE(stops, (QStringList{"c:Stop", "c:Cancel", "d:Start", "d:Cancel", "b:Delete Job", "a:Start",
+                                     "a:Delete Job"}));
+    }
+
+    // A press on a row that just moved or changed its buttons was aimed at what stood there before.
+    void pressesRightAfterAChangeAreIgnored_data()
+    {
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<QString>("press"); // a button of job "a"
+        QTest::addColumn<bool>("byKey");
+        QTest::addColumn<bool>("ignored");
+        QTest::newRow("its buttons changed")
+            << Change([](auto& jobs) { jobs[0].actions = JobAction::Start | JobAction::Delete; }) << "Delete Job"
+            << false << true;
+        QTest::newRow("it moved down, by key")
+            << Change([](auto& jobs) { jobs.insert(jobs.begin(), makeJob("new", JobStatus::Created)); }) << "Stop"
+            << true << true;
+        QTest::newRow("another row's progress")
+            << Change([](auto& jobs) { jobs[1].current_work.progress = 60; }) << "Stop" << false << false;
+    }
+
+    void pressesRightAfterAChangeAreIgnored()
+    {
+        QFETCH(Change, change);
+        QFETCH(QString, press);
+        QFETCH(bool, byKey);
+        QFETCH(bool, ignored);
+        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop),
+                                 makeJob("b", JobStatus::Running, JobAction::Stop)});
+        QApplication::setActiveWindow(table);
+        change(m_service->jobs);
+        poll(*m_connection);
+        QCoreApplication::processEvents();
+        m_clock->advance(JobActionButtonsWidget::SettleMs - 1);
+        const auto pressOnce = [&] {
+            QPushButton* target = buttonOf("a", press);
+            QVERIFY(target);
+            if (byKey) {
+                target->setFocus(Qt::TabFocusReason);
+                QTest::keyClick(target, Qt::Key_Space);
+            } else {
+                QTest::mouseClick(target, Qt::LeftButton);
+            }
+        };
+        CorvelTest::LogCapture log;
+        pressOnce();
+        QCOMPARE(m_service->calls().isEmpty(), ignored);
+        QCOMPARE(log.texts().filter(" ignored: the row of job a changed").size(), ignored ? 1 : 0);
+        if (!ignored)
+            return;
+        m_clock->advance(1);
+        pressOnce();
+        QCOMPARE(m_service->calls().size(), 1);
+    }
+
+    // Progress and status never change a row's height, so the rows below stay under the pointer.
+    void rowHeightStaysPut()
+    {
+        auto job = makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel);
+        job.current_work.text = "Mounting volumes";
+        makeTable({job, makeJob("b", JobStatus::Running, JobAction::Stop)});
+        QCoreApplication::processEvents();
+        const int height = rowOf("a")->height();
+        const int below = rowOf("b")->y();
+        const QList<Change> changes{
+            [](auto& jobs) { jobs[0].current_work.progress = 70; },
+            [](auto& jobs) {
+                jobs[0].status = JobStatus::Stopped;
+                jobs[0].actions = JobAction::Start;
+                jobs[0].current_work.text = "";
+            },
+            [](auto& jobs) {
+                jobs[0].status = JobStatus::Starting;
+                jobs[0].actions = JobAction::None;
+            },
+            [](auto& jobs) {
+                jobs[0].status = JobStatus::Running;
+                jobs[0].actions = JobAction::Stop | JobAction::Cancel;
+                jobs[0].current_work.text = "Mounting volumes";
+            }};
+        for (const Change& change : changes) {
+            change(m_service->jobs);
+            poll(*m_connection);
+            QCoreApplication::processEvents();
+            QCOMPARE(rowOf("a")->height(), height);
+            QCOMPARE(rowOf("b")->y(), below);
+        }
+    }
+
+    // Without hovering a row says what its job produced, the service's substatus and the restore
+    // point as the wizard showed it; "Copy details" takes every field but the secrets.
+    void rowShowsItsResult_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("result"); // empty: none shown
+        QTest::newRow("mounted") << int(JobType::FileRecovery) << int(JobStatus::Running) << "Mounted at E:";
+        QTest::newRow("exported") << int(JobType::VirtualExport) << int(JobStatus::Stopped)
+                                  << "Exported to E:\\exports";
+        QTest::newRow("virtual machine") << int(JobType::Virtualization) << int(JobStatus::Running)
+                                         << "Virtual machine FS-01 recovered";
+        QTest::newRow("not run yet") << int(JobType::FileRecovery) << int(JobStatus::Starting) << QString();
+    }
+
+    void rowShowsItsResult()
+    {
+        QFETCH(int, type);
+        QFETCH(int, status);
+        QFETCH(QString, result);
+        auto job = makeJob("a", JobStatus::type(status), JobAction::Stop, JobType::type(type));
+        job.configuration.mount_point = type == JobType::VirtualExport ? "E:\\exports" : "E:";
+        job.configuration.vm_settings.name = "FS-01 recovered";
+        job.configuration.recovery_point = "2026_11_18_00_42_00";
+        job.configuration.device_token = "device-token-1001-secret";
+        job.configuration.local_cache_password = "share-password";
+        job.substatus = "Waiting for the cache";
+        auto* table = makeTable({job});
+        auto* shown = table->findChild<QLabel*>("job_item_result");
+        QCOMPARE(shown->isVisible(), !result.isEmpty());
+        QCOMPARE(shown->text(), result);
+        QCOMPARE(table->findChild<QLabel*>("job_item_substatus")->text(), QString("Waiting for the cache"));
+        QLabel* point = nullptr;
+        for (auto* label : table->findChildren<QLabel*>("job_info_label"))
+            if (label->toolTip().contains("2026_11_18_00_42_00"))
+                point = label;
+        QVERIFY(point);
+        QCOMPARE(point->text().remove(QChar(0x200B)), QString("11/18/2026 12:42 am"));
+
+        QGuiApplication::clipboard()->clear();
+        QTimer::singleShot(50, [] {
+            if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+                for (QAction* action : menu->actions())
+                    if (action->text() == "Copy details")
+                        action->trigger();
+                menu->close();
+            }
+        });
+        QWidget* row = rowOf("a");
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), row->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(row, &event);
+        const QString copied = QGuiApplication::clipboard()->text();
+        for (const QString& field : {QString("Job: a"), QString("Substatus: Waiting for the cache"),
+                                     QString("Recovery point: 11/18/2026 12:42 am (2026_11_18_00_42_00)")})
+            QVERIFY2(copied.contains(field), qPrintable(copied));
+        if (!result.isEmpty())
+            QVERIFY2(copied.contains("Result: " + result), qPrintable(copied));
+        QVERIFY(!copied.contains("secret") && !copied.contains("share-password"));
+    }
+
+    // A job launched a moment ago is scrolled into view and marked, even when it is listed later.
+    void newJobIsRevealed()
+    {
+        std::vector<JobDescription> jobs;
+        for (int i = 0; i < 30; ++i)
+            jobs.push_back(makeJob("job-" + std::to_string(i), JobStatus::Running, JobAction::Stop));
+        auto* table = makeTable(jobs);
+        auto* scroll = table->findChild<QScrollArea*>("job_table_scroll_area");
+        QCOMPARE(scroll->verticalScrollBar()->value(), 0);
+        table->revealJob("launched");
+        m_service->jobs.push_back(makeJob("launched", JobStatus::Created, JobAction::Cancel));
+        poll(*m_connection);
+        // Rows of a long list may be built over a few event-loop passes.
+        QTRY_VERIFY(rowOf("launched"));
+        QWidget* row = rowOf("launched");
+        QTRY_COMPARE(row->property("highlighted").toBool(), true);
+        QTRY_VERIFY(scroll->verticalScrollBar()->value() > 0);
+        const QRect inView(row->mapTo(scroll->viewport(), QPoint(0, 0)), row->size());
+        QVERIFY2(scroll->viewport()->rect().contains(inView), qPrintable(QString::number(inView.y())));
+        QTRY_COMPARE_WITH_TIMEOUT(row->property("highlighted").toBool(), false, 4000);
     }
 
     void failingCallKeepsRows()

@@ -22,6 +22,7 @@
 #include <QJsonDocument>
 #include <QListWidget>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QStackedWidget>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -195,9 +196,11 @@ private slots:
 
         LogCapture log;
         QTest::mouseClick(help->analysisToolTile()->button(), Qt::LeftButton);
-        QCOMPARE(log.texts().filter("Analysis Tool"),
+        QCOMPARE(log.texts().filter(QRegularExpression("^(Opening )?Analysis Tool")),
                  QStringList({"Opening Analysis Tool", "Analysis Tool opening failed"}));
-        QVERIFY(MessageBox::shown().isEmpty());
+        QCOMPARE(MessageBox::shown().size(), 1);
+        QCOMPARE(lastBox().text, "The Analysis Tool could not be started.\n" + installDir.path() +
+                                     "/tolvex-analysis-tool.exe is not there: the tool is not installed.");
     }
 
     void startRecoveryByRole_data()
@@ -298,6 +301,29 @@ private slots:
 
         MessageBox::setNextAnswer(QMessageBox::Yes);
         QVERIFY(m_window->close());
+    }
+
+    // A declined offer comes back from the user menu, for as long as this run lasts.
+    void declinedOfferFromUserMenu()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        MessageBox::setNextAnswer(QMessageBox::No);
+        createWindow(partner(), QString("http://127.0.0.1:%1/Corvel_setup.exe").arg(server.serverPort()));
+        auto* again = m_window->findChild<QAction*>("check_for_updates_action");
+        QVERIFY(again && !again->isVisible());
+        m_window->show();
+        QTRY_COMPARE(MessageBox::shown().size(), 1);
+        QVERIFY(!m_window->updater().isDownloading());
+        QVERIFY(again->isVisible());
+        QCOMPARE(again->text(), QString("Check for updates"));
+
+        MessageBox::setNextAnswer(QMessageBox::Yes);
+        again->trigger();
+        QCOMPARE(lastBox().text, QString("The new version of Corvel 0.0.0.0 is available"));
+        QVERIFY(m_window->updater().isDownloading());
+        QVERIFY(!again->isVisible());
+        m_window->updater().cancel();
     }
 
     void closeWaitsForSlowUpdateCheck()

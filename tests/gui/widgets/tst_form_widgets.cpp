@@ -1,9 +1,12 @@
 #include "widgets/cv_dir_selector.h"
 #include "widgets/cv_wizard_button.h"
+#include "widgets/date_line_edit_with_buttons_days_move.h"
 #include "widgets/folder_dialog.h"
 #include "widgets/icon_font.h"
 #include "widgets/loader_widget.h"
 
+#include <QAbstractItemView>
+#include <QCalendarWidget>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -90,6 +93,54 @@ private slots:
         QCOMPARE(selector.path(), QString("/srv/cache"));
         QCOMPARE(FolderDialog::askedCaptions(), (QStringList{"Open Directory", "Open Directory"}));
         QCOMPARE(changed.last().first().toString(), QString("/srv/cache"));
+    }
+
+    // The pop-up opens on the field's date and closes once a day is picked, by mouse or keyboard.
+    void datePopup_data()
+    {
+        QTest::addColumn<bool>("byMouse");
+        QTest::newRow("click") << true;
+        QTest::newRow("arrow and Return") << false;
+    }
+
+    void datePopup()
+    {
+        QFETCH(bool, byMouse);
+        QWidget page;
+        auto* field = new DateLineEditWithButtonsDaysMove("mm/dd/yyyy", m_iconFont, &page);
+        (new QVBoxLayout(&page))->addWidget(field);
+        const QDate newest = QDate::currentDate().addDays(-3);
+        const QDate shown = newest.addMonths(-1);
+        field->setAvailableDates({newest, shown, shown.addDays(-1)});
+        field->handleSetDate(shown);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+
+        QTest::mouseClick(field->findChild<QPushButton*>("btn_popup_calender_widget"), Qt::LeftButton);
+        auto* calendar = field->findChild<QCalendarWidget*>();
+        QTRY_VERIFY(calendar->isVisible());
+        QCOMPARE(calendar->selectedDate(), shown);
+        QCOMPARE(calendar->monthShown(), shown.month());
+
+        auto* days = calendar->findChild<QAbstractItemView*>("qt_calendar_calendarview");
+        const bool back = shown.day() > 1;
+        const QDate picked = shown.addDays(back ? -1 : 1);
+        if (byMouse) {
+            // Days of the neighbouring months fill the grid's first and last weeks.
+            QModelIndex cell;
+            for (int row = 1; row < days->model()->rowCount(); ++row)
+                for (int column = 0; column < days->model()->columnCount(); ++column) {
+                    const QModelIndex index = days->model()->index(row, column);
+                    if (index.data().toInt() == picked.day() && (!cell.isValid() || picked.day() >= 15))
+                        cell = index;
+                }
+            QTest::mouseClick(days->viewport(), Qt::LeftButton, {}, days->visualRect(cell).center());
+        } else {
+            QTest::keyClick(days, back ? Qt::Key_Left : Qt::Key_Right);
+            QTest::keyClick(days, Qt::Key_Return);
+        }
+        QTRY_VERIFY(!calendar->isVisible());
+        QCOMPARE(field->text(), picked.toString("M/d/yyyy"));
     }
 
     void loader()

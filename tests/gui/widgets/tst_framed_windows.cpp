@@ -1,5 +1,6 @@
 #include "core/style_sheet.h"
 #include "widgets/custom_bar_window.h"
+#include "widgets/cv_wizard_button.h"
 #include "widgets/cv_title_bar.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
@@ -12,6 +13,8 @@
 #include <QFile>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QSignalSpy>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QPushButton>
@@ -203,28 +206,141 @@ private slots:
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
     }
 
+    // A framed window opens with its first input (else its primary button) focused; Return there
+    // never reaches Close.
+    void initialFocusNeverOnClose_data()
+    {
+        QTest::addColumn<bool>("resizable");
+        QTest::addColumn<bool>("withInput");
+        QTest::newRow("resizable window, input") << true << true;
+        QTest::newRow("resizable window, button only") << true << false;
+        QTest::newRow("dialog, input") << false << true;
+        QTest::newRow("dialog, button only") << false << false;
+    }
+
+    void initialFocusNeverOnClose()
+    {
+        QFETCH(bool, resizable);
+        QFETCH(bool, withInput);
+        m_window.reset();
+        std::unique_ptr<QDialog> window;
+        QVBoxLayout* content = nullptr;
+        if (resizable) {
+            auto* framed = new ResizableWindow;
+            content = framed->contentLayout();
+            window.reset(framed);
+        } else {
+            auto* framed = new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {}));
+            content = framed->contentLayout();
+            window.reset(framed);
+        }
+        auto* secondary = new QPushButton("Back", window.get());
+        content->addWidget(secondary);
+        if (withInput)
+            content->addWidget(new QLineEdit(window.get()));
+        auto* primary = new QPushButton("Next", window.get());
+        primary->setObjectName("button_primary");
+        primary->setDefault(true);
+        content->addWidget(primary);
+        QSignalSpy pressed(primary, &QPushButton::clicked);
+        window->show();
+        QApplication::setActiveWindow(window.get());
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+
+        QWidget* focused = QApplication::focusWidget();
+        QVERIFY(focused);
+        QCOMPARE(focused->metaObject()->className(), withInput ? "QLineEdit" : "QPushButton");
+        if (!withInput)
+            QCOMPARE(focused, static_cast<QWidget*>(primary));
+        QTest::keyClick(focused, Qt::Key_Return);
+        QVERIFY(window->isVisible());
+        QCOMPARE(pressed.count(), 1);
+
+        for (auto* close : window->findChildren<QPushButton*>()) {
+            if (close->accessibleName() != "Close")
+                continue;
+            close->setFocus(Qt::TabFocusReason);
+            QVERIFY(!close->isDefault() && !close->autoDefault());
+            QTest::keyClick(close, Qt::Key_Return);
+            QVERIFY(window->isVisible());
+        }
+    }
+
+    // The real box, not the unattended seam: the requested default has the focus and Return answers it.
+    void messageBoxDefault_data()
+    {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("preferred");
+        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
+        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
+        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
+        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
+    }
+
+    void messageBoxDefault()
+    {
+        QFETCH(int, flags);
+        QFETCH(int, preferred);
+        QString failure = "no message box was shown";
+        QTimer::singleShot(100, [&] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box)
+                return;
+            failure.clear();
+            QAbstractButton* expected = box->button(static_cast<QMessageBox::StandardButton>(preferred));
+            if (box->defaultButton() != expected)
+                failure = "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
+            else if (QApplication::focusWidget() != expected)
+                failure = "focus on " + (QApplication::focusWidget() ? QApplication::focusWidget()->objectName() +
+                                                                           " " + QApplication::focusWidget()->metaObject()->className()
+                                                                     : QString("nothing"));
+            QTest::keyClick(box, Qt::Key_Return);
+            if (box->isVisible())
+                box->reject();
+        });
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Information;
+        request.text = "Update downloading in process";
+        request.buttons = QMessageBox::Yes | QMessageBox::No;
+        request.defaultButton = static_cast<QMessageBox::StandardButton>(preferred);
+        request.flags = Qt::WindowFlags(flags);
+        const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
+        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(int(answer), preferred);
+    }
+
     // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
     void focusRing_data()
     {
         QTest::addColumn<QString>("objectName");
         QTest::addColumn<QColor>("ring");
-        QTest::newRow("plain button") << QString() << QColor("#FF6e21");
-        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21");
-        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21");
-        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224");
+        QTest::addColumn<bool>("outlined"); // the ring colour is its border anyway; focus fills it
+        QTest::addColumn<bool>("padded");   // room to see a stock focus rectangle inside the ring
+        QTest::newRow("plain button") << QString() << QColor("#FF6e21") << false << false;
+        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21") << false << false;
+        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21") << false << false;
+        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224") << false << false;
+        QTest::newRow("toolbox button") << "toolbox_tile_label" << QColor("#FF6e21") << true << true;
+        QTest::newRow("job row button") << "job_action_button" << QColor("#FF6e21") << false << true;
+        QTest::newRow("job row wait button") << "job_action_button_empty" << QColor("#FF6e21") << false << true;
+        QTest::newRow("recovery type tile") << "wizard_button" << QColor("#FF6e21") << false << false;
     }
 
     void focusRing()
     {
         QFETCH(QString, objectName);
         QFETCH(QColor, ring);
+        QFETCH(bool, outlined);
+        QFETCH(bool, padded);
         const QString sheet = styleTemplate();
         QVERIFY(!sheet.isEmpty());
         qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
         QWidget page;
         auto* layout = new QHBoxLayout(&page);
         auto* other = new QPushButton("Other", &page);
-        auto* button = new QPushButton("Focus", &page);
+        QWidget* button = objectName == "wizard_button"
+                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}, &page))
+                              : new QPushButton("Focus", &page);
         button->setObjectName(objectName);
         layout->addWidget(other);
         layout->addWidget(button);
@@ -232,16 +348,25 @@ private slots:
         QApplication::setActiveWindow(&page);
         QVERIFY(QTest::qWaitForWindowActive(&page));
 
+        // The ring, and inside it only the fill: no stock focus rectangle of the style.
         const auto edge = [&] {
             const QImage image = button->grab().toImage();
-            return image.pixelColor(0, image.height() / 2);
+            const int y = image.height() / 2;
+            for (int x = 2; padded && x < 7; ++x)
+                if (image.pixelColor(x, y) != image.pixelColor(2, y))
+                    return QColor(Qt::transparent);
+            return image.pixelColor(0, y);
         };
+        const auto fill = [&] { return button->grab().toImage().pixelColor(3, 3); };
         other->setFocus(Qt::TabFocusReason);
         QTRY_VERIFY(!button->hasFocus());
-        QVERIFY(edge() != ring);
+        QCOMPARE(edge() == ring, outlined);
+        const QColor unfocusedFill = fill();
         QTest::keyClick(other, Qt::Key_Tab);
         QVERIFY(button->hasFocus());
         QCOMPARE(edge(), ring);
+        if (outlined)
+            QVERIFY(fill() != unfocusedFill);
         qApp->setStyleSheet(QString());
     }
 

@@ -61,13 +61,19 @@ private slots:
         QTest::addColumn<int>("failures");
         QTest::addColumn<int>("issued");
         QTest::addColumn<QStringList>("shown");
+        QTest::addColumn<int>("httpStatus"); // 0: no server answered
 
         const QStringList serverBox{"Server Error/Error code: 7\nPlease check your internet connection and try again"};
-        QTest::newRow("default, failing for good") << -1 << int(RequestError::ServerError) << 100 << 6 << serverBox;
-        QTest::newRow("none") << 0 << int(RequestError::ServerError) << 100 << 1 << serverBox;
-        QTest::newRow("recovers on the last retry") << 2 << int(RequestError::ServerError) << 2 << 3 << QStringList{};
+        QTest::newRow("default, failing for good") << -1 << int(RequestError::ServerError) << 100 << 6 << serverBox << 0;
+        QTest::newRow("none") << 0 << int(RequestError::ServerError) << 100 << 1 << serverBox << 0;
+        QTest::newRow("server answered 500")
+            << 0 << int(RequestError::ServerError) << 100 << 1
+            << QStringList{"Server Error/Error code: 7\nHTTP status: 500, reason: Internal Server Error\n"
+                           "Please try again later"}
+            << 500;
+        QTest::newRow("recovers on the last retry") << 2 << int(RequestError::ServerError) << 2 << 3 << QStringList{} << 0;
         QTest::newRow("internal error") << 2 << int(RequestError::InternalError) << 100 << 3
-                                        << QStringList{"Internal Error/Internal error: no space left"};
+                                        << QStringList{"Internal Error/Internal error: no space left"} << 0;
     }
 
     void serverAndInternalErrors()
@@ -77,6 +83,7 @@ private slots:
         QFETCH(int, failures);
         QFETCH(int, issued);
         QFETCH(QStringList, shown);
+        QFETCH(int, httpStatus);
         AuthSession session(partnerToken());
         CloudCallRetry retry(&session, nullptr, retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries,
                              QString());
@@ -87,7 +94,8 @@ private slots:
                 const bool fail = calls++ < failures;
                 QTimer::singleShot(0, [=] {
                     cb(fail ? Result<int>(std::in_place_index<1>,
-                                          RequestError{RequestError::Kind(kind), 7, "no space left"})
+                                          RequestError{RequestError::Kind(kind), 7, "no space left", httpStatus,
+                                                       httpStatus ? "Internal Server Error" : ""})
                             : Result<int>(std::in_place_index<0>, 42));
                 });
             },

@@ -155,14 +155,17 @@ private slots:
         QTest::addColumn<QStringList>("simArgs"); // {"refused"}: nobody listens
         QTest::addColumn<int>("kind");
         QTest::addColumn<int>("code");
+        QTest::addColumn<int>("httpStatus");
+        QTest::addColumn<QString>("reason");
 
-        QTest::newRow("empty body") << QStringList{"--fault-empty", "/vusk"} << -1 << 0;
-        QTest::newRow("not an array") << QStringList{"--fault-status", "/vusk=200"} << -1 << 0;
-        QTest::newRow("401") << QStringList{"--token-expiry", "0"} << int(RequestError::AuthenticationError) << 204;
+        QTest::newRow("empty body") << QStringList{"--fault-empty", "/vusk"} << -1 << 0 << 0 << QString();
+        QTest::newRow("not an array") << QStringList{"--fault-status", "/vusk=200"} << -1 << 0 << 0 << QString();
+        QTest::newRow("401") << QStringList{"--token-expiry", "0"} << int(RequestError::AuthenticationError) << 204
+                             << 401 << "Unauthorized";
         QTest::newRow("500") << QStringList{"--fault-status", "/vusk/clients=500"} << int(RequestError::ServerError)
-                             << int(QNetworkReply::InternalServerError);
-        QTest::newRow("connection refused")
-            << QStringList{"refused"} << int(RequestError::ServerError) << int(QNetworkReply::ConnectionRefusedError);
+                             << int(QNetworkReply::InternalServerError) << 500 << "Internal Server Error";
+        QTest::newRow("connection refused") << QStringList{"refused"} << int(RequestError::ServerError)
+                                            << int(QNetworkReply::ConnectionRefusedError) << 0 << QString();
     }
 
     void badReplies()
@@ -170,6 +173,8 @@ private slots:
         QFETCH(QStringList, simArgs);
         QFETCH(int, kind);
         QFETCH(int, code);
+        QFETCH(int, httpStatus);
+        QFETCH(QString, reason);
 
         const bool refused = simArgs == QStringList{"refused"};
         CloudSim sim(simArgs);
@@ -195,6 +200,8 @@ private slots:
         QCOMPARE(int(error->kind), kind);
         QCOMPARE(error->code, code);
         QVERIFY(error->description.isEmpty());
+        QCOMPARE(error->httpStatus, httpStatus);
+        QCOMPARE(error->reason, reason);
     }
 
     // Replies no sound cloud sends: each fails the request and says why, and memory stays bounded

@@ -1,5 +1,6 @@
 #include "core/style_sheet.h"
 #include "testsupport/log_capture.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QFile>
@@ -90,6 +91,9 @@ private slots:
         const QRawFont font(file.readAll(), 32);
         for (auto it = m_iconFont->icons().cbegin(); it != m_iconFont->icons().cend(); ++it)
             QVERIFY2(font.supportsCharacter(uint(it.value())), qPrintable(it.key()));
+        // Every glyph the code draws is in that table, so none is drawn blank.
+        for (const char* name : CorvelWidgets::Glyph::All)
+            QVERIFY2(m_iconFont->icons().contains(name), name);
     }
 
 private:
