@@ -86,23 +86,6 @@ bool logOutAndSignIn(AuthSession& session, const QString& url, QWidget* parent, 
     return false;
 }
 
-int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
-                       const QString& authUrl, const TokenSource& source)
-{
-    switch (error.kind) {
-    case VuskAPI::RequestError::AuthenticationError:
-        return reSignInAfterTimeout(session, authUrl, parent, source);
-    case VuskAPI::RequestError::ServerError:
-        qCritical().noquote() << "Server Error. Error code: " + QString::number(error.code);
-        return 2;
-    case VuskAPI::RequestError::InternalError:
-        qCritical().noquote() << "Internal Error. Error code: " + QString::number(error.code) +
-                                     ". Description: " + error.description;
-        return 2;
-    }
-    return 2;
-}
-
 void showRequestError(QWidget* parent, const VuskAPI::RequestError& error)
 {
     switch (error.kind) {

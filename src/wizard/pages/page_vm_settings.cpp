@@ -1,18 +1,15 @@
 #include "wizard/pages/page_vm_settings.h"
 
-#include "platform/platform.h"
 #include "wizard/page_flow.h"
 #include "wizard/pages/cv_networks_selector.h"
 #include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
 
-#include <thrift/TApplicationException.h>
-
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDebug>
+#include <QStyle>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIntValidator>
@@ -23,7 +20,6 @@
 #include <QSpinBox>
 #include <QThread>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 namespace Corvel {
 
@@ -32,7 +28,6 @@ using namespace CorvelService;
 namespace {
 
 constexpr quint64 MiB = 1048576;
-const QColor ErrorColour("#E0301E");
 
 QSpinBox* spin(int minimum, int maximum, qint64 value, const QString& name)
 {
@@ -50,6 +45,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent)
     , m_vm(vmSettings)
     , m_systemDiskStyle(systemDiskStyle)
+    , m_hyperV(context)
     , m_name(new QLineEdit)
     , m_ram(new QComboBox)
     , m_ramInfo(PageParts::label(QString(), "ram_cores_info"))
@@ -60,7 +56,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     , m_generation1(new QRadioButton("Hyper-V (Generation 1)"))
     , m_generation2(new QRadioButton("Hyper-V (Generation 2)"))
     , m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start"))
-    , m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont))
+    , m_networks(new CorvelWidgets::CvNetworksSelector(iconFont))
     , m_next(PageParts::next(iconFont))
 {
     m_name->setPlaceholderText("Enter VM name");
@@ -132,39 +128,18 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     layout->addLayout(buttons);
     finishLayout(true);
 
-    connect(&m_watcher, &QFutureWatcher<quint64>::finished, this, &PageVmSettings::onMemoryKnown);
-    m_watcher.setFuture(QtConcurrent::run(&PageVmSettings::retrieveRamUsed, context.serviceFactory));
+    connect(&m_hyperV, &HyperVModel::memoryKnown, this, &PageVmSettings::onMemoryKnown);
+    connect(&m_hyperV, &HyperVModel::networksKnown, m_networks, &CorvelWidgets::CvNetworksSelector::setNetworks);
 }
 
-quint64 PageVmSettings::retrieveRamUsed(const ServiceConnection::Factory& factory)
+void PageVmSettings::onMemoryKnown(quint64 availableBytes)
 {
-    const std::shared_ptr<CorvelServiceIf> client = factory ? factory() : nullptr;
-    if (!client) {
-        qCritical() << "Failed to create Corvel Service client";
-        return 0;
-    }
-    try {
-        return static_cast<quint64>(client->retrieveHyperVRamBytesUsed());
-    } catch (const apache::thrift::TApplicationException& e) {
-        qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
-    } catch (const std::exception& e) {
-        qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-    }
-    qCritical() << "Failed to get RAM used by Hyper-V.";
-    return 0;
-}
-
-void PageVmSettings::onMemoryKnown()
-{
-    const quint64 total = CorvelPlatform::totalPhysicalMemory();
-    const quint64 used = m_watcher.result();
-    m_maxRamBytes = total > used ? total - used : 0;
+    m_maxRamBytes = availableBytes;
     const quint64 maxMiB = m_maxRamBytes / MiB;
     m_ram->setValidator(new QIntValidator(32, static_cast<int>(qMin<quint64>(maxMiB, INT_MAX)), m_ram));
     connect(m_ram, &QComboBox::currentTextChanged, this, &PageVmSettings::checkRam);
     m_ramInfo->setText("AVAILABLE RAM: " + QString::number(maxMiB) + " MiB");
     m_ram->addItems(WizardRules::ramChoices(m_maxRamBytes));
-    m_memoryKnown = true;
 }
 
 void PageVmSettings::checkRam(const QString& text)
@@ -174,10 +149,11 @@ void PageVmSettings::checkRam(const QString& text)
         qCritical().noquote() << check.problem;
     if (check.ramBytes)
         m_vm->ramBytes = *check.ramBytes;
-    if (QLineEdit* editor = m_ram->lineEdit()) {
-        QPalette palette = editor->palette();
-        palette.setColor(QPalette::Text, check.valid ? QApplication::palette().color(QPalette::Text) : ErrorColour);
-        editor->setPalette(palette);
+    // The style sheet draws an invalid value in the error colour.
+    if (QLineEdit* editor = m_ram->lineEdit(); editor && editor->property("invalid").toBool() == check.valid) {
+        editor->setProperty("invalid", !check.valid);
+        editor->style()->unpolish(editor);
+        editor->style()->polish(editor);
     }
     m_ramValid = check.valid;
     updateNext();
@@ -190,6 +166,7 @@ void PageVmSettings::updateNext()
 
 void PageVmSettings::onPageShown()
 {
+    m_hyperV.load();
     const WizardRules::Generations generations = WizardRules::generationsFor(*m_systemDiskStyle);
     m_generation1->setEnabled(true);
     m_generation2->setEnabled(true);
