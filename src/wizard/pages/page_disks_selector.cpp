@@ -46,6 +46,7 @@ PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageCon
     });
     m_next->setEnabled(false);
     m_exportRow->setObjectName("export_type_row");
+    m_diskList->setObjectName("disk_list");
     PageParts::bindLoader(&m_model, &DisksModel::loading, m_loader);
     connect(&m_model, &DisksModel::arrived, this, &PageDisksSelector::buildList);
     connect(&m_model, &DisksModel::failed, this, [this] {

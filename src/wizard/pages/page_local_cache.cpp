@@ -37,6 +37,7 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     , m_cancel(new QPushButton("Cancel"))
     , m_next(PageParts::next(iconFont))
 {
+    m_summary->setObjectName("recovery_summary");
     m_summary->setTextFormat(Qt::RichText);
     m_cloudButton->setChecked(true);
     m_credentials->setDescription("Credentials needed to connect to the network share:");
