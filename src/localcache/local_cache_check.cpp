@@ -1,5 +1,6 @@
 #include "localcache/local_cache_check.h"
 
+#include "localcache/local_cache_texts.h"
 #include "mirel.h"
 
 #include <cstdio>
@@ -22,7 +23,7 @@ bool succeeded(mirel_error* error, std::string* reason = nullptr)
     std::vector<char> buffer(ErrorBufferBytes);
     mirel_error_print(error, buffer.data(), buffer.size());
     mirel_error_free(error);
-    std::printf("Mirel error: %s\n", buffer.data());
+    std::printf(LocalCacheTexts::MirelErrorLine, buffer.data());
     if (reason)
         *reason = buffer.data();
     std::fflush(stdout);
@@ -115,19 +116,19 @@ const char* describeLocalCacheCheck(std::int32_t result)
 {
     switch (result) {
     case LocalCacheOpened:
-        return "the local cache opened and its folder is writable";
+        return LocalCacheTexts::Opened;
     case LocalCacheNotWritable:
-        return "the local cache opened, but nothing can be written in its folder (read-only)";
+        return LocalCacheTexts::NotWritable;
     case LocalCacheUnreachable:
-        return "the path cannot be reached (missing, not a folder, or the share refused the credentials)";
+        return LocalCacheTexts::Unreachable;
     case LocalCacheNoKeyring:
-        return "no keyring could be made from the passphrase (is it empty?)";
+        return LocalCacheTexts::NoKeyring;
     case LocalCacheKeyRefused:
-        return "the local cache does not open with this passphrase";
+        return LocalCacheTexts::KeyRefused;
     case LocalCacheNotARepository:
-        return "there is no local cache at this path, or it is damaged";
+        return LocalCacheTexts::NotARepository;
     default:
-        return "unknown result";
+        return LocalCacheTexts::Unknown;
     }
 }
 
