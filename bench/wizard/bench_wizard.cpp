@@ -145,7 +145,7 @@ void manyClients()
         PageRecoveryDataSource page(&values, fixture.pageContext(), fixture.iconFont);
         page.show();
         auto* list = findOnPage<QListView>(&page, "RESULTS:");
-        QTest::qWaitFor([&] { return list->model()->rowCount() == 10000; }, 5000);
+        (void)QTest::qWaitFor([&] { return list->model()->rowCount() == 10000; }, 5000);
         list->repaint();
         lists.push_back(timer.nsecsElapsed() / 1e6 - ReplyMs);
         auto* search = findOnPage<QLineEdit>(&page, "CLIENT:");
@@ -163,9 +163,9 @@ void manyClients()
         }
         chooseRow(list, 0);
         auto* combo = findOnPage<QComboBox>(&page, "PROTECTED SYSTEM:");
-        QTest::qWaitFor([&] { return values.dataSourceId != 0; }, 5000);
+        (void)QTest::qWaitFor([&] { return values.dataSourceId != 0; }, 5000);
         timer.restart();
-        QTest::qWaitFor([&] { return combo->count() == 2000; }, 5000);
+        (void)QTest::qWaitFor([&] { return combo->count() == 2000; }, 5000);
         combo->repaint();
         devices.push_back(timer.nsecsElapsed() / 1e6);
     }

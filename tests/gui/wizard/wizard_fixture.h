@@ -1,5 +1,6 @@
 #pragma once
 
+#include "cloud/token_source.h"
 #include "core/settings.h"
 #include "platform/platform.h"
 #include "service/service_connection.h"
