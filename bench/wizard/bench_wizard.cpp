@@ -20,8 +20,8 @@
 #include "wizard/recovery_wizard_page.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QLineEdit>
 #include <QListView>
 #include <QListWidget>

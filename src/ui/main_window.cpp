@@ -197,21 +197,21 @@ void MainWindow::startRecoveryWizard()
         ownCloud = std::make_unique<VuskAPI::VuskRequest>(&m_session, m_settings.vuskUrl());
     const std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl =
         m_serviceControl ? m_serviceControl : CorvelPlatform::systemServiceControl();
-    RecoveryWizardContext context{
-        m_session,
-        m_settings,
-        m_connection,
-        m_wizardCloud ? *m_wizardCloud : *ownCloud,
-        *serviceControl,
-        [this](QWidget* parent) {
-            return TmxAuth::reSignInAfterTimeout(m_session, m_settings.authUrl(), parent, m_tokenSource) == 0;
-        },
-        &TmxAuth::showRequestError,
-        [](const std::string& path, const std::string& login, const std::string& password,
-           const std::string& passphrase, std::string& reason) {
-            return checkLocalCache(path, login, password, passphrase, reason);
-        },
-        RecoveryWizard::ServiceCallLimitMs};
+    RecoveryWizardContext context{m_session,
+                                  m_settings,
+                                  m_connection,
+                                  m_wizardCloud ? *m_wizardCloud : *ownCloud,
+                                  *serviceControl,
+                                  [this](QWidget* parent) {
+                                      return TmxAuth::reSignInAfterTimeout(m_session, m_settings.authUrl(), parent,
+                                                                           m_tokenSource) == 0;
+                                  },
+                                  &TmxAuth::showRequestError,
+                                  [](const std::string& path, const std::string& login, const std::string& password,
+                                     const std::string& passphrase, std::string& reason) {
+                                      return checkLocalCache(path, login, password, passphrase, reason);
+                                  },
+                                  RecoveryWizard::ServiceCallLimitMs};
     RecoveryWizard wizard(this, m_iconFont, std::move(context));
     centreOverThis(wizard);
     wizard.setWindowFlags(wizard.windowFlags() | Qt::Tool);

@@ -5,10 +5,10 @@
 #include "wizard/pages/page_parts.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
 #include <QGridLayout>
 #include <QGuiApplication>
 #include <QLabel>
-#include <QCheckBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScreen>
@@ -75,8 +75,7 @@ void RecoveryWizardPage::connectNext(QAbstractButton* button, WizardPage page)
     connect(button, &QAbstractButton::clicked, this, [this, page] { emit nextPageRequested(page); });
 }
 
-void RecoveryWizardPage::connectTile(CorvelWidgets::CvWizardButton* tile, std::function<void()> store,
-                                     WizardPage page)
+void RecoveryWizardPage::connectTile(CorvelWidgets::CvWizardButton* tile, std::function<void()> store, WizardPage page)
 {
     connect(tile, &CorvelWidgets::CvWizardButton::clicked, this, [this, store = std::move(store), page] {
         store();

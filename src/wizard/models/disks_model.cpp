@@ -42,7 +42,7 @@ bool DisksModel::load(const QStringList& point)
             emit loading(QString());
             if (outcome != CallOutcome::Ok) {
                 qCritical().noquote() << (outcome == CallOutcome::Unreachable ? WizardTexts::NoClientLog
-                                                                             : WizardTexts::MetadataExhaustedLog);
+                                                                              : WizardTexts::MetadataExhaustedLog);
                 qCritical().noquote() << WizardTexts::MetadataFailedLog;
                 emit failed();
                 return;

@@ -11,9 +11,9 @@
 namespace Corvel {
 
 // One line of cloud requests of a model (the clients, the devices, a token...) under the model's
-// retry policy, if it has one (without, a failure goes straight to `onFailure`). A newer request, or invalidate(), makes the replies still out stale; nothing is
-// delivered once the owner is gone. `loading` hears the text of a request going out and an empty
-// text when its answer is in.
+// retry policy, if it has one (without, a failure goes straight to `onFailure`). A newer request, or invalidate(),
+// makes the replies still out stale; nothing is delivered once the owner is gone. `loading` hears the text of a request
+// going out and an empty text when its answer is in.
 class GuardedCloudCall {
 public:
     using Loading = std::function<void(const QString&)>;
@@ -37,14 +37,14 @@ public:
         QPointer<QObject> owner(m_owner);
         Loading loading = m_loading;
         std::function<void(VuskAPI::Callback<T>)> guarded = [=](VuskAPI::Callback<T> done) {
-                loading(loadingText);
-                issue([=](const VuskAPI::Result<T>& result) {
-                    const std::shared_ptr<quint64> now = current.lock();
-                    if (!owner || !now || *now != generation)
-                        return;
-                    loading(QString());
-                    done(result);
-                });
+            loading(loadingText);
+            issue([=](const VuskAPI::Result<T>& result) {
+                const std::shared_ptr<quint64> now = current.lock();
+                if (!owner || !now || *now != generation)
+                    return;
+                loading(QString());
+                done(result);
+            });
         };
         if (m_retry) {
             m_retry->run<T>(name, guarded, std::move(onSuccess), std::move(onFailure));

@@ -25,10 +25,11 @@ void HyperVModel::load()
     auto used = std::make_shared<qint64>(0);
     askService(
         m_connection, this, [used](CorvelServiceIf& service) { *used = service.retrieveHyperVRamBytesUsed(); }, -1,
-        QtCriticalMsg, m_limitMs, [this, used](CallOutcome outcome) {
+        QtCriticalMsg, m_limitMs,
+        [this, used](CallOutcome outcome) {
             if (outcome != CallOutcome::Ok) {
                 qCritical().noquote() << (outcome == CallOutcome::Unreachable ? WizardTexts::NoClientLog
-                                                                             : WizardTexts::RamUsedFailedLog);
+                                                                              : WizardTexts::RamUsedFailedLog);
                 *used = 0;
             }
             const quint64 total = CorvelPlatform::totalPhysicalMemory();
@@ -38,7 +39,8 @@ void HyperVModel::load()
     auto networks = std::make_shared<std::vector<VirtualNetwork>>();
     askService(
         m_connection, this, [networks](CorvelServiceIf& service) { service.retrieveHyperVNetworks(*networks); }, -1,
-        QtWarningMsg, m_limitMs, [this, networks](CallOutcome outcome) {
+        QtWarningMsg, m_limitMs,
+        [this, networks](CallOutcome outcome) {
             QStringList names;
             if (outcome != CallOutcome::Ok)
                 qCritical().noquote() << WizardTexts::NetworksFailedLog;

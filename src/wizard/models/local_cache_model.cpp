@@ -40,9 +40,8 @@ void LocalCacheModel::open(const QString& passphrase)
     qWarning().noquote() << WizardTexts::OpeningCacheLog;
     const QString path = m_values.localCachePath;
     std::string reason;
-    const std::int32_t result =
-        m_check(path.toStdString(), m_values.localCacheLogin.toStdString(), m_values.localCachePassword.toStdString(),
-                passphrase.toStdString(), reason);
+    const std::int32_t result = m_check(path.toStdString(), m_values.localCacheLogin.toStdString(),
+                                        m_values.localCachePassword.toStdString(), passphrase.toStdString(), reason);
     const auto outcome = static_cast<LocalCacheCheck>(result);
     if (outcome == LocalCacheOpened || outcome == LocalCacheNotWritable) {
         m_values.localCacheReadOnly = true;

@@ -48,7 +48,8 @@ PageRecoveryType::PageRecoveryType(std::optional<JobType::type>* recoveryType, b
         {bareMetal, std::nullopt},
     };
     for (const auto& [tile, type] : tiles)
-        connectTile(tile, [this, type = type] { *m_recoveryType = type; }, PageFlow::afterRecoveryType(type));
+        connectTile(
+            tile, [this, type = type] { *m_recoveryType = type; }, PageFlow::afterRecoveryType(type));
 
     auto* cancel = new QPushButton("Cancel");
     cancel->setObjectName("button_secondary");

@@ -47,7 +47,8 @@ PageVirtualDiskType::PageVirtualDiskType(VirtualDiskType::type* virtualDiskType,
     for (const Format& format : Formats) {
         auto* tile = new CorvelWidgets::CvWizardButton(format.title, format.description, iconFont.icon(ExportGlyph));
         const VirtualDiskType::type value = format.value;
-        connectTile(tile, [this, value] { *m_virtualDiskType = value; }, PageFlow::AfterVirtualDiskType);
+        connectTile(
+            tile, [this, value] { *m_virtualDiskType = value; }, PageFlow::AfterVirtualDiskType);
         tiles.append(tile);
     }
     QPushButton* back = PageParts::back(iconFont);

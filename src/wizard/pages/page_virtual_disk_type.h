@@ -3,7 +3,6 @@
 #include "CorvelService.h"
 #include "wizard/recovery_wizard_page.h"
 
-
 namespace Corvel {
 
 // The disk image format of a virtual disk export.

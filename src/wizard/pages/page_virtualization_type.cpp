@@ -17,16 +17,19 @@ PageVirtualizationType::PageVirtualizationType(VirtualizationType::type* virtual
     , m_virtualizationType(virtualizationType)
 {
     auto* test = new CorvelWidgets::CvWizardButton(
-        "Make it a Test", "For testing the virtualization process and<br/>verifying the availability of recovery points.",
+        "Make it a Test",
+        "For testing the virtualization process and<br/>verifying the availability of recovery points.",
         iconFont.icon(0xE971));
     auto* production = new CorvelWidgets::CvWizardButton(
         "Put it in Production",
         "For when a disaster occurs, make this a Live<br/>Recovery. Live-mode persistent snapshots will<br/>be "
         "created in the Cloud and local recovery data<br/>will be preserved until manually removed.",
         iconFont.icon(0xE969));
-    connectTile(test, [this] { *m_virtualizationType = VirtualizationType::Test; }, PageFlow::AfterVirtualizationType);
-    connectTile(production, [this] { *m_virtualizationType = VirtualizationType::Production; },
-                PageFlow::AfterVirtualizationType);
+    connectTile(
+        test, [this] { *m_virtualizationType = VirtualizationType::Test; }, PageFlow::AfterVirtualizationType);
+    connectTile(
+        production, [this] { *m_virtualizationType = VirtualizationType::Production; },
+        PageFlow::AfterVirtualizationType);
     QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
     layoutTiles("What Type of Virtual Recovery Do You Want to Perform?", {test, production}, back);

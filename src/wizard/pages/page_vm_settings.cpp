@@ -9,7 +9,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDebug>
-#include <QStyle>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QIntValidator>
@@ -18,6 +17,7 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QStyle>
 #include <QThread>
 #include <QVBoxLayout>
 

@@ -127,9 +127,10 @@ private slots:
         auto* next = findOnPage<QPushButton>(page, "Next");
         next->click();
         QTRY_COMPARE(shownBoxes().size(), 1);
-        QVERIFY2(shownBoxes().first().startsWith(
-                     "local cache page error: Error, specified path does not contain a Local Cache repository.\nReason: "),
-                 qPrintable(shownBoxes().first()));
+        QVERIFY2(
+            shownBoxes().first().startsWith(
+                "local cache page error: Error, specified path does not contain a Local Cache repository.\nReason: "),
+            qPrintable(shownBoxes().first()));
         path->setText(repository);
         next->click();
         QTRY_COMPARE(wizard.currentPage()->title(), QString("Recovery Settings"));

@@ -10,13 +10,13 @@
 #include "wizard/recovery_wizard_page.h"
 
 #include <QCheckBox>
-#include <QDesktopServices>
 #include <QComboBox>
+#include <QDesktopServices>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QScreen>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QtTest>
 
@@ -41,11 +41,8 @@ QString misplaced(const RecoveryWizard& wizard)
 {
     const QString page = wizard.currentPage()->title() + ": ";
     if (!Available.contains(wizard.frameGeometry()))
-        return page + "the wizard at " + QString("%1,%2 %3x%4")
-                                             .arg(wizard.x())
-                                             .arg(wizard.y())
-                                             .arg(wizard.width())
-                                             .arg(wizard.height());
+        return page + "the wizard at " +
+               QString("%1,%2 %3x%4").arg(wizard.x()).arg(wizard.y()).arg(wizard.width()).arg(wizard.height());
     if (!wizard.currentPage()->isAncestorOf(wizard.focusWidget()))
         return page + "the focus on " +
                (wizard.focusWidget() ? wizard.focusWidget()->metaObject()->className() : QString("nothing"));
@@ -226,8 +223,8 @@ private slots:
         auto wizard = fixture.makeWizard();
         wizard->show();
         QVERIFY(fixture.chooseTile(*wizard, "Virtualize (Hyper-V)") && fixture.chooseTile(*wizard, "Make it a Test") &&
-                fixture.passDataSource(*wizard) && fixture.passRecoveryPoint(*wizard) &&
-                fixture.passDisks(*wizard) && fixture.passLocalCache(*wizard));
+                fixture.passDataSource(*wizard) && fixture.passRecoveryPoint(*wizard) && fixture.passDisks(*wizard) &&
+                fixture.passLocalCache(*wizard));
         auto* ram = findOnPage<QComboBox>(wizard->currentPage(), "RAM:");
         QTRY_VERIFY(ram->count() > 0);
         const QColor normal = ram->lineEdit()->palette().color(QPalette::Text);

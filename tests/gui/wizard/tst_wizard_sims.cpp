@@ -1,12 +1,12 @@
 #include "wizard_fixture.h"
 
+#include "cloud/vusk_request.h"
 #include "service/service_client.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/service_sim.h"
 #include "widgets/message_box.h"
 #include "widgets/styled_combobox.h"
-#include "cloud/vusk_request.h"
 #include "wizard/recovery_wizard_page.h"
 #include "wizard/restore_points.h"
 
@@ -15,8 +15,8 @@
 #include <QListView>
 #include <QListWidget>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace Corvel;

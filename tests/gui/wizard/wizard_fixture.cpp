@@ -135,7 +135,6 @@ std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRun
     return std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, context());
 }
 
-
 QStringList shownBoxes()
 {
     QStringList shown;

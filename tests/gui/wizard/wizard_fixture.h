@@ -5,9 +5,9 @@
 #include "platform/platform.h"
 #include "service/service_connection.h"
 #include "session/auth_session.h"
+#include "testsupport/console_look.h"
 #include "testsupport/fake_cloud.h"
 #include "testsupport/fake_service.h"
-#include "testsupport/console_look.h"
 #include "widgets/icon_font.h"
 #include "wizard/recovery_wizard.h"
 

@@ -61,9 +61,9 @@ private slots:
         // Another client clears every level below it.
         model.chooseClient(model.clients()->index(1, 0));
         QVERIFY(values.dataSourceId == 0 && values.deviceId == 0 && model.devices().isEmpty());
-        QCOMPARE(fixture.cloud.calls, (QStringList{"clients", "datasources 101", "devices 11 server 101",
-                                                   "devices 12 workstation 101", "devices 11 server 101",
-                                                   "datasources 102"}));
+        QCOMPARE(fixture.cloud.calls,
+                 (QStringList{"clients", "datasources 101", "devices 11 server 101", "devices 12 workstation 101",
+                              "devices 11 server 101", "datasources 102"}));
     }
 
     // Restore points: retries, failures, an empty answer, a silent service, and the cache.
@@ -78,8 +78,8 @@ private slots:
         QTest::newRow("answer") << 5 << 0 << 0 << 1 << QStringList{} << "arrived";
         QTest::newRow("two failures, then the answer")
             << 5 << 2 << 0 << 3 << QStringList{"Retrying attempts left: 5", "Retrying attempts left: 4"} << "arrived";
-        QTest::newRow("retries 0, one failure") << 0 << 1 << 0 << 1 << QStringList{"Retrying attempts left: 0"}
-                                                << "failed";
+        QTest::newRow("retries 0, one failure")
+            << 0 << 1 << 0 << 1 << QStringList{"Retrying attempts left: 0"} << "failed";
         QTest::newRow("no restore points") << 5 << 0 << 0 << 1 << QStringList{} << "empty";
         QTest::newRow("silent service: given up, not repeated") << 5 << 0 << 2000 << 1 << QStringList{} << "failed";
     }
@@ -162,12 +162,15 @@ private slots:
         QTest::addColumn<QString>("reason");
         QTest::addColumn<QString>("box"); // empty: passed
         const QString here = QDir::tempPath();
-        QTest::newRow("opened") << 0 << here << "" << "";
-        QTest::newRow("read-only, accepted like opened") << 1 << here << "" << "";
+        QTest::newRow("opened") << 0 << here << ""
+                                << "";
+        QTest::newRow("read-only, accepted like opened") << 1 << here << ""
+                                                         << "";
         QTest::newRow("unreachable") << 2 << here << "share refused"
                                      << "Error, cannot access the path specified for the Local Cache repository.  "
                                         "Check permissions.\nReason: share refused";
-        QTest::newRow("missing folder") << 2 << here + "/no-such-folder" << ""
+        QTest::newRow("missing folder") << 2 << here + "/no-such-folder"
+                                        << ""
                                         << "Error, the path specified for the Local Cache repository does not exist.";
         QTest::newRow("no keyring") << 3 << here << ""
                                     << "Error, Local Cache data at specified path cannot be opened, this data may "
@@ -178,7 +181,8 @@ private slots:
                                              "key found";
         QTest::newRow("no repository") << 5 << here << ""
                                        << "Error, specified path does not contain a Local Cache repository.";
-        QTest::newRow("unknown") << 9 << here << "" << "Unknown error";
+        QTest::newRow("unknown") << 9 << here << ""
+                                 << "Unknown error";
     }
 
     void localCache()

@@ -1,9 +1,9 @@
+#include "localcache/local_cache_texts.h"
 #include "wizard/job_assembly.h"
 #include "wizard/page_flow.h"
 #include "wizard/restore_points.h"
 #include "wizard/wizard_rules.h"
 #include "wizard/wizard_texts.h"
-#include "localcache/local_cache_texts.h"
 
 #include <QtTest>
 
@@ -25,8 +25,8 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("restore points title") << QString(WizardTexts::RestorePointsTitle)
-                                              << "Retrieveing restore points";
+        QTest::newRow("restore points title")
+            << QString(WizardTexts::RestorePointsTitle) << "Retrieveing restore points";
         QTest::newRow("unreachable cache")
             << QString(WizardTexts::CacheUnreachable)
             << "Error, cannot access the path specified for the Local Cache repository.  Check permissions.";
