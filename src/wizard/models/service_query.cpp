@@ -17,10 +17,7 @@ void attempt(ServiceConnection& connection, QObject* context, const ServiceConne
             switch (result.outcome) {
             case CallOutcome::Ok:
             case CallOutcome::Unreachable:
-                done(result.outcome);
-                return;
             case CallOutcome::TimedOut:
-                logCallFailure(result, options.level);
                 done(result.outcome);
                 return;
             case CallOutcome::ApplicationFailure:

@@ -58,6 +58,10 @@ void CvNetworksSelector::addRow()
     rowLayout->addWidget(remove);
     m_rowsLayout->addWidget(row);
     m_rows.append(combo);
+    // Tab reaches the new row before "Add" (and so before the page's buttons).
+    QWidget::setTabOrder(m_add->previousInFocusChain(), combo);
+    QWidget::setTabOrder(combo, remove);
+    QWidget::setTabOrder(remove, m_add);
     connect(combo, &QComboBox::currentTextChanged, this, &CvNetworksSelector::emitSelection);
     connect(remove, &QPushButton::clicked, this, [this, row, combo] { removeRow(row, combo); });
     emitSelection();

@@ -112,19 +112,27 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(PageParts::label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
-    layout->addLayout(form);
-    layout->addWidget(PageParts::label("Virtual Machine Type:"));
-    layout->addWidget(
+    // Two columns, so that the page with its network adapters fits a 768-pixel screen.
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(30);
+    form->setRowStretch(row, 1);
+    columns->addLayout(form);
+    auto* machine = new QVBoxLayout;
+    machine->addWidget(PageParts::label("Virtual Machine Type:"));
+    machine->addWidget(
         PageParts::label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
                          "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
                          "Generation 2",
                          "wizard_page_desription"));
-    layout->addWidget(m_generation1);
-    layout->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
-    layout->addWidget(m_generation2);
-    layout->addWidget(PageParts::label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
-    layout->addWidget(m_boot);
-    layout->addWidget(m_networks);
+    machine->addWidget(m_generation1);
+    machine->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
+    machine->addWidget(m_generation2);
+    machine->addWidget(PageParts::label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
+    machine->addWidget(m_boot);
+    machine->addWidget(m_networks);
+    machine->addStretch();
+    columns->addLayout(machine);
+    layout->addLayout(columns);
     layout->addLayout(buttons);
     finishLayout(true);
 
@@ -150,10 +158,12 @@ void PageVmSettings::checkRam(const QString& text)
     if (check.ramBytes)
         m_vm->ramBytes = *check.ramBytes;
     // The style sheet draws an invalid value in the error colour.
-    if (QLineEdit* editor = m_ram->lineEdit(); editor && editor->property("invalid").toBool() == check.valid) {
-        editor->setProperty("invalid", !check.valid);
-        editor->style()->unpolish(editor);
-        editor->style()->polish(editor);
+    // The combo box, not its line edit: the style sheet styles an editable combo's line edit
+    // through the combo.
+    if (m_ram->property("invalid").toBool() == check.valid) {
+        m_ram->setProperty("invalid", !check.valid);
+        m_ram->style()->unpolish(m_ram);
+        m_ram->style()->polish(m_ram);
     }
     m_ramValid = check.valid;
     updateNext();
