@@ -15,6 +15,7 @@
 #include "wizard/pages/page_vm_settings.h"
 #include "wizard/resizable_stacked_widget.h"
 
+#include <QCoreApplication>
 #include <QDebug>
 #include <QGuiApplication>
 #include <QLayout>
@@ -138,9 +139,7 @@ void RecoveryWizard::showEvent(QShowEvent* event)
 void RecoveryWizard::place()
 {
     // The final size first: centring on a size still to grow lets the dialog drift down and right.
-    for (QWidget* widget : {static_cast<QWidget*>(currentPage()), static_cast<QWidget*>(this)})
-        if (widget && widget->layout())
-            widget->layout()->activate();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
     adjustSize();
     QRect area = g_availableOverride;
     if (area.isEmpty()) {

@@ -73,8 +73,6 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     connect(&m_model, &LocalCacheModel::refused, this, [this](const QString& text) {
         CorvelWidgets::MessageBox::critical(this, WizardTexts::CacheErrorTitle, text);
     });
-    // A long path scrolls inside its field instead of widening the page.
-    m_path->setSizePolicy(QSizePolicy::Ignored, m_path->sizePolicy().verticalPolicy());
 
     auto* buttons = PageParts::footer({m_loader}, {m_back, m_cancel, m_next});
     QVBoxLayout* layout = contentLayout();

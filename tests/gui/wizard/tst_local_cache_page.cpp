@@ -40,6 +40,7 @@ private:
 private slots:
     void initTestCase()
     {
+        applyConsoleLook();
         MessageBox::setAutoAnswer(true);
         RecoveryWizardPage::setScreenHeightOverride(1080);
     }
@@ -71,9 +72,9 @@ private slots:
         auto wizard = openPage(fixture);
         QVERIFY2(wizard, qPrintable(fixture.failure));
         RecoveryWizardPage* page = wizard->currentPage();
+        const QSize size = wizard->size();
         clickOn(findOnPage<QRadioButton>(page, "Restore using a local cache"));
         auto* path = findOnPage<QLineEdit>(page, "LOCATION:");
-        const QSize size = wizard->size();
         path->selectAll();
         QTest::keyClicks(path, "/srv/" + QString(300, 'c'));
         QCoreApplication::processEvents();

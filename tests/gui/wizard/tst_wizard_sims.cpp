@@ -146,7 +146,7 @@ private slots:
         Run run = openDataSource(cloud, "client");
         DataSourcePage page(run.wizard->currentPage());
         QVERIFY(!page.clients->isVisibleTo(run.wizard->currentPage()));
-        QVERIFY(!page.search->isVisibleTo(page));
+        QVERIFY(!page.search->isVisibleTo(run.wizard->currentPage()));
         QCOMPARE(run.wizard->values().clientId, quint64(101));
         QTRY_VERIFY(page.next->isEnabled());
         QVERIFY(cloud.requests().filter("/vusk/clients").isEmpty());

@@ -66,7 +66,7 @@ WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     , connection(
           [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
 {
-    connection.connectNow();
+    // No client yet: the first call makes it, with serviceFactory if a test has set one by then.
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
                      {102, "Harbourside", "Harbourside Clinic"},
                      {103, "quarry", "ABbey Quarry & Sons"},

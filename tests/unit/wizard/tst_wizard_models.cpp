@@ -38,7 +38,7 @@ private slots:
         DataSourceModel model(values, fixture.pageContext());
         model.start();
         QTRY_COMPARE(model.clients()->rowCount(), 4);
-        model.setSearch("AB"); // usernames only, any case
+        model.setSearch("AB");                                                   // usernames only, any case
         QCOMPARE(itemTexts(model.clients()), QStringList{"tabby (Tabby Cats)"}); // not quarry: "ABbey" is its name
         model.setSearch(QString());
         QSignalSpy complete(&model, &DataSourceModel::completeChanged);
