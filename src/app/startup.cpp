@@ -114,14 +114,8 @@ int runConsole(int argc, char** argv)
     }
 
     CorvelService::registerServiceMetaTypes();
-    const std::string certificateDir = workingDir().toStdString();
-    const int servicePort = settings->servicePort();
     CorvelService::ServiceConnection connection(
-        servicePort == DefaultServicePort
-            ? CorvelService::ServiceConnection::serviceFactory(certificateDir)
-            : CorvelService::ServiceConnection::Factory([certificateDir, servicePort] {
-                  return CorvelService::createServiceClient(certificateDir, "localhost", servicePort);
-              }));
+        CorvelService::ServiceConnection::serviceFactory(workingDir().toStdString(), settings->servicePort()));
     if (!connection.connectNow()) {
         qCritical() << "Failed to create Corvel Service client. Corvel will be closed.";
         fatalBox(QStringLiteral("Corvel error"),

@@ -3,9 +3,7 @@
 #include "jobs/delete_vm_dialog.h"
 #include "jobs/delete_vm_dialog2.h"
 #include "jobs/job_action_button.h"
-#include "service/service_call.h"
-
-#include <thrift/transport/TTransportException.h>
+#include "service/service_connection.h"
 
 #include <QApplication>
 #include <QDebug>
@@ -15,16 +13,15 @@
 namespace CvJobs {
 
 using CorvelService::CallOutcome;
-using CorvelService::callService;
 
 using CorvelService::JobAction;
 
 JobActionButtonsWidget::JobActionButtonsWidget(const CorvelService::JobDescription& job,
-                                               std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                                               CorvelService::ServiceConnection* connection,
                                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
     , m_job(job)
-    , m_client(std::move(client))
+    , m_connection(connection)
     , m_iconFont(iconFont)
     , m_layout(new QVBoxLayout(this))
 {
@@ -90,30 +87,31 @@ void JobActionButtonsWidget::buildButtons()
     }
 }
 
-CorvelService::CorvelServiceIf& JobActionButtonsWidget::client() const
+bool JobActionButtonsWidget::callService(const std::function<void(CorvelService::CorvelServiceIf&)>& call)
 {
-    if (!m_client)
-        throw apache::thrift::transport::TTransportException(apache::thrift::transport::TTransportException::NOT_OPEN,
-                                                             "no connection to the Corvel service");
-    return *m_client;
+    if (!m_connection) {
+        qWarning("Unknown exception: no connection to the Corvel service");
+        return false;
+    }
+    return m_connection->call(call).outcome == CallOutcome::Ok;
 }
 
 void JobActionButtonsWidget::onStartJob()
 {
     qInfo("onStartJob");
-    finishAction(callService([&] { client().startJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.startJob(m_job.id); }));
 }
 
 void JobActionButtonsWidget::onStopJob()
 {
     qInfo("onStopJob");
-    finishAction(callService([&] { client().stopJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.stopJob(m_job.id); }));
 }
 
 void JobActionButtonsWidget::onCancelJob()
 {
     qInfo("onCancelJob");
-    finishAction(callService([&] { client().cancelJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.cancelJob(m_job.id); }));
 }
 
 void JobActionButtonsWidget::onDeleteJob()
@@ -137,7 +135,7 @@ void JobActionButtonsWidget::onDeleteJob()
             return;
         }
     }
-    finishAction(callService([&] { client().deleteJob(m_job.id); }) == CallOutcome::Ok);
+    finishAction(callService([&](CorvelService::CorvelServiceIf& service) { service.deleteJob(m_job.id); }));
 }
 
 JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
@@ -173,10 +171,10 @@ JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
 bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
 {
     CorvelService::JobMutableSettings settings;
-    if (callService([&] { client().getJobMutableSettings(settings, m_job.id); }) != CallOutcome::Ok)
+    if (!callService([&](CorvelService::CorvelServiceIf& service) { service.getJobMutableSettings(settings, m_job.id); }))
         return false;
     settings.__set_delete_created_vm(deleteVm);
-    return callService([&] { client().setJobMutableSettings(m_job.id, settings); }) == CallOutcome::Ok;
+    return callService([&](CorvelService::CorvelServiceIf& service) { service.setJobMutableSettings(m_job.id, settings); });
 }
 
 void JobActionButtonsWidget::finishAction(bool succeeded)

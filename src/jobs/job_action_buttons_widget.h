@@ -6,10 +6,15 @@
 #include <QList>
 #include <QWidget>
 
+#include <functional>
 #include <memory>
 
 class QPushButton;
 class QVBoxLayout;
+
+namespace CorvelService {
+class ServiceConnection;
+}
 
 namespace CvJobs {
 
@@ -21,13 +26,12 @@ class JobActionButtonsWidget : public QWidget {
     Q_OBJECT
 public:
     JobActionButtonsWidget(const CorvelService::JobDescription& job,
-                           std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                           CorvelService::ServiceConnection* connection,
                            const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
 
     // Takes the job's latest state: new buttons only when its actions changed, and the buttons
     // enabled again after an action locked them.
     void setJob(const CorvelService::JobDescription& job);
-    void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client) { m_client = std::move(client); }
 
     const CorvelService::JobDescription& job() const { return m_job; }
     QList<JobActionButton*> buttons() const { return m_buttons; }
@@ -49,13 +53,14 @@ private:
     enum class VmChoice { Abandon, Delete, Keep };
     VmChoice askAboutVm();
     bool storeVmChoice(bool deleteVm);
-    CorvelService::CorvelServiceIf& client() const;
+    // The action's call through the connection; true when the service took it.
+    bool callService(const std::function<void(CorvelService::CorvelServiceIf&)>& call);
     void buildButtons();
     void finishAction(bool succeeded);
     void setButtonsEnabled(bool enabled);
 
     CorvelService::JobDescription m_job;
-    std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
+    CorvelService::ServiceConnection* m_connection;
     CorvelWidgets::IconFont m_iconFont;
     QVBoxLayout* m_layout;
     QList<JobActionButton*> m_buttons;

@@ -49,13 +49,6 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     connect(&m_sliceTimer, &QTimer::timeout, this, &JobListWidget::continueBuilding);
 }
 
-void JobListWidget::setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client)
-{
-    m_client = std::move(client);
-    for (JobRowWidget* row : m_rows)
-        row->setClient(m_client);
-}
-
 bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
 {
     if (jobs == m_cache && m_pendingRows == 0)
@@ -259,7 +252,7 @@ void JobListWidget::continueBuilding()
 
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
-    auto* row = new JobRowWidget(job, m_client, m_iconFont, m_columns, this);
+    auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     return row;
 }

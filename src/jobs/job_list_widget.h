@@ -13,6 +13,10 @@ class QLabel;
 class QSpacerItem;
 class QVBoxLayout;
 
+namespace CorvelService {
+class ServiceConnection;
+}
+
 namespace CvJobs {
 
 class JobColumns;
@@ -32,8 +36,8 @@ public:
     explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns = nullptr,
                            QWidget* parent = nullptr);
 
-    // Hands the client to every row, and to rows built from now on.
-    void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client);
+    // Where the rows' actions call the service; set before the first rows are built.
+    void setConnection(CorvelService::ServiceConnection* connection) { m_connection = connection; }
 
     // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
     // open nothing changes until a later call.
@@ -70,7 +74,7 @@ private:
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
 
-    std::shared_ptr<CorvelService::CorvelServiceIf> m_client;
+    CorvelService::ServiceConnection* m_connection = nullptr;
     CorvelWidgets::IconFont m_iconFont;
     std::shared_ptr<JobColumns> m_columns;
     QVBoxLayout* m_layout;

@@ -21,7 +21,7 @@ std::array<const std::string*, 5> infoValues(const CorvelService::JobDescription
 } // namespace
 
 JobRowWidget::JobRowWidget(const CorvelService::JobDescription& job,
-                           std::shared_ptr<CorvelService::CorvelServiceIf> client,
+                           CorvelService::ServiceConnection* connection,
                            const CorvelWidgets::IconFont& iconFont, std::shared_ptr<const JobColumns> columns,
                            QWidget* parent)
     : QWidget(parent)
@@ -33,7 +33,7 @@ JobRowWidget::JobRowWidget(const CorvelService::JobDescription& job,
     const auto values = infoValues(job);
     for (size_t i = 0; i < m_info.size(); ++i)
         m_info[i] = new JobInfoLabel(*values[i], this);
-    m_actions = new JobActionButtonsWidget(job, std::move(client), iconFont, this);
+    m_actions = new JobActionButtonsWidget(job, connection, iconFont, this);
     m_cells = {m_type, m_work, m_info[0], m_info[1], m_info[2], m_info[3], m_info[4], m_actions};
 
     auto* layout = new JobRowLayout(std::move(columns), this);
@@ -72,11 +72,6 @@ int JobRowWidget::setJob(const CorvelService::JobDescription& job)
     // Last: `shown` refers to the copy this replaces.
     m_actions->setJob(job);
     return changed;
-}
-
-void JobRowWidget::setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client)
-{
-    m_actions->setClient(std::move(client));
 }
 
 void JobRowWidget::measure(int changedColumns)

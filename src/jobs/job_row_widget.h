@@ -8,6 +8,10 @@
 #include <array>
 #include <memory>
 
+namespace CorvelService {
+class ServiceConnection;
+}
+
 namespace CvJobs {
 
 class JobActionButtonsWidget;
@@ -25,14 +29,13 @@ public:
     // What setJob changed beyond the cells' contents.
     enum Change { NewButtons = 1 << 8 };
 
-    JobRowWidget(const CorvelService::JobDescription& job, std::shared_ptr<CorvelService::CorvelServiceIf> client,
+    JobRowWidget(const CorvelService::JobDescription& job, CorvelService::ServiceConnection* connection,
                  const CorvelWidgets::IconFont& iconFont, std::shared_ptr<const JobColumns> columns,
                  QWidget* parent = nullptr);
 
     // Shows `job` (same id), touching only what differs. Returns the bits (1 << column) of the
     // cells whose width may have changed, and NewButtons when the actions changed.
     int setJob(const CorvelService::JobDescription& job);
-    void setClient(std::shared_ptr<CorvelService::CorvelServiceIf> client);
 
     const CorvelService::JobDescription& job() const;
     QWidget* cell(int column) const { return m_cells[column]; }

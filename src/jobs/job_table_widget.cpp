@@ -8,34 +8,11 @@
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
 #include <QLabel>
-#include <QPointer>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
 
-#include <mutex>
-#include <thread>
-
 namespace CvJobs {
-
-using CorvelService::CallOutcome;
-
-// Carries a request's answer back from its thread; the table unhooks itself when it goes, so an
-// answer that comes late is dropped.
-struct JobTableWidget::Channel {
-    std::mutex mutex;
-    JobTableWidget* table = nullptr;
-
-    void deliver(std::shared_ptr<Poll> poll)
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (!table)
-            return;
-        JobTableWidget* receiver = table;
-        QMetaObject::invokeMethod(
-            receiver, [receiver, poll] { receiver->finishPoll(*poll); }, Qt::QueuedConnection);
-    }
-};
 
 JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, const CorvelWidgets::IconFont& iconFont,
                                QWidget* parent)
@@ -48,10 +25,8 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     , m_headerScrollArea(new QScrollArea(this))
     , m_listScrollArea(new QScrollArea(this))
     , m_greyed(new QGraphicsOpacityEffect(this))
-    , m_channel(std::make_shared<Channel>())
 {
     setObjectName("job_table");
-    m_channel->table = this;
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
@@ -85,8 +60,8 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     m_greyed->setEnabled(false);
     m_listScrollArea->viewport()->setGraphicsEffect(m_greyed);
 
-    m_list->setClient(m_connection.client());
-    connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refreshSoon);
+    m_list->setConnection(&m_connection);
+    connect(m_list, &JobListWidget::needsUpdate, this, &JobTableWidget::refresh);
     const QVector<int> captionMinimums = m_header->captionMinimums();
     for (int column = 0; column < captionMinimums.size() && column < JobColumns::Count; ++column)
         m_columns->setFloor(column, captionMinimums[column]);
@@ -94,125 +69,27 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
         m_header->layout()->invalidate();
         fitHeader();
     });
-    connect(&m_connection, &CorvelService::ServiceConnection::clientChanged, this, &JobTableWidget::takeClient);
-
-    m_silence.setSingleShot(true);
-    m_silence.setTimerType(Qt::PreciseTimer);
-    m_silence.setInterval(NotRespondingMs + 1);
-    connect(&m_silence, &QTimer::timeout, this, &JobTableWidget::updateServiceState);
-
-    m_outageReported = m_connection.isLost();
-    refresh();
-
-    m_timer.setInterval(RefreshIntervalMs);
-    connect(&m_timer, &QTimer::timeout, this, &JobTableWidget::refresh);
-    m_timer.start();
-}
-
-JobTableWidget::~JobTableWidget()
-{
-    std::lock_guard<std::mutex> lock(m_channel->mutex);
-    m_channel->table = nullptr;
+    connect(&m_connection, &CorvelService::ServiceConnection::jobsArrived, m_list,
+            [this](const std::vector<CorvelService::JobDescription>& jobs) { m_list->setJobs(jobs); });
+    connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, this,
+            &JobTableWidget::updateServiceState);
+    m_connection.startPolling();
 }
 
 void JobTableWidget::refresh()
 {
-    if (m_pollRunning) {
-        updateServiceState();
-        return;
-    }
-    if (m_connection.isLost()) {
-        if (m_connection.beginReconnect())
-            startPoll(nullptr, true);
-    } else if (auto client = m_connection.client()) {
-        startPoll(std::move(client), false);
-    }
-    updateServiceState();
-}
-
-void JobTableWidget::refreshSoon()
-{
-    if (m_pollRunning)
-        m_refreshAgain = true;
-    else
-        refresh();
-}
-
-void JobTableWidget::startPoll(CorvelService::ServiceConnection::Client client, bool reconnect)
-{
-    m_pollRunning = true;
-    m_silence.start();
-    CorvelService::ServiceConnection::Factory factory = reconnect ? m_connection.factory() : nullptr;
-    // A thread of its own, not a pool's: a service that never answers keeps it forever, and
-    // nothing may wait for it on the way out.
-    std::thread([channel = m_channel, client = std::move(client), factory = std::move(factory)]() mutable {
-        if (factory) {
-            client = factory();
-            auto connected = std::make_shared<Poll>();
-            connected->stage = client ? Poll::Connected : Poll::ConnectFailed;
-            connected->client = client;
-            channel->deliver(connected);
-            if (!client)
-                return;
-        }
-        auto poll = std::make_shared<Poll>();
-        poll->client = client;
-        poll->result = CorvelService::tryServiceCall([&] { client->getAllJobsInfo(poll->jobs); });
-        channel->deliver(poll);
-    }).detach();
-}
-
-void JobTableWidget::finishPoll(Poll& poll)
-{
-    if (poll.stage == Poll::Connected) {
-        // The rows take the new client now; the list is still to come.
-        m_connection.finishReconnect(poll.client);
-        m_silence.start();
-        updateServiceState();
-        return;
-    }
-    m_pollRunning = false;
-    m_silence.stop();
-    if (poll.stage == Poll::ConnectFailed) {
-        m_connection.finishReconnect(nullptr);
-    } else {
-        switch (poll.result.outcome) {
-        case CallOutcome::Ok:
-            if (m_outageReported) {
-                m_outageReported = false;
-                qInfo("Connection to Corvel service restored.");
-            }
-            m_list->setJobs(std::move(poll.jobs));
-            break;
-        case CallOutcome::ApplicationFailure:
-            CorvelService::logCallFailure(poll.result);
-            break;
-        case CallOutcome::OtherFailure:
-            // During an outage the first failure has been reported; the rest would repeat it.
-            if (!m_outageReported)
-                CorvelService::logCallFailure(poll.result);
-            m_outageReported = true;
-            m_connection.reportLost(poll.client);
-            break;
-        }
-    }
-    updateServiceState();
-    emit polled();
-    if (m_refreshAgain) {
-        m_refreshAgain = false;
-        refresh();
-    }
+    m_connection.pollSoon();
 }
 
 void JobTableWidget::updateServiceState()
 {
-    const bool unreachable = m_connection.isLost();
-    // The silence timer runs while a request is out and stops when it returns.
-    const bool silent = m_pollRunning && !m_silence.isActive();
+    const auto state = m_connection.state();
+    const bool unreachable = state == CorvelService::ServiceConnection::State::Unreachable;
+    const bool silent = state == CorvelService::ServiceConnection::State::Silent;
     if (unreachable) {
         const qint64 waitMs = m_connection.msUntilReconnect();
         m_banner->setText(
-            m_pollRunning || waitMs == 0
+            m_connection.isPollOut() || waitMs == 0
                 ? tr("The Corvel service is not reachable. Connecting again now...")
                 : tr("The Corvel service is not reachable. Trying again in %1 s.").arg((waitMs + 999) / 1000));
     } else if (silent) {
@@ -260,11 +137,6 @@ void JobTableWidget::hideEvent(QHideEvent* event)
 {
     m_connection.setMaxReconnectDelay(MaxReconnectDelayHiddenMs);
     QWidget::hideEvent(event);
-}
-
-void JobTableWidget::takeClient(const std::shared_ptr<CorvelService::CorvelServiceIf>& client)
-{
-    m_list->setClient(client);
 }
 
 } // namespace CvJobs

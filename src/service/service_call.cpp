@@ -55,12 +55,4 @@ void logCallFailure(const CallResult& result, QtMsgType level)
         logAt(level, result.failure);
 }
 
-CallOutcome callService(const std::function<void()>& call, QtMsgType level, bool logOtherFailure)
-{
-    const CallResult result = tryServiceCall(call);
-    if (result.outcome == CallOutcome::ApplicationFailure || logOtherFailure)
-        logCallFailure(result, level);
-    return result.outcome;
-}
-
 } // namespace CorvelService

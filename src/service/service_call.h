@@ -7,7 +7,17 @@
 
 namespace CorvelService {
 
-enum class CallOutcome { Ok, ApplicationFailure, OtherFailure };
+enum class CallOutcome {
+    Ok,
+    // Refused by the service: the connection survives it.
+    ApplicationFailure,
+    // Broken in transport, or anything else the call threw.
+    OtherFailure,
+    // No client could be made for the call.
+    Unreachable,
+    // The caller's time limit passed first; the answer, if it comes, is dropped.
+    TimedOut,
+};
 
 // What one call came to, with the failure's log line ready ("Application exception: ..." or
 // "Unknown exception: ..."), for calls made on one thread and reported on another.
@@ -20,10 +30,5 @@ struct CallResult {
 CallResult tryServiceCall(const std::function<void()>& call);
 // Logs the failure of a call at `level`; nothing for a success.
 void logCallFailure(const CallResult& result, QtMsgType level = QtWarningMsg);
-
-// Runs one synchronous service call and logs its failure at `level`: "Application exception: " for
-// the RPC library's application exception (the connection survives it), "Unknown exception: " for
-// anything else. logOtherFailure=false keeps a known outage quiet.
-CallOutcome callService(const std::function<void()>& call, QtMsgType level = QtWarningMsg, bool logOtherFailure = true);
 
 } // namespace CorvelService

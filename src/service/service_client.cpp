@@ -8,6 +8,8 @@
 #include <openssl/ssl.h>
 
 #include <QByteArray>
+#include <QDebug>
+#include <QString>
 
 #include <QtGlobal>
 
@@ -26,7 +28,18 @@ using apache::thrift::transport::TTransport;
 namespace {
 
 const char kServiceHost[] = "localhost";
-const int kServicePort = 9000;
+
+thread_local int t_quietDepth = 0;
+thread_local QString t_lastFailure;
+
+// A connection failure's line: logged at critical level, or kept for QuietConnect's owner.
+void connectFailure(const QString& line)
+{
+    if (t_quietDepth > 0)
+        t_lastFailure = line;
+    else
+        qCritical().noquote() << line;
+}
 
 // The library's socket connects in open() but defers the handshake, and with it every
 // certificate check, to the first read or write. Doing it in open() lets the factory refuse a
@@ -101,10 +114,28 @@ void logThriftDiagnostic(const char* message)
         text = text.left(kMaxDiagnosticBytes) + "...";
     while (text.endsWith('\n') || text.endsWith('\r'))
         text.chop(1);
+    if (t_quietDepth > 0)
+        return;
     qWarning("Thrift library: %s", text.constData());
 }
 
 } // namespace
+
+QuietConnect::QuietConnect()
+{
+    if (t_quietDepth++ == 0)
+        t_lastFailure.clear();
+}
+
+QuietConnect::~QuietConnect()
+{
+    --t_quietDepth;
+}
+
+QString QuietConnect::lastFailure()
+{
+    return t_lastFailure;
+}
 
 void routeThriftDiagnosticsToLog()
 {
@@ -128,14 +159,9 @@ std::shared_ptr<TSSLSocketFactory> createSslSocketFactory(const std::string& wor
         factory->setAccessManager(std::make_shared<ClientAccessManager>(kServiceHost));
         return factory;
     } catch (const std::exception& e) {
-        qCritical("Failed to create SSL socket factory: %s", e.what());
+        connectFailure(QStringLiteral("Failed to create SSL socket factory: ") + QString::fromUtf8(e.what()));
     }
     return {};
-}
-
-std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir)
-{
-    return createServiceClient(workingDir, kServiceHost, kServicePort);
 }
 
 std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingDir, const std::string& host, int port,
@@ -144,7 +170,7 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
     ignoreBrokenPipe();
     const auto factory = createSslSocketFactory(workingDir);
     if (!factory) {
-        qCritical("Failed to create SSL socket factory");
+        connectFailure(QStringLiteral("Failed to create SSL socket factory"));
         return {};
     }
 
@@ -157,11 +183,11 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
         protocol->getTransport()->open();
         client = concurrentClient;
     } catch (const std::exception& e) {
-        qCritical("Thrift error: %s", e.what());
+        connectFailure(QStringLiteral("Thrift error: ") + QString::fromUtf8(e.what()));
     }
 
     if (!client) {
-        qCritical("Failed to connect to Corvel service");
+        connectFailure(QStringLiteral("Failed to connect to Corvel service"));
         return {};
     }
     return client;

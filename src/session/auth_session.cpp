@@ -33,7 +33,8 @@ QJsonValue member(const QJsonObject& data, const QString& name)
 
 AuthSession::AuthSession(const QString& token)
     : m_token(token)
-    , m_userData(decode(token))
+    // A session made before anyone signed in has nothing to decode, and nothing to report.
+    , m_userData(token.isEmpty() ? UserData() : decode(token))
 {
 }
 

@@ -11,12 +11,11 @@
 #include "ui/main_window_tabs_widget.h"
 #include "ui/progress_dialog.h"
 #include "ui/tool_box_widget.h"
-#include "wizard/job_assembly.h"
+#include "wizard/job_launcher.h"
 #include "wizard/recovery_wizard.h"
 
 #include "widgets/cv_title_bar.h"
 #include "widgets/user_menu_button.h"
-#include <thrift/TApplicationException.h>
 
 #include <QAction>
 #include <QCloseEvent>
@@ -54,6 +53,7 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     , m_session(session)
     , m_iconFont(iconFont)
     , m_connection(connection)
+    , m_launcher(connection)
     , m_settings(settings)
 {
     CVUpdater::useProgressDialog(m_updater);
@@ -228,44 +228,11 @@ void MainWindow::startRecoveryWizard()
 
 void MainWindow::launchJob(const RecoveryWizardValues& values)
 {
-    qInfo().noquote() << JobAssembly::valuesLog(values);
-    if (*values.recoveryType == CorvelService::JobType::Virtualization)
-        qInfo().noquote() << JobAssembly::vmSettingsLog(values);
-    const CorvelService::JobConfiguration configuration = JobAssembly::configuration(values);
-
-    qInfo() << "Creating recovery job.";
-    const std::shared_ptr<CorvelService::CorvelServiceIf> client = m_connection.client();
-    std::string jobId;
-    try {
-        if (!client)
-            throw std::runtime_error("No connection to Corvel service");
-        client->createJob(jobId, *values.recoveryType, values.jobDescription.toStdString(), configuration);
-    } catch (const apache::thrift::TApplicationException& e) {
-        qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
-        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to create job");
-        return;
-    } catch (const std::exception& e) {
-        qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-        m_connection.reportLost(client);
-        CorvelWidgets::MessageBox::critical(this, "Unknown error", "Failed to create job");
+    const LaunchOutcome outcome = m_launcher.launch(values);
+    if (outcome.kind != LaunchOutcome::Kind::Started) {
+        CorvelWidgets::MessageBox::critical(this, outcome.title, outcome.text);
         return;
     }
-
-    qInfo() << "Recovery job created successfully.";
-    try {
-        client->startJob(jobId);
-    } catch (const apache::thrift::TApplicationException& e) {
-        qWarning("Application exception: %s\n", e.what());
-        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to start job");
-        return;
-    } catch (const std::exception& e) {
-        qWarning("Unknown exception: %s\n", e.what());
-        m_connection.reportLost(client);
-        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Failed to start job");
-        return;
-    }
-
-    qInfo() << "Recovery job started successfully.";
     m_home->jobTable()->refresh();
     CvJobs::JobStartedWindow started(m_iconFont, this, *values.recoveryType);
     started.adjustSize();

@@ -7,6 +7,7 @@
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
 #include "widgets/resizable_window.h"
+#include "wizard/job_launcher.h"
 
 #include <QFuture>
 
@@ -92,6 +93,7 @@ private:
     TmxAuth::AuthSession& m_session;
     const CorvelWidgets::IconFont m_iconFont;
     CorvelService::ServiceConnection& m_connection;
+    JobLauncher m_launcher;
     const Corvel::Settings m_settings;
     TmxAuth::TokenSource m_tokenSource;
     VuskAPI::CloudApi* m_wizardCloud = nullptr;

@@ -62,20 +62,25 @@ void flushDeferredDeletes()
 }
 
 // Waits for the request in flight, if any, to come back and be shown.
-void waitForPoll(JobTableWidget* table)
+void waitForPoll(ServiceConnection& connection)
 {
-    if (!table->isPollRunning())
+    if (!connection.isPollOut())
         return;
-    QSignalSpy polled(table, &JobTableWidget::polled);
+    QSignalSpy polled(&connection, &ServiceConnection::polled);
     QVERIFY(polled.wait(5000));
 }
 
-void poll(JobTableWidget* table)
+void poll(ServiceConnection& connection)
 {
-    waitForPoll(table);
-    table->refresh();
-    waitForPoll(table);
+    waitForPoll(connection);
+    connection.pollSoon();
+    waitForPoll(connection);
     flushDeferredDeletes();
+}
+
+QLabel* banner(const QWidget* table)
+{
+    return table->findChild<QLabel*>("job_table_banner");
 }
 
 // The row controls in keyboard order, from the first row's first control, as "job:text".
@@ -115,13 +120,20 @@ private:
         m_service->jobs = std::move(jobs);
         m_clock = std::make_shared<CorvelTest::ManualClock>();
         m_table.reset();
-        m_connection = std::make_unique<ServiceConnection>(std::move(factory), m_clock);
-        m_connection->setClient(m_service);
+        // The first client is the fake; later ones come from `factory`.
+        m_connection = std::make_unique<ServiceConnection>(
+            [first = ServiceConnection::Client(m_service), factory]() mutable -> ServiceConnection::Client {
+                if (first)
+                    return std::exchange(first, nullptr);
+                return factory ? factory() : nullptr;
+            },
+            m_clock);
+        m_connection->setPollInterval(0); // tests drive the refreshes
+        m_connection->connectNow();
         m_table = std::make_unique<JobTableWidget>(*m_connection, m_iconFont);
-        m_table->refreshTimer()->stop(); // tests drive the refreshes
         m_table->resize(1200, 500);
         m_table->show();
-        waitForPoll(m_table.get());
+        waitForPoll(*m_connection);
         return m_table.get();
     }
 
@@ -182,7 +194,7 @@ private slots:
         auto* list = table->jobList();
         change(m_service->jobs);
         const int calls = m_service->listCalls;
-        poll(table);
+        poll(*m_connection);
         QCOMPARE(m_service->listCalls, calls + 1);
         QCOMPARE(rowIds(list), ids);
         QCOMPARE(list->placeholder()->text(), QString("No Active Jobs"));
@@ -228,18 +240,17 @@ private slots:
         auto added = makeJob("added", JobStatus::Starting, JobAction::None, JobType::Virtualization);
         added.current_work.text = "Preparing the virtual machine";
         next.insert(next.begin() + 2, added);
-        poll(table);
+        poll(*m_connection);
         next[0].current_work.text = "Now with a text";
         next[3].description = "short";
-        poll(table);
+        poll(*m_connection);
 
         JobTableWidget fresh(*m_connection, m_iconFont);
-        fresh.refreshTimer()->stop();
         for (JobTableWidget* shown : {table, &fresh}) {
             shown->resize(width, 500);
             shown->show();
-            waitForPoll(shown);
         }
+        waitForPoll(*m_connection);
         flushDeferredDeletes();
         QCoreApplication::processEvents();
         QCOMPARE(rowIds(table->jobList()), rowIds(fresh.jobList()));
@@ -268,7 +279,7 @@ private slots:
         m_service->jobs[1].current_work.progress = 50;
         m_service->jobs[1].actions = JobAction::Delete;
         m_service->jobs.insert(m_service->jobs.begin(), makeJob("new", JobStatus::Created, JobAction::Start));
-        poll(table);
+        poll(*m_connection);
         QCOMPARE(rowIds(table->jobList()), (QStringList{"new", "a", "b"}));
         QVERIFY(cancel->hasFocus());
         QCOMPARE(tabOrder(table->jobList()), (QStringList{"new:Start", "a:Stop", "a:Cancel", "b:Delete Job"}));
@@ -281,16 +292,15 @@ private slots:
         CorvelTest::LogCapture log;
         m_service->listFailure = Failure::Application;
         m_service->jobs.clear();
-        poll(table);
-        poll(table);
+        poll(*m_connection);
+        poll(*m_connection);
         QVERIFY(row);
         QCOMPARE(log.count(RefusedLog), 2);
         // A refusal is an answer: the connection stands and its client stays.
         QVERIFY(!m_connection->isLost());
-        QVERIFY(table->banner()->isHidden());
-        QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(m_service));
+        QVERIFY(banner(table)->isHidden());
         m_service->listFailure = Failure::None;
-        poll(table);
+        poll(*m_connection);
         QVERIFY(!table->jobList()->hasRows());
     }
 
@@ -309,15 +319,15 @@ private slots:
         m_connection->setReconnectInterval(interval);
         CorvelTest::LogCapture log;
         m_service->listFailure = Failure::Transport;
-        poll(table);
-        QVERIFY(table->isServiceLost());
-        QVERIFY(table->banner()->isVisible());
+        poll(*m_connection);
+        QVERIFY(m_connection->isLost());
+        QVERIFY(banner(table)->isVisible());
         QVERIFY(!button("Start")->isEnabled());
         const qint64 lostAt = m_clock->nowMs();
         auto stepUntil = [&](int count) {
             for (int step = 0; step < 1000 && attempts.size() < count; ++step) {
                 m_clock->advance(10);
-                poll(table);
+                poll(*m_connection);
             }
         };
         stepUntil(7);
@@ -329,9 +339,8 @@ private slots:
 
         serviceBack = true;
         stepUntil(8);
-        QVERIFY(!table->isServiceLost());
-        QVERIFY(table->banner()->isHidden());
-        QCOMPARE(m_connection->client(), std::static_pointer_cast<CorvelServiceIf>(replacement));
+        QVERIFY(!m_connection->isLost());
+        QVERIFY(banner(table)->isHidden());
         QCOMPARE(m_service->listCalls, 2); // the dead client is not asked again
         QCOMPARE(log.count(TransportLog), 1);
         QVERIFY(log.contains(QtInfoMsg, "Connection to Corvel service restored."));
@@ -423,14 +432,15 @@ private slots:
         QFETCH(QString, buttonText);
         QFETCH(QString, call);
         QFETCH(Failure, failure);
-        makeTable({makeJob("j", JobStatus::Running, 15, JobType::FileRecovery)});
+        // A broken transport drops the client; the service is then found again.
+        makeTable({makeJob("j", JobStatus::Running, 15, JobType::FileRecovery)}, [this] { return m_service; });
         m_service->actionFailure = failure;
         const int listCalls = m_service->listCalls;
         CorvelTest::LogCapture log;
         whenModal([](QWidget* modal) { modal->close(); }); // a dialog would abandon the action
 
         QTest::mouseClick(button(buttonText), Qt::LeftButton);
-        waitForPoll(m_table.get());
+        waitForPoll(*m_connection);
 
         QCOMPARE(m_service->calls(), QStringList{call});
         const bool succeeded = failure == Failure::None;
@@ -440,8 +450,11 @@ private slots:
             QCOMPARE(button->isEnabled(), !succeeded);
         if (!succeeded)
             QVERIFY(log.contains(QtWarningMsg, failure == Failure::Application ? RefusedLog : TransportLog));
+        QCOMPARE(m_connection->isLost(), failure == Failure::Transport);
+        m_service->actionFailure = Failure::None;
         m_service->jobs[0].current_work.progress = 12;
-        poll(m_table.get());
+        m_clock->advance(1000);
+        poll(*m_connection);
         for (auto* button : firstRow()->buttons())
             QVERIFY(button->isEnabled());
     }
@@ -513,8 +526,8 @@ private slots:
         whenModal([&](QWidget* modal) {
             m_service->jobs[0].current_work.progress = 90;
             m_service->jobs[0].actions = JobAction::Stop;
-            poll(table);
-            poll(table);
+            poll(*m_connection);
+            poll(*m_connection);
             rowAliveWhileOpen =
                 !row.isNull() && row->buttons().size() == 1 && row->buttons()[0]->text() == "Delete Job";
             auto* dialog = static_cast<CvJobs::DeleteVMDialog*>(modal);
@@ -524,7 +537,7 @@ private slots:
         QTest::mouseClick(button("Delete Job"), Qt::LeftButton);
         QVERIFY(rowAliveWhileOpen);
         QVERIFY(m_service->calls().contains("deleteJob:vm"));
-        waitForPoll(table);
+        waitForPoll(*m_connection);
         QCOMPARE(static_cast<CvJobs::JobWorkWidget*>(table->jobList()->cell(0, 1))->progressBar()->value(), 90);
         QCOMPARE(firstRow()->buttons().size(), 1);
         QCOMPARE(firstRow()->buttons()[0]->text(), QString("Stop"));

@@ -322,8 +322,9 @@ private:
     {
         m_window.reset();
         m_session = std::make_unique<TmxAuth::AuthSession>(token);
-        m_connection = std::make_unique<CorvelService::ServiceConnection>(CorvelService::ServiceConnection::Factory{});
-        m_connection->setClient(std::make_shared<CorvelService::CorvelServiceNull>());
+        m_connection = std::make_unique<CorvelService::ServiceConnection>(
+            [] { return std::make_shared<CorvelService::CorvelServiceNull>(); });
+        m_connection->connectNow();
         m_window =
             std::make_unique<MainWindow>(*m_session, m_iconFont, *m_connection,
                                          Corvel::Settings(QJsonObject{{"update_url", updateUrl}}), descriptorUrl);

@@ -165,7 +165,7 @@ int main(int argc, char** argv)
 
     // The service goes away: the table says so and waits, greyed.
     service.stop();
-    (void)QTest::qWaitFor([&] { return window.home()->jobTable()->banner()->isVisible(); }, 5000);
+    (void)QTest::qWaitFor([&] { return window.home()->jobTable()->findChild<QLabel*>("job_table_banner")->isVisible(); }, 5000);
     QTest::qWait(200);
     shoot(window, "service-away");
 

@@ -223,7 +223,7 @@ private slots:
         QVERIFY(!log.contains(QtInfoMsg, "Recovery job started successfully."));
         // A created job that did not start stays with the service and shows in the table.
         auto* table = console->window->home()->jobTable();
-        QTRY_VERIFY_WITH_TIMEOUT(!table->isServiceLost() && int(table->jobList()->jobs().size()) == jobsLeft, 8000);
+        QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(table->jobList()->jobs().size()) == jobsLeft, 8000);
     }
 };
 

@@ -43,6 +43,8 @@ private slots:
         QString urlSafe = makeToken(Odd);
         urlSafe.replace('+', '-').replace('/', '_');
 
+        QTest::newRow("before any sign-in") << ""
+                                            << "none 0  " << false << QStringList{};
         QTest::newRow("no dots") << "abcdef"
                                  << "none 0  " << false << noPayload;
         QTest::newRow("one dot") << "abc.def"
