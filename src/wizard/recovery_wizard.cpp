@@ -138,15 +138,19 @@ void RecoveryWizard::showEvent(QShowEvent* event)
 
 void RecoveryWizard::place()
 {
-    // The final size first: centring on a size still to grow lets the dialog drift down and right.
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
-    adjustSize();
     QRect area = g_availableOverride;
     if (area.isEmpty()) {
         const QScreen* screen = parentWidget() ? parentWidget()->screen() : this->screen();
         if (screen)
             area = screen->availableGeometry();
     }
+    // The final size first: centring on a size still to grow lets the dialog drift down and right.
+    // (Not adjustSize: it keeps a window within two thirds of the screen and cuts the page.)
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QSize size = sizeHint().expandedTo(minimumSizeHint());
+    if (!area.isEmpty())
+        size = size.boundedTo(area.size());
+    resize(size);
     const QPoint centre = parentWidget() && parentWidget()->isVisible() ? parentWidget()->frameGeometry().center()
                                                                         : frameGeometry().center();
     QRect frame = frameGeometry();

@@ -43,6 +43,13 @@ QString misplaced(const RecoveryWizard& wizard)
     if (!Available.contains(wizard.frameGeometry()))
         return page + "the wizard at " +
                QString("%1,%2 %3x%4").arg(wizard.x()).arg(wizard.y()).arg(wizard.width()).arg(wizard.height());
+    for (QWidget* control : wizard.currentPage()->findChildren<QWidget*>()) {
+        const bool clickable =
+            qobject_cast<QAbstractButton*>(control) || control->inherits("CorvelWidgets::CvWizardButton");
+        if (clickable && control->isVisible() &&
+            !wizard.rect().contains(QRect(control->mapTo(&wizard, QPoint()), control->size())))
+            return page + "\"" + control->property("text").toString() + control->accessibleName() + "\" cut off";
+    }
     if (!wizard.currentPage()->isAncestorOf(wizard.focusWidget()))
         return page + "the focus on " +
                (wizard.focusWidget() ? wizard.focusWidget()->metaObject()->className() : QString("nothing"));
