@@ -24,7 +24,6 @@ public:
 
     CloudCallRetry(int retries, ReSignIn reSignIn, Report report);
 
-    int retries() const { return m_retries; }
     int used() const { return m_used; }
     void reset() { m_used = 0; }
 
