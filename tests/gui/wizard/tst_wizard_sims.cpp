@@ -100,45 +100,6 @@ private slots:
 
     void init() { MessageBox::clearShown(); }
 
-    void partner()
-    {
-        CloudSim cloud;
-        QVERIFY(cloud.start());
-        Run run = openDataSource(cloud, "partner");
-        DataSourcePage page(run.wizard->currentPage());
-        QTRY_COMPARE(page.clients->model()->rowCount(), 6);
-        QCOMPARE(page.search->placeholderText(), QString("Type to search..."));
-
-        // Usernames only, in any case: "Lakeside Abbey" has "ab" in its name alone.
-        QTest::keyClicks(page.search, "AB");
-        QCOMPARE(itemTexts(page.clients->model()),
-                 (QStringList{"Abbotsford (Abbotsford Dental)", "crabtree (Crabtree Bakery)"}));
-        page.search->clear();
-
-        chooseRow(page.clients, 0);
-        QTRY_COMPARE(itemTexts(page.dataSources->model()),
-                     (QStringList{"FS-01 file server", "Accounting laptops", "Imaging appliance"}));
-        QTRY_COMPARE(itemTexts(page.devices->model()), (QStringList{"FS-01", "SQL-02", "NEW-LAPTOP"}));
-        QVERIFY(page.next->isEnabled());
-        QCOMPARE(run.wizard->values().deviceId, quint64(1001));
-
-        // The data source below has a device whose id is 0: it can be chosen, Next stays off.
-        page.dataSources->setCurrentIndex(1);
-        QTRY_COMPARE(itemTexts(page.devices->model()), (QStringList{"LAPTOP-ACC-1", "UNREGISTERED-PC"}));
-        page.devices->setCurrentIndex(1);
-        QCOMPARE(run.wizard->values().deviceId, quint64(0));
-        QVERIFY(!page.next->isEnabled());
-
-        // Another client clears every level below it.
-        chooseRow(page.clients, 1);
-        QCOMPARE(run.wizard->values().dataSourceId, quint64(0));
-        QCOMPARE(run.wizard->values().deviceId, quint64(0));
-        QVERIFY(!page.devices->isEnabled());
-        QTRY_COMPARE(itemTexts(page.dataSources->model()), QStringList{"Clinic server"});
-        QCOMPARE(run.wizard->values().clientName, QString("harbourside (Harbourside Clinic)"));
-        QVERIFY(MessageBox::shown().isEmpty());
-    }
-
     void client()
     {
         CloudSim cloud;
@@ -163,21 +124,6 @@ private slots:
         QVERIFY(!page.clients->isVisibleTo(run.wizard->currentPage()));
         QVERIFY(!page.dataSources->isEnabled() && !page.next->isEnabled());
         QVERIFY(cloud.requests().filter("/vusk/").isEmpty());
-    }
-
-    void lateDevicesReplyIsIgnored()
-    {
-        CloudSim cloud({"--fault-delay", "/vusk/devices=400"});
-        QVERIFY(cloud.start());
-        Run run = openDataSource(cloud, "client");
-        DataSourcePage page(run.wizard->currentPage());
-        QTRY_COMPARE(page.dataSources->count(), 3);
-        // The first data source's devices are on their way; the operator picks another one.
-        page.dataSources->setCurrentIndex(1);
-        QTRY_COMPARE_WITH_TIMEOUT(cloud.requests().filter("/vusk/devices").size(), 2, 5000);
-        QTRY_VERIFY(page.devices->isEnabled());
-        QTest::qWait(100);
-        QCOMPARE(itemTexts(page.devices->model()), (QStringList{"LAPTOP-ACC-1", "UNREGISTERED-PC"}));
     }
 
     void serverErrorThenSuccessShowsNothing()
