@@ -15,11 +15,15 @@
 #include "ui/main_window.h"
 #include "widgets/date_line_edit_with_buttons_days_move.h"
 #include "widgets/message_box.h"
+#include "wizard/pages/page_recovery_data_source.h"
 #include "wizard/pages/page_recovery_point.h"
 #include "wizard/recovery_wizard_page.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QElapsedTimer>
+#include <QLineEdit>
+#include <QListView>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -99,8 +103,7 @@ void manyRestorePoints()
     std::vector<double> fills;
     for (int i = 0; i < 15; ++i) {
         RecoveryWizardValues values;
-        PageContext context{fixture.session, fixture.settings, fixture.cloud, fixture.connection.factory(), {}, {}};
-        PageRecoveryPoint page(&values, context, fixture.iconFont);
+        PageRecoveryPoint page(&values, fixture.pageContext(), fixture.iconFont);
         page.show();
         QApplication::processEvents();
         values.restorePointsCache.insert(42, names);
@@ -110,10 +113,65 @@ void manyRestorePoints()
         page.onPageShown();
         QApplication::processEvents();
         fills.push_back(timer.nsecsElapsed() / 1e6);
-        if (page.timeList()->count() == 0 || page.datePicker()->availableDates().size() != 10000)
+        if (findOnPage<QListWidget>(&page, "SNAPSHOT TIME:")->count() == 0 ||
+            page.findChild<CorvelWidgets::DateLineEditWithButtonsDaysMove*>()->availableDates().size() != 10000)
             std::fprintf(stderr, "the page did not fill\n");
     }
     report("date picker and times from 10,000 points", fills, 50);
+}
+
+// A partner with 10,000 clients, one of them with 2,000 devices: the list after the cloud's reply,
+// a search keystroke, and the devices after theirs.
+void manyClients()
+{
+    WizardFixture fixture(partnerToken());
+    fixture.iconFont = applyConsoleLook();
+    fixture.cloud.clients.clear();
+    for (quint64 id = 1; id <= 10000; ++id)
+        fixture.cloud.clients.append({id, QString("client%1").arg(id), QString("Client number %1 Ltd").arg(id)});
+    fixture.cloud.dataSources[1] = {{11, "Big server", "https://ds", "S", "server"}};
+    fixture.cloud.devices[11].clear();
+    for (int id = 1; id <= 2000; ++id)
+        fixture.cloud.devices[11].append({id, QString("DEVICE-%1").arg(id)});
+    std::vector<double> lists, keys, devices;
+    for (int i = 0; i < 5; ++i) {
+        RecoveryWizardValues values;
+        constexpr int ReplyMs = 200;
+        fixture.cloud.setDelay("clients", ReplyMs);
+        // From the request (an upper bound: the page is made and shown in it) less the cloud's own
+        // 200 ms, until the list is drawn.
+        QElapsedTimer timer;
+        timer.start();
+        PageRecoveryDataSource page(&values, fixture.pageContext(), fixture.iconFont);
+        page.show();
+        auto* list = findOnPage<QListView>(&page, "RESULTS:");
+        (void)QTest::qWaitFor([&] { return list->model()->rowCount() == 10000; }, 5000);
+        list->repaint();
+        lists.push_back(timer.nsecsElapsed() / 1e6 - ReplyMs);
+        auto* search = findOnPage<QLineEdit>(&page, "CLIENT:");
+        for (const QChar key : QString("client12")) {
+            timer.restart();
+            QTest::keyClick(search, key.toLatin1());
+            list->repaint();
+            keys.push_back(timer.nsecsElapsed() / 1e6);
+        }
+        for (int j = 0; j < 8; ++j) {
+            timer.restart();
+            QTest::keyClick(search, Qt::Key_Backspace);
+            list->repaint();
+            keys.push_back(timer.nsecsElapsed() / 1e6);
+        }
+        chooseRow(list, 0);
+        auto* combo = findOnPage<QComboBox>(&page, "PROTECTED SYSTEM:");
+        (void)QTest::qWaitFor([&] { return values.dataSourceId != 0; }, 5000);
+        timer.restart();
+        (void)QTest::qWaitFor([&] { return combo->count() == 2000; }, 5000);
+        combo->repaint();
+        devices.push_back(timer.nsecsElapsed() / 1e6);
+    }
+    report("10,000 clients listed after the reply", lists, 300);
+    report("search keystroke over 10,000 clients", keys, 16);
+    report("2,000 devices listed after the reply", devices, 300);
 }
 
 // One flow against the simulators: wall time, the console's CPU time.
@@ -213,6 +271,8 @@ int main(int argc, char** argv)
         openAndChangePages();
     if (only.isEmpty() || only == "points")
         manyRestorePoints();
+    if (only.isEmpty() || only == "clients")
+        manyClients();
     if (only.isEmpty() || only == "flows")
         flows();
     return 0;

@@ -86,38 +86,6 @@ bool logOutAndSignIn(AuthSession& session, const QString& url, QWidget* parent, 
     return false;
 }
 
-namespace {
-
-// "HTTP status: 500, reason: Internal Server Error" after `separator`, or nothing when no server answered.
-QString serverAnswer(const VuskAPI::RequestError& error, const QString& separator)
-{
-    if (!error.httpStatus)
-        return {};
-    QString answer = separator + "HTTP status: " + QString::number(error.httpStatus);
-    if (!error.reason.isEmpty())
-        answer += ", reason: " + error.reason;
-    return answer;
-}
-
-} // namespace
-
-int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
-                       const QString& authUrl, const TokenSource& source)
-{
-    switch (error.kind) {
-    case VuskAPI::RequestError::AuthenticationError:
-        return reSignInAfterTimeout(session, authUrl, parent, source);
-    case VuskAPI::RequestError::ServerError:
-        qCritical().noquote() << "Server Error. Error code: " + QString::number(error.code) + serverAnswer(error, ". ");
-        return 2;
-    case VuskAPI::RequestError::InternalError:
-        qCritical().noquote() << "Internal Error. Error code: " + QString::number(error.code) +
-                                     ". Description: " + error.description;
-        return 2;
-    }
-    return 2;
-}
-
 void showRequestError(QWidget* parent, const VuskAPI::RequestError& error)
 {
     switch (error.kind) {
@@ -125,7 +93,7 @@ void showRequestError(QWidget* parent, const VuskAPI::RequestError& error)
         // The connection hint fits only when nothing answered; an answering server is not an outage here.
         CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Server Error"),
                                             "Error code: " + QString::number(error.code) +
-                                                (error.httpStatus ? serverAnswer(error, "\n") + "\nPlease try again later"
+                                                (error.httpStatus ? error.serverAnswer("\n") + "\nPlease try again later"
                                                                   : "\nPlease check your internet connection and try again"));
         break;
     case VuskAPI::RequestError::InternalError:

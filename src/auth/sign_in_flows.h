@@ -1,20 +1,12 @@
 #pragma once
 
 #include "cloud/request_error.h"
+#include "cloud/token_source.h"
 #include "session/auth_session.h"
 
 #include <QString>
 
-#include <functional>
-#include <optional>
-
-class QWidget;
-
 namespace TmxAuth {
-
-// Where a token comes from: by default the login window (LoginWindow::getToken); tests hand in
-// their own. Arguments: sign-in address, sign-out address (empty for none), parent.
-using TokenSource = std::function<std::optional<QString>(const QString&, const QString&, QWidget*)>;
 
 enum class StartSignIn {
     SignedIn,
@@ -32,11 +24,6 @@ int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* 
 
 // True when a new valid session exists.
 bool logOutAndSignIn(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source = {});
-
-// For a failed cloud call: 0 signed in again (repeat the call), 1 sign-in abandoned, 2 server or
-// internal error.
-int handleRequestError(QWidget* parent, AuthSession& session, const VuskAPI::RequestError& error,
-                       const QString& authUrl, const TokenSource& source = {});
 
 // The operator's view of a failed call ("Server Error" / "Internal Error"; nothing for an
 // authentication error).

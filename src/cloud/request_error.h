@@ -25,6 +25,18 @@ struct RequestError {
     // layer's code alone cannot tell an HTTP 500 from a lost connection.
     int httpStatus = 0;
     QString reason;
+
+    // "HTTP status: 500, reason: Internal Server Error" after `separator`, or nothing when no
+    // server answered.
+    QString serverAnswer(const QString& separator) const
+    {
+        if (!httpStatus)
+            return {};
+        QString answer = separator + QStringLiteral("HTTP status: ") + QString::number(httpStatus);
+        if (!reason.isEmpty())
+            answer += QStringLiteral(", reason: ") + reason;
+        return answer;
+    }
 };
 
 // A cloud call delivers the expected value (index 0) or the error (index 1).

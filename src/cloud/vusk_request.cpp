@@ -239,18 +239,6 @@ void VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> cal
                    std::move(callback));
 }
 
-quint64 VuskRequest::clientId() const
-{
-    qInfo().noquote() << "Retrieving client ID";
-    return m_session->userData().clientId;
-}
-
-QString VuskRequest::clientName() const
-{
-    qInfo().noquote() << "Retrieving client name";
-    return m_session->userData().username;
-}
-
 } // namespace VuskAPI
 
 #include "vusk_request.moc"

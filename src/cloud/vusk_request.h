@@ -33,10 +33,6 @@ public:
     void getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback) override;
     void getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback) override;
 
-    // For an operator whose role is Client: the own client, straight from the session.
-    quint64 clientId() const;
-    QString clientName() const;
-
     QString baseUrl() const { return m_baseUrl; }
 
 private:

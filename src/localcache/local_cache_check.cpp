@@ -1,5 +1,6 @@
 #include "localcache/local_cache_check.h"
 
+#include "localcache/local_cache_texts.h"
 #include "mirel.h"
 
 #include <cstdio>
@@ -14,26 +15,28 @@ namespace {
 
 constexpr size_t ErrorBufferBytes = 32768;
 
-// True on success; otherwise prints the error, frees it and reports failure.
-bool succeeded(mirel_error* error)
+// True on success; otherwise prints the error (and keeps it in `reason`), frees it and reports failure.
+bool succeeded(mirel_error* error, std::string* reason = nullptr)
 {
     if (!error)
         return true;
     std::vector<char> buffer(ErrorBufferBytes);
     mirel_error_print(error, buffer.data(), buffer.size());
     mirel_error_free(error);
-    std::printf("Mirel error: %s\n", buffer.data());
+    std::printf(LocalCacheTexts::MirelErrorLine, buffer.data());
+    if (reason)
+        *reason = buffer.data();
     std::fflush(stdout);
     return false;
 }
 
-mirel_keyring* keyringFrom(const std::string& passphrase)
+mirel_keyring* keyringFrom(const std::string& passphrase, std::string* reason)
 {
     mirel_keyring* keyring = mirel_keyring_create();
     if (!keyring)
         return nullptr;
     const std::string slot = "ckms=" + passphrase;
-    if (!succeeded(mirel_keyring_add_slot(keyring, slot.c_str()))) {
+    if (!succeeded(mirel_keyring_add_slot(keyring, slot.c_str()), reason)) {
         mirel_keyring_free(keyring);
         return nullptr;
     }
@@ -73,21 +76,29 @@ std::int32_t checkLocalCache(const std::string& path, const std::string& login, 
 }
 
 std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
-                             const std::string& passphrase, const WriteTest& writeTest)
+                             const std::string& passphrase, std::string& reason)
 {
-    if (!succeeded(mirel_setup_remote_connection(path.c_str(), login.c_str(), password.c_str())))
+    return checkLocalCache(path, login, password, passphrase, &canWriteIn, &reason);
+}
+
+std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
+                             const std::string& passphrase, const WriteTest& writeTest, std::string* reason)
+{
+    if (reason)
+        reason->clear();
+    if (!succeeded(mirel_setup_remote_connection(path.c_str(), login.c_str(), password.c_str()), reason))
         return LocalCacheUnreachable;
 
     mirel_builder* builder = mirel_builder_read_only(mirel_builder_path(mirel_builder_new(), path.c_str()), 1);
-    mirel_keyring* keyring = keyringFrom(passphrase);
+    mirel_keyring* keyring = keyringFrom(passphrase, reason);
     std::int32_t result = LocalCacheNotARepository;
     if (!keyring) {
         result = LocalCacheNoKeyring;
-    } else if (!succeeded(mirel_builder_keyring(builder, keyring, 0))) {
+    } else if (!succeeded(mirel_builder_keyring(builder, keyring, 0), reason)) {
         result = LocalCacheKeyRefused;
     } else {
         mirel_repository* repository = nullptr;
-        succeeded(mirel_builder_open(builder, &repository));
+        succeeded(mirel_builder_open(builder, &repository), reason);
         builder = nullptr; // consumed, whatever happened
         if (repository) {
             result = writeTest && writeTest(path) ? LocalCacheOpened : LocalCacheNotWritable;
@@ -105,19 +116,19 @@ const char* describeLocalCacheCheck(std::int32_t result)
 {
     switch (result) {
     case LocalCacheOpened:
-        return "the local cache opened and its folder is writable";
+        return LocalCacheTexts::Opened;
     case LocalCacheNotWritable:
-        return "the local cache opened, but nothing can be written in its folder (read-only)";
+        return LocalCacheTexts::NotWritable;
     case LocalCacheUnreachable:
-        return "the path cannot be reached (missing, not a folder, or the share refused the credentials)";
+        return LocalCacheTexts::Unreachable;
     case LocalCacheNoKeyring:
-        return "no keyring could be made from the passphrase (is it empty?)";
+        return LocalCacheTexts::NoKeyring;
     case LocalCacheKeyRefused:
-        return "the local cache does not open with this passphrase";
+        return LocalCacheTexts::KeyRefused;
     case LocalCacheNotARepository:
-        return "there is no local cache at this path, or it is damaged";
+        return LocalCacheTexts::NotARepository;
     default:
-        return "unknown result";
+        return LocalCacheTexts::Unknown;
     }
 }
 

@@ -22,10 +22,14 @@ enum LocalCacheCheck : std::int32_t {
 std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
                              const std::string& passphrase);
 
+// Same, with the library's words for the last failure in `reason` (empty when there was none).
+std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
+                             const std::string& passphrase, std::string& reason);
+
 // Same, with the test that a file can be written in the path replaced (tests).
 using WriteTest = std::function<bool(const std::string& path)>;
 std::int32_t checkLocalCache(const std::string& path, const std::string& login, const std::string& password,
-                             const std::string& passphrase, const WriteTest& writeTest);
+                             const std::string& passphrase, const WriteTest& writeTest, std::string* reason = nullptr);
 
 // Creates a file in `path`, writes "test" into it, flushes, closes and removes it.
 bool canWriteIn(const std::string& path);

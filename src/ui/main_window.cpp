@@ -1,9 +1,12 @@
 #include "ui/main_window.h"
 
+#include "cloud/vusk_request.h"
 #include "jobs/job_list_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
 #include "journal/journal.h"
+#include "localcache/local_cache_check.h"
+#include "platform/platform.h"
 #include "session/auth_session.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
@@ -203,8 +206,27 @@ void MainWindow::startRecoveryWizard()
         break;
     }
 
-    RecoveryWizard wizard(this, m_iconFont,
-                          {m_session, m_settings, m_connection, m_wizardCloud, m_serviceControl, m_tokenSource, {}});
+    std::unique_ptr<VuskAPI::VuskRequest> ownCloud;
+    if (!m_wizardCloud)
+        ownCloud = std::make_unique<VuskAPI::VuskRequest>(&m_session, m_settings.vuskUrl());
+    const std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl =
+        m_serviceControl ? m_serviceControl : CorvelPlatform::systemServiceControl();
+    RecoveryWizardContext context{m_session,
+                                  m_settings,
+                                  m_connection,
+                                  m_wizardCloud ? *m_wizardCloud : *ownCloud,
+                                  *serviceControl,
+                                  [this](QWidget* parent) {
+                                      return TmxAuth::reSignInAfterTimeout(m_session, m_settings.authUrl(), parent,
+                                                                           m_tokenSource) == 0;
+                                  },
+                                  &TmxAuth::showRequestError,
+                                  [](const std::string& path, const std::string& login, const std::string& password,
+                                     const std::string& passphrase, std::string& reason) {
+                                      return checkLocalCache(path, login, password, passphrase, reason);
+                                  },
+                                  RecoveryWizard::ServiceCallLimitMs};
+    RecoveryWizard wizard(this, m_iconFont, std::move(context));
     centreOverThis(wizard);
     wizard.setWindowFlags(wizard.windowFlags() | Qt::Tool);
     qInfo() << "Recozery wizard started.";

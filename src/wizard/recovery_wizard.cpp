@@ -1,10 +1,7 @@
 #include "wizard/recovery_wizard.h"
 
-#include "cloud/vusk_request.h"
 #include "core/hyperv_check.h"
-#include "localcache/local_cache_check.h"
 #include "platform/platform.h"
-#include "service/service_connection.h"
 #include "wizard/pages/page_bmr_settings.h"
 #include "wizard/pages/page_disks_selector.h"
 #include "wizard/pages/page_file_recover_settings.h"
@@ -18,10 +15,17 @@
 #include "wizard/pages/page_vm_settings.h"
 #include "wizard/resizable_stacked_widget.h"
 
+#include <QCoreApplication>
 #include <QDebug>
-#include <QPushButton>
+#include <QGuiApplication>
+#include <QLayout>
+#include <QScreen>
 
 namespace Corvel {
+
+namespace {
+QRect g_availableOverride;
+}
 
 RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& iconFont, RecoveryWizardContext context)
     : CustomBarWindow(iconFont, parent)
@@ -29,21 +33,18 @@ RecoveryWizard::RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& i
     , m_context(std::move(context))
 {
     setObjectName("recovery_wizard");
-    if (!m_context.cloud) {
-        m_ownCloud = std::make_unique<VuskAPI::VuskRequest>(&m_context.session, m_context.settings.vuskUrl());
-        m_context.cloud = m_ownCloud.get();
-    }
-    if (!m_context.serviceControl)
-        m_context.serviceControl = CorvelPlatform::systemServiceControl();
-    const bool hyperV = isHyperVRunning(*m_context.serviceControl);
-
-    PageContext pages{m_context.session,     m_context.settings,       *m_context.cloud, m_context.connection.factory(),
-                      m_context.tokenSource, m_context.localCacheCheck};
-    if (!pages.localCacheCheck)
-        pages.localCacheCheck = [](const std::string& path, const std::string& login, const std::string& password,
-                                   const std::string& passphrase) {
-            return checkLocalCache(path, login, password, passphrase);
-        };
+    const bool hyperV = isHyperVRunning(m_context.serviceControl);
+    PageContext pages{m_context.session,
+                      m_context.settings,
+                      m_context.cloud,
+                      m_context.connection,
+                      [this] { return m_context.reSignIn && m_context.reSignIn(this); },
+                      [this](const VuskAPI::RequestError& error) {
+                          if (m_context.showCloudError)
+                              m_context.showCloudError(this, error);
+                      },
+                      m_context.localCacheCheck,
+                      m_context.serviceCallLimitMs};
     registerPage(RecoveryType, new PageRecoveryType(&m_values.recoveryType, hyperV, iconFont));
     registerPage(VirtualDiskType, new PageVirtualDiskType(&m_values.virtualDiskType, iconFont));
     registerPage(BMRSettings, new PageBMRSettings(m_context.settings, iconFont));
@@ -103,6 +104,11 @@ void RecoveryWizard::previousPage()
     showPage(m_history.last());
 }
 
+void RecoveryWizard::setAvailableGeometryOverride(const QRect& area)
+{
+    g_availableOverride = area;
+}
+
 void RecoveryWizard::showPage(int index)
 {
     qInfo().noquote() << "Wizard page changed to " + QString::number(index);
@@ -114,24 +120,48 @@ void RecoveryWizard::showPage(int index)
     }
     page->onPageShown();
     setTitle(page->title());
-    // The stack follows the page's size; the dialog follows the stack, keeping its centre.
     m_stack->updateGeometry();
-    if (isVisible())
-        resizeAroundCentre();
+    if (isVisible()) {
+        place();
+        page->focusFirstInput();
+    }
 }
 
 void RecoveryWizard::showEvent(QShowEvent* event)
 {
     CustomBarWindow::showEvent(event);
     // Sizes asked for before the dialog is on screen can be off (scrolled pages on low screens).
-    resizeAroundCentre();
+    place();
+    if (RecoveryWizardPage* page = currentPage())
+        page->focusFirstInput();
 }
 
-void RecoveryWizard::resizeAroundCentre()
+void RecoveryWizard::place()
 {
-    const QPoint centre = geometry().center();
-    adjustSize();
-    move(centre - QPoint(width() / 2, height() / 2));
+    QRect area = g_availableOverride;
+    if (area.isEmpty()) {
+        const QScreen* screen = parentWidget() ? parentWidget()->screen() : this->screen();
+        if (screen)
+            area = screen->availableGeometry();
+    }
+    // The final size first: centring on a size still to grow lets the dialog drift down and right.
+    // (Not adjustSize: it keeps a window within two thirds of the screen and cuts the page.)
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+    QSize size = sizeHint().expandedTo(minimumSizeHint());
+    if (!area.isEmpty())
+        size = size.boundedTo(area.size());
+    resize(size);
+    const QPoint centre = parentWidget() && parentWidget()->isVisible() ? parentWidget()->frameGeometry().center()
+                                                                        : frameGeometry().center();
+    QRect frame = frameGeometry();
+    frame.moveCenter(centre);
+    if (!area.isEmpty()) {
+        frame.moveRight(qMin(frame.right(), area.right()));
+        frame.moveBottom(qMin(frame.bottom(), area.bottom()));
+        frame.moveLeft(qMax(frame.left(), area.left()));
+        frame.moveTop(qMax(frame.top(), area.top()));
+    }
+    move(frame.topLeft());
 }
 
 } // namespace Corvel

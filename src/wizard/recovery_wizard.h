@@ -1,53 +1,42 @@
 #pragma once
 
-#include "auth/sign_in_flows.h"
 #include "core/settings.h"
 #include "widgets/custom_bar_window.h"
+#include "wizard/pages/page_context.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_page.h"
 
+#include <QRect>
 #include <QVector>
 
-#include <cstdint>
 #include <functional>
-#include <string>
-
-#include <memory>
 
 namespace CorvelPlatform {
 class ServiceControl;
 }
-namespace CorvelService {
-class ServiceConnection;
-}
 namespace CorvelWidgets {
 class ResizableStackedWidget;
-}
-namespace TmxAuth {
-class AuthSession;
-}
-namespace VuskAPI {
-class CloudApi;
 }
 
 namespace Corvel {
 
 class RecoveryWizardPage;
 
-// What the wizard talks to. The session, settings and connection must outlive the wizard.
+// Everything the wizard talks to; all of it must outlive the wizard.
 struct RecoveryWizardContext {
     TmxAuth::AuthSession& session;
     const Settings& settings;
     CorvelService::ServiceConnection& connection;
-    // The cloud; the wizard makes its own request object to vusk_url when empty.
-    VuskAPI::CloudApi* cloud = nullptr;
-    // Where the Hyper-V check looks; the machine's service manager when empty.
-    std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl;
-    // Where a re-sign-in gets its token; the login window when empty.
-    TmxAuth::TokenSource tokenSource;
-    // Opens a local cache; checkLocalCache when empty.
-    std::function<std::int32_t(const std::string&, const std::string&, const std::string&, const std::string&)>
-        localCacheCheck;
+    VuskAPI::CloudApi& cloud;
+    // Where the Hyper-V check looks.
+    CorvelPlatform::ServiceControl& serviceControl;
+    // A new sign-in after the session expired (true when it worked), with the wizard as parent.
+    std::function<bool(QWidget* parent)> reSignIn;
+    // The box for a cloud call given up on.
+    std::function<void(QWidget* parent, const VuskAPI::RequestError&)> showCloudError;
+    CacheCheck localCacheCheck;
+    // Each service call of a page is given up on after this long.
+    int serviceCallLimitMs;
 };
 
 // The modal dialog in which the operator describes one recovery job. Pages decide where to go;
@@ -55,6 +44,8 @@ struct RecoveryWizardContext {
 class RecoveryWizard : public CustomBarWindow {
     Q_OBJECT
 public:
+    static constexpr int ServiceCallLimitMs = 15000;
+
     RecoveryWizard(QWidget* parent, const CorvelWidgets::IconFont& iconFont, RecoveryWizardContext context);
     ~RecoveryWizard() override;
 
@@ -62,7 +53,9 @@ public:
     const QVector<qint32>& history() const { return m_history; }
     RecoveryWizardPage* page(WizardPage id) const;
     RecoveryWizardPage* currentPage() const;
-    CorvelWidgets::ResizableStackedWidget* stack() const { return m_stack; }
+
+    // Test seam: the screen area the wizard keeps inside (empty: the screen's available geometry).
+    static void setAvailableGeometryOverride(const QRect& area);
 
 public slots:
     void nextPage(Corvel::WizardPage page);
@@ -74,12 +67,11 @@ protected:
 private:
     void registerPage(WizardPage id, RecoveryWizardPage* page);
     void showPage(int index);
-    void resizeAroundCentre();
+    void place();
 
     CorvelWidgets::ResizableStackedWidget* m_stack;
     QVector<qint32> m_history;
     RecoveryWizardContext m_context;
-    std::unique_ptr<VuskAPI::CloudApi> m_ownCloud;
     RecoveryWizardValues m_values;
 };
 

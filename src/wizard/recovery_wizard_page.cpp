@@ -2,9 +2,15 @@
 
 #include "widgets/cv_wizard_button.h"
 #include "wizard/page_flow.h"
+#include "wizard/pages/page_parts.h"
 
 #include <QAbstractButton>
+#include <QCheckBox>
+#include <QGridLayout>
 #include <QGuiApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -29,6 +35,25 @@ RecoveryWizardPage::RecoveryWizardPage(const CorvelWidgets::IconFont& iconFont, 
 
 void RecoveryWizardPage::onPageShown() {}
 
+void RecoveryWizardPage::focusFirstInput()
+{
+    QWidget* primary = nullptr;
+    for (QWidget* widget = nextInFocusChain(); widget && widget != this; widget = widget->nextInFocusChain()) {
+        if (!isAncestorOf(widget) || !widget->isEnabled() || !widget->isVisibleTo(this) ||
+            !(widget->focusPolicy() & Qt::TabFocus))
+            continue;
+        if (!qobject_cast<QAbstractButton*>(widget) || qobject_cast<QRadioButton*>(widget) ||
+            qobject_cast<QCheckBox*>(widget)) {
+            widget->setFocus(Qt::OtherFocusReason);
+            return;
+        }
+        if (!primary && widget->objectName() == QLatin1String("button_primary"))
+            primary = widget;
+    }
+    if (primary)
+        primary->setFocus(Qt::OtherFocusReason);
+}
+
 QSize RecoveryWizardPage::sizeHint() const
 {
     if (!m_scrolledContent)
@@ -50,9 +75,32 @@ void RecoveryWizardPage::connectNext(QAbstractButton* button, WizardPage page)
     connect(button, &QAbstractButton::clicked, this, [this, page] { emit nextPageRequested(page); });
 }
 
-void RecoveryWizardPage::connectNext(CorvelWidgets::CvWizardButton* button, WizardPage page)
+void RecoveryWizardPage::connectTile(CorvelWidgets::CvWizardButton* tile, std::function<void()> store, WizardPage page)
 {
-    connect(button, &CorvelWidgets::CvWizardButton::clicked, this, [this, page] { emit nextPageRequested(page); });
+    connect(tile, &CorvelWidgets::CvWizardButton::clicked, this, [this, store = std::move(store), page] {
+        store();
+        emit nextPageRequested(page);
+    });
+}
+
+void RecoveryWizardPage::layoutTiles(const QString& header, const QList<CorvelWidgets::CvWizardButton*>& tiles,
+                                     QPushButton* button, int columns)
+{
+    QVBoxLayout* layout = contentLayout();
+    layout->setSpacing(0);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+    layout->addWidget(PageParts::label("<b>" + header + "</b>", "sub_header"));
+    auto* grid = new QGridLayout;
+    grid->setSpacing(0);
+    grid->setHorizontalSpacing(columns > 1 ? 10 : 0);
+    for (int i = 0; i < tiles.size(); ++i) {
+        tiles[i]->setProperty("compact", columns > 1);
+        grid->addWidget(tiles[i], i / columns, i % columns);
+    }
+    layout->addLayout(grid);
+    layout->addLayout(PageParts::footer({}, {button}));
+    finishLayout(false);
 }
 
 void RecoveryWizardPage::connectBack(QAbstractButton* button)

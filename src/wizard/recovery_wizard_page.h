@@ -3,9 +3,13 @@
 #include "wizard/wizard_page.h"
 
 #include <QFrame>
+#include <QList>
 #include <QString>
 
+#include <functional>
+
 class QAbstractButton;
+class QPushButton;
 class QVBoxLayout;
 
 namespace CorvelWidgets {
@@ -26,6 +30,8 @@ public:
 
     // Called by the wizard each time the page becomes current.
     virtual void onPageShown();
+    // Gives the focus to the first input that takes it, else to the page's primary button.
+    void focusFirstInput();
 
     // In a scroll area the page asks for its content's width and as much height as the screen
     // gives, rather than the scroll area's token size.
@@ -45,13 +51,16 @@ protected:
     QVBoxLayout* contentLayout() const { return m_contentLayout; }
 
     void connectNext(QAbstractButton* button, WizardPage page);
-    void connectNext(CorvelWidgets::CvWizardButton* button, WizardPage page);
     void connectBack(QAbstractButton* button);
+    // Choosing the tile stores its value first, then asks for `page`.
+    void connectTile(CorvelWidgets::CvWizardButton* tile, std::function<void()> store, WizardPage page);
+    // The layout of a page of tiles: the header, the tiles in `columns` columns (compact tiles when
+    // more than one), and `button` at the foot.
+    void layoutTiles(const QString& header, const QList<CorvelWidgets::CvWizardButton*>& tiles, QPushButton* button,
+                     int columns = 1);
 
     // Installs the content layout: inside a scroll area on low screens, directly otherwise.
     void finishLayout(bool disableHorizontalScroll);
-
-    bool m_changed = false;
 
 private:
     const CorvelWidgets::IconFont& m_iconFont;

@@ -3,16 +3,13 @@
 #include "widgets/icon_font.h"
 #include "widgets/styled_combobox.h"
 
-#include <QDebug>
 #include <QHBoxLayout>
 #include <QPushButton>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 namespace CorvelWidgets {
 
-CvNetworksSelector::CvNetworksSelector(CorvelService::ServiceConnection::Factory factory, const IconFont& iconFont,
-                                       QWidget* parent)
+CvNetworksSelector::CvNetworksSelector(const IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
     , m_iconFont(iconFont)
     , m_rowsLayout(new QVBoxLayout)
@@ -27,34 +24,12 @@ CvNetworksSelector::CvNetworksSelector(CorvelService::ServiceConnection::Factory
     layout->addLayout(m_rowsLayout);
     layout->addWidget(m_add, 0, Qt::AlignLeft);
     connect(m_add, &QPushButton::clicked, this, &CvNetworksSelector::addRow);
-    connect(&m_watcher, &QFutureWatcher<Networks>::finished, this, [this] {
-        const Networks networks = m_watcher.result();
-        if (!networks) {
-            qCritical() << "Failed to get Hyper-V networks.";
-        } else {
-            for (const CorvelService::VirtualNetwork& network : *networks)
-                m_networks.append(QString::fromStdString(network.name));
-        }
-        m_add->setEnabled(!m_networks.isEmpty());
-        emit networksLoaded();
-    });
-    m_watcher.setFuture(QtConcurrent::run(&CvNetworksSelector::retrieveNetworks, std::move(factory)));
 }
 
-CvNetworksSelector::Networks
-CvNetworksSelector::retrieveNetworks(const CorvelService::ServiceConnection::Factory& factory)
+void CvNetworksSelector::setNetworks(const QStringList& networks)
 {
-    const auto client = factory ? factory() : nullptr;
-    if (!client)
-        return std::nullopt;
-    try {
-        std::vector<CorvelService::VirtualNetwork> networks;
-        client->retrieveHyperVNetworks(networks);
-        return networks;
-    } catch (const std::exception& e) {
-        qWarning().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-    }
-    return std::nullopt;
+    m_networks = networks;
+    m_add->setEnabled(!m_networks.isEmpty());
 }
 
 QStringList CvNetworksSelector::selectedNetworks() const
@@ -83,6 +58,10 @@ void CvNetworksSelector::addRow()
     rowLayout->addWidget(remove);
     m_rowsLayout->addWidget(row);
     m_rows.append(combo);
+    // Tab reaches the new row before "Add" (and so before the page's buttons).
+    QWidget::setTabOrder(m_add->previousInFocusChain(), combo);
+    QWidget::setTabOrder(combo, remove);
+    QWidget::setTabOrder(remove, m_add);
     connect(combo, &QComboBox::currentTextChanged, this, &CvNetworksSelector::emitSelection);
     connect(remove, &QPushButton::clicked, this, [this, row, combo] { removeRow(row, combo); });
     emitSelection();

@@ -13,8 +13,6 @@ class PageBMRSettings : public RecoveryWizardPage {
 public:
     PageBMRSettings(const Settings& settings, const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
 
-    QPushButton* downloadButton() const { return m_download; }
-
 private:
     void openIsoAddress();
 

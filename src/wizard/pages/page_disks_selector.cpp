@@ -6,16 +6,12 @@
 #include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
-
-#include <thrift/TApplicationException.h>
+#include "wizard/wizard_texts.h"
 
 #include <QCheckBox>
-#include <QDebug>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 #include <algorithm>
 
@@ -27,8 +23,7 @@ PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageCon
                                      const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Physical Disks", parent)
     , m_values(values)
-    , m_serviceFactory(context.serviceFactory)
-    , m_retries(context.settings.connectionRetriesNumber())
+    , m_model(context)
     , m_diskList(new QWidget)
     , m_diskLayout(new QVBoxLayout(m_diskList))
     , m_exportRow(new QWidget)
@@ -50,7 +45,13 @@ PageDisksSelector::PageDisksSelector(RecoveryWizardValues* values, const PageCon
         emit nextPageRequested(PageFlow::AfterDisksSelector);
     });
     m_next->setEnabled(false);
-    connect(&m_watcher, &QFutureWatcher<Metadata>::finished, this, &PageDisksSelector::onMetadataFinished);
+    m_exportRow->setObjectName("export_type_row");
+    m_diskList->setObjectName("disk_list");
+    PageParts::bindLoader(&m_model, &DisksModel::loading, m_loader);
+    connect(&m_model, &DisksModel::arrived, this, &PageDisksSelector::buildList);
+    connect(&m_model, &DisksModel::failed, this, [this] {
+        CorvelWidgets::MessageBox::critical(this, WizardTexts::ServiceErrorTitle, WizardTexts::MetadataFailed);
+    });
 
     auto* buttons = PageParts::footer({m_loader}, {back, m_next});
     QVBoxLayout* layout = contentLayout();
@@ -70,65 +71,13 @@ void PageDisksSelector::onPageShown()
     m_dynamicAllowed = WizardRules::dynamicAllowed(m_values->virtualDiskType);
     m_exportRow->setVisible(m_dynamicAllowed);
     const QStringList point{m_values->deviceHost, m_values->deviceToken, m_values->snapshot};
-    if (point == m_loadedPoint) {
+    if (m_model.load(point)) {
         buildList();
         return;
     }
-    if (point == m_pendingPoint && m_watcher.isRunning())
-        return;
     m_diskList->hide();
     m_exportRow->hide();
-    m_disks.clear();
-    m_loader->showLoader("Loading disks info");
     m_next->setEnabled(false);
-    m_pendingPoint = point;
-    m_watcher.setFuture(QtConcurrent::run(&PageDisksSelector::retrieveMetadata, m_serviceFactory,
-                                          m_values->deviceHost.toStdString(), m_values->deviceToken.toStdString(),
-                                          m_values->snapshot.toStdString(), m_retries));
-}
-
-PageDisksSelector::Metadata PageDisksSelector::retrieveMetadata(const ServiceConnection::Factory& factory,
-                                                                const std::string& host, const std::string& token,
-                                                                const std::string& snapshot, int retries)
-{
-    const std::shared_ptr<CorvelServiceIf> client = factory ? factory() : nullptr;
-    if (!client) {
-        qCritical() << "Failed to create Corvel Service client";
-        return std::nullopt;
-    }
-    for (int attempt = 0; attempt <= retries; ++attempt) {
-        std::vector<DiskInfo> disks;
-        try {
-            client->retrieveMetadata(disks, host, token, snapshot);
-            return disks;
-        } catch (const apache::thrift::TApplicationException& e) {
-            qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
-        } catch (const std::exception& e) {
-            qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-        }
-        qInfo().noquote() << "Retrying attempts left: " + QString::number(retries - attempt);
-    }
-    qCritical() << "Failed to get metadata. All attempts exhausted.";
-    return std::nullopt;
-}
-
-void PageDisksSelector::onMetadataFinished()
-{
-    m_loader->hideLoader();
-    const Metadata result = m_watcher.result();
-    const QStringList point = m_pendingPoint;
-    m_pendingPoint.clear();
-    if (!result) {
-        qCritical() << "Failed to load disks metadata.";
-        CorvelWidgets::MessageBox::critical(
-            this, "Corvel error",
-            "Failed to load disks metadata, please make sure that the Corvel service is installed and running");
-        return;
-    }
-    m_loadedPoint = point;
-    for (const DiskInfo& disk : *result)
-        m_disks[disk.name] = disk;
-    buildList();
 }
 
 void PageDisksSelector::buildList()
@@ -136,10 +85,9 @@ void PageDisksSelector::buildList()
     qDeleteAll(m_boxes);
     m_boxes.clear();
     int number = 0;
-    for (const auto& [name, disk] : m_disks) {
-        auto* box = new QCheckBox(WizardRules::diskLabel(number++, disk));
+    for (const auto& entry : m_model.disks()) {
+        auto* box = new QCheckBox(WizardRules::diskLabel(number++, entry.second));
         box->setChecked(true);
-        box->setProperty("disk_name", QString::fromStdString(name));
         connect(box, &QCheckBox::stateChanged, this, &PageDisksSelector::updateNext);
         m_diskLayout->addWidget(box);
         m_boxes.append(box);
@@ -159,7 +107,7 @@ void PageDisksSelector::writeValues()
     m_values->disksNames.clear();
     m_values->systemDiskStyle = DiskStyle::RAW;
     int index = 0;
-    for (const auto& [name, disk] : m_disks) {
+    for (const auto& [name, disk] : m_model.disks()) {
         QCheckBox* box = m_boxes.value(index++);
         if (!box || !box->isChecked())
             continue;

@@ -25,12 +25,6 @@ public:
 
     void onPageShown() override;
 
-    QRadioButton* driveButton() const { return m_driveButton; }
-    QRadioButton* pathButton() const { return m_pathButton; }
-    CorvelWidgets::StyledCombobox* driveCombo() const { return m_driveCombo; }
-    CorvelWidgets::CvDirSelector* dirSelector() const { return m_dirSelector; }
-    QPushButton* startButton() const { return m_start; }
-
 private:
     QString* m_mountPoint;
     const std::optional<CorvelService::JobType::type>* m_recoveryType;

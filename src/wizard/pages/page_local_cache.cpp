@@ -1,6 +1,5 @@
 #include "wizard/pages/page_local_cache.h"
 
-#include "cloud/cloud_api.h"
 #include "widgets/cv_credentials_editor.h"
 #include "widgets/cv_dir_selector.h"
 #include "widgets/icon_font.h"
@@ -10,32 +9,23 @@
 #include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/restore_points.h"
+#include "wizard/wizard_texts.h"
 
 #include <QDebug>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPointer>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QVBoxLayout>
 
 namespace Corvel {
 
-using namespace VuskAPI;
-
-namespace {
-
-const QString ErrorTitle = QStringLiteral("local cache page error");
-
-} // namespace
-
 PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& context,
                                const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Recovery Path", parent)
     , m_values(values)
-    , m_cloud(context.cloud)
-    , m_context(context)
+    , m_model(*values, context)
     , m_summary(new QLabel)
     , m_cloudButton(new QRadioButton("Restore directly from cloud"))
     , m_cacheButton(new QRadioButton("Restore using a local cache"))
@@ -47,6 +37,7 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     , m_cancel(new QPushButton("Cancel"))
     , m_next(PageParts::next(iconFont))
 {
+    m_summary->setObjectName("recovery_summary");
     m_summary->setTextFormat(Qt::RichText);
     m_cloudButton->setChecked(true);
     m_credentials->setDescription("Credentials needed to connect to the network share:");
@@ -74,6 +65,14 @@ PageLocalCache::PageLocalCache(RecoveryWizardValues* values, const PageContext& 
     connectBack(m_back);
     connect(m_cancel, &QPushButton::clicked, this, &RecoveryWizardPage::closeWizard);
     connect(m_next, &QPushButton::clicked, this, &PageLocalCache::onNext);
+    PageParts::bindLoader(&m_model, &LocalCacheModel::loading, m_loader);
+    connect(&m_model, &LocalCacheModel::loading, this,
+            [this](const QString& text) { setInputsEnabled(text.isEmpty()); });
+    connect(&m_model, &LocalCacheModel::passed, this,
+            [this] { emit nextPageRequested(PageFlow::afterLocalCache(m_values->recoveryType)); });
+    connect(&m_model, &LocalCacheModel::refused, this, [this](const QString& text) {
+        CorvelWidgets::MessageBox::critical(this, WizardTexts::CacheErrorTitle, text);
+    });
 
     auto* buttons = PageParts::footer({m_loader}, {m_back, m_cancel, m_next});
     QVBoxLayout* layout = contentLayout();
@@ -114,74 +113,13 @@ void PageLocalCache::setInputsEnabled(bool enabled)
     m_credentials->setEnabled(enabled && m_values->localCacheEnabled);
 }
 
-void PageLocalCache::showError(const QString& text)
-{
-    CorvelWidgets::MessageBox::critical(this, ErrorTitle, text);
-}
-
 void PageLocalCache::onNext()
 {
     if (!m_values->localCacheEnabled) {
         emit nextPageRequested(PageFlow::afterLocalCache(m_values->recoveryType));
         return;
     }
-    m_loader->showLoader("Checking local cache");
-    setInputsEnabled(false);
-    const quint64 generation = ++m_passphraseGeneration;
-    QPointer<PageLocalCache> self(this);
-    m_cloud.getEncryptionPassphrase(static_cast<qint64>(m_values->deviceId), [self, generation](
-                                                                                 const Result<QString>& result) {
-        if (!self || generation != self->m_passphraseGeneration)
-            return;
-        PageLocalCache& page = *self;
-        page.m_loader->hideLoader();
-        page.setInputsEnabled(true);
-        if (const RequestError* error = std::get_if<RequestError>(&result)) {
-            page.showError("Failed to get device encryption passphrase.\nError code: " + QString::number(error->code) +
-                           ", reason: " + error->description);
-            return;
-        }
-        const QString* passphrase = std::get_if<QString>(&result);
-        if (!passphrase) {
-            page.showError("Error, failed to retrieve Encryption keys from cloud server.");
-            return;
-        }
-        qWarning() << "Opening local cache database .";
-        RecoveryWizardValues& values = *page.m_values;
-        const std::int32_t check = page.m_context.localCacheCheck
-                                       ? page.m_context.localCacheCheck(
-                                             values.localCachePath.toStdString(), values.localCacheLogin.toStdString(),
-                                             values.localCachePassword.toStdString(), passphrase->toStdString())
-                                       : 5;
-        switch (check) {
-        case 0:
-        case 1:
-            values.localCacheReadOnly = true;
-            emit page.nextPageRequested(PageFlow::afterLocalCache(values.recoveryType));
-            return;
-        case 2:
-            qCritical() << "Failed to open local cache database.";
-            page.showError(
-                "Error, cannot access the path specified for the Local Cache repository.  Check permissions.");
-            return;
-        case 3:
-        case 4:
-            qCritical() << "Failed to open local cache database.";
-            page.showError(
-                "Error, Local Cache data at specified path cannot be opened, this data may belong to another "
-                "customer account.");
-            return;
-        case 5:
-            qCritical() << "Failed to open local cache database.";
-            page.showError("Error, specified path does not contain a Local Cache repository.");
-            return;
-        default:
-            qCritical() << "Failed to open local cache database.";
-            qCritical().noquote() << "Unknown LocalCache check result: " + QString::number(check);
-            page.showError("Unknown error");
-            return;
-        }
-    });
+    m_model.check();
 }
 
 } // namespace Corvel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wizard/pages/page_context.h"
+#include "wizard/models/local_cache_model.h"
 #include "wizard/recovery_wizard_page.h"
 
 class QLabel;
@@ -28,24 +28,12 @@ public:
 
     void onPageShown() override;
 
-    QLabel* summary() const { return m_summary; }
-    QRadioButton* cloudButton() const { return m_cloudButton; }
-    QRadioButton* cacheButton() const { return m_cacheButton; }
-    CorvelWidgets::CvDirSelector* pathSelector() const { return m_path; }
-    CorvelWidgets::CvCredentialsEditor* credentials() const { return m_credentials; }
-    QLineEdit* descriptionEdit() const { return m_description; }
-    QPushButton* nextButton() const { return m_next; }
-    CorvelWidgets::LoaderWidget* loader() const { return m_loader; }
-
 private:
     void onNext();
     void setInputsEnabled(bool enabled);
-    void showError(const QString& text);
 
     RecoveryWizardValues* m_values;
-    VuskAPI::CloudApi& m_cloud;
-    PageContext m_context;
-    quint64 m_passphraseGeneration = 0;
+    LocalCacheModel m_model;
 
     QLabel* m_summary;
     QRadioButton* m_cloudButton;

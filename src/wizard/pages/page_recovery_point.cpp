@@ -1,7 +1,5 @@
 #include "wizard/pages/page_recovery_point.h"
 
-#include "cloud/cloud_api.h"
-#include "service/service_call.h"
 #include "widgets/date_line_edit_with_buttons_days_move.h"
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
@@ -9,22 +7,15 @@
 #include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/restore_points.h"
+#include "wizard/wizard_texts.h"
 
-#include <thrift/TApplicationException.h>
-
-#include <QDebug>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QListWidget>
-#include <QPointer>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 namespace Corvel {
-
-using namespace VuskAPI;
 
 namespace {
 
@@ -38,19 +29,12 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
                                      const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : RecoveryWizardPage(iconFont, "Recovery Point", parent)
     , m_values(values)
-    , m_cloud(context.cloud)
-    , m_serviceFactory(context.serviceFactory)
-    , m_retries(context.settings.connectionRetriesNumber())
-    , m_retry(&context.session, this, m_retries, context.settings.authUrl())
+    , m_model(*values, context)
     , m_datePicker(new CorvelWidgets::DateLineEditWithButtonsDaysMove("mm/dd/yyyy", iconFont))
     , m_timeList(new QListWidget)
     , m_loader(new CorvelWidgets::LoaderWidget)
     , m_next(PageParts::next(iconFont))
 {
-    m_retry.setTokenSource(context.tokenSource);
-
-    auto* header = new QLabel("<b>Which Snapshot Do You Want to Restore?</b>");
-    header->setObjectName("sub_header");
     m_timeList->setObjectName("new_job_wizard_list");
     m_timeList->setAccessibleName("SNAPSHOT TIME:");
     m_timeList->verticalScrollBar()->setObjectName("new_job_wizard_list_scroll_bar");
@@ -65,37 +49,44 @@ PageRecoveryPoint::PageRecoveryPoint(RecoveryWizardValues* values, const PageCon
     });
     m_next->setEnabled(false);
 
-    auto* buttons = PageParts::footer({m_loader}, {back, m_next});
-
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(header);
+    layout->addWidget(PageParts::label("<b>Which Snapshot Do You Want to Restore?</b>", "sub_header"));
     layout->addWidget(PageParts::label("SNAPSHOT DATE:", "field_label_rec_point"));
     layout->addWidget(m_datePicker);
     layout->addWidget(PageParts::label("SNAPSHOT TIME:", "field_label_rec_point"));
     layout->addWidget(m_timeList);
-    layout->addLayout(buttons);
+    layout->addLayout(PageParts::footer({m_loader}, {back, m_next}));
     finishLayout(true);
 
     connect(m_datePicker, &CorvelWidgets::DateLineEditWithButtonsDaysMove::dateSelected, this,
             &PageRecoveryPoint::onDateSelected);
     connect(m_timeList, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* item) { onTimeChanged(item); });
-    connect(&m_watcher, &QFutureWatcher<Retrieval>::finished, this, &PageRecoveryPoint::onRetrievalFinished);
+    PageParts::bindLoader(&m_model, &RestorePointsModel::loading, m_loader);
+    connect(&m_model, &RestorePointsModel::failed, this, [this] {
+        CorvelWidgets::MessageBox::critical(this, WizardTexts::InternalErrorTitle, WizardTexts::NoRestorePointsRead);
+    });
+    connect(&m_model, &RestorePointsModel::empty, this, [this] {
+        CorvelWidgets::MessageBox::information(this, WizardTexts::RestorePointsTitle, WizardTexts::NoRestorePoints);
+    });
+    connect(&m_model, &RestorePointsModel::arrived, this, [this](quint64 deviceId) {
+        // The operator may have moved on to another device while the service was asked.
+        if (deviceId == m_values->deviceId)
+            fillDates();
+    });
 }
 
 void PageRecoveryPoint::onPageShown()
 {
-    const auto cached = m_values->restorePointsCache.constFind(m_values->deviceId);
-    if (cached == m_values->restorePointsCache.constEnd()) {
+    if (!m_model.cached()) {
         clearSelection();
-        m_retry.reset();
         m_datePicker->setEnabled(false);
-        requestDeviceToken();
+        m_model.load();
         return;
     }
     if (m_shownDevice != m_values->deviceId) {
         clearSelection();
-        m_retry.reset();
+        m_model.resetRetries();
         fillDates();
     }
 }
@@ -106,80 +97,6 @@ void PageRecoveryPoint::clearSelection()
     m_datePicker->clear();
     m_values->snapshot.clear();
     m_next->setEnabled(false);
-}
-
-void PageRecoveryPoint::requestDeviceToken()
-{
-    const quint64 generation = ++m_tokenGeneration;
-    const quint64 dataSourceId = m_values->dataSourceId;
-    const qint64 deviceId = static_cast<qint64>(m_values->deviceId);
-    QPointer<PageRecoveryPoint> self(this);
-    m_retry.run<DeviceToken>(
-        QStringLiteral("Clients request"),
-        [this, self, generation, dataSourceId, deviceId](Callback<DeviceToken> done) {
-            m_loader->showLoader("Loading snapshots");
-            m_cloud.getDeviceToken(dataSourceId, deviceId, [self, generation, done](const Result<DeviceToken>& result) {
-                if (self && generation == self->m_tokenGeneration)
-                    done(result);
-            });
-        },
-        [this](const DeviceToken& token) {
-            m_values->deviceHost = token.url;
-            m_values->deviceToken = token.token;
-            qInfo().noquote() << "Device host: " + token.url;
-            m_retrievalDevice = m_values->deviceId;
-            m_watcher.setFuture(QtConcurrent::run(&PageRecoveryPoint::retrieveRestorePoints, m_serviceFactory,
-                                                  token.url, token.token, m_retries));
-        },
-        [this](const RequestError&) { m_loader->hideLoader(); });
-}
-
-PageRecoveryPoint::Retrieval
-PageRecoveryPoint::retrieveRestorePoints(const CorvelService::ServiceConnection::Factory& factory, const QString& url,
-                                         const QString& token, int retries)
-{
-    const std::shared_ptr<CorvelService::CorvelServiceIf> client = factory ? factory() : nullptr;
-    if (!client) {
-        qWarning() << "Failed to create Corvel Service client";
-        return std::nullopt;
-    }
-    for (int attempt = 0; attempt <= retries; ++attempt) {
-        std::vector<std::string> names;
-        try {
-            client->retrieveRestorePoints(names, url.toStdString(), token.toStdString());
-            QStringList list;
-            list.reserve(static_cast<int>(names.size()));
-            for (const std::string& name : names)
-                list.append(QString::fromStdString(name));
-            return list;
-        } catch (const apache::thrift::TApplicationException& e) {
-            qWarning().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
-        } catch (const std::exception& e) {
-            qWarning().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-        }
-        qInfo().noquote() << "Retrying attempts left: " + QString::number(retries - attempt);
-    }
-    return std::nullopt;
-}
-
-void PageRecoveryPoint::onRetrievalFinished()
-{
-    m_retry.reset();
-    m_loader->hideLoader();
-    const Retrieval result = m_watcher.result();
-    if (!result) {
-        CorvelWidgets::MessageBox::critical(this, "Internal Error", "Internal error: Failed to get restore points");
-        return;
-    }
-    if (result->isEmpty()) {
-        CorvelWidgets::MessageBox::information(this, "Retrieveing restore points",
-                                               "No restore points found for selected device");
-        return;
-    }
-    m_values->restorePointsCache.insert(m_retrievalDevice, *result);
-    // The operator may have moved on to another device while the service was asked.
-    if (m_retrievalDevice == m_values->deviceId)
-        fillDates();
 }
 
 void PageRecoveryPoint::fillDates()
@@ -205,7 +122,6 @@ void PageRecoveryPoint::onDateSelected(const QDate& date)
 void PageRecoveryPoint::onTimeChanged(QListWidgetItem* item)
 {
     m_values->snapshot.clear();
-    m_next->setEnabled(false);
     if (item && item->data(NameRole).isValid())
         m_values->snapshot = item->data(NameRole).toString();
     m_next->setEnabled(!m_values->snapshot.isEmpty());

@@ -103,9 +103,9 @@ void PageVirtualDiskOptions::goNext()
 
 void PageVirtualDiskOptions::onPageShown()
 {
-    vhdButton()->setEnabled(WizardRules::vhdAllowed(m_vm->generation));
+    m_formats.at(VirtualDiskType::VhdGenOne)->setEnabled(WizardRules::vhdAllowed(m_vm->generation));
     if (m_vm->generation == 2)
-        vhdxButton()->setChecked(true);
+        m_formats.at(VirtualDiskType::VhdxGenTwo)->setChecked(true);
     updateNext();
 }
 

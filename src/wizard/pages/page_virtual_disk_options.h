@@ -25,11 +25,6 @@ public:
 
     void onPageShown() override;
 
-    QRadioButton* vhdButton() const { return m_formats.at(CorvelService::VirtualDiskType::VhdGenOne); }
-    QRadioButton* vhdxButton() const { return m_formats.at(CorvelService::VirtualDiskType::VhdxGenTwo); }
-    CorvelWidgets::CvDirSelector* dirSelector() const { return m_dirSelector; }
-    QPushButton* nextButton() const { return m_next; }
-
 private:
     bool storeFormat();
     void updateNext();

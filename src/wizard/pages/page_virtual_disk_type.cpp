@@ -5,10 +5,7 @@
 #include "wizard/page_flow.h"
 #include "wizard/pages/page_parts.h"
 
-#include <QHBoxLayout>
-#include <QLabel>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 namespace Corvel {
 
@@ -46,26 +43,18 @@ PageVirtualDiskType::PageVirtualDiskType(VirtualDiskType::type* virtualDiskType,
     : RecoveryWizardPage(iconFont, "Virtual Disk Type", parent)
     , m_virtualDiskType(virtualDiskType)
 {
-    auto* header = new QLabel("<b>What Type of Recovery Do You Want to Perform?</b>");
-    header->setObjectName("sub_header");
-    QVBoxLayout* layout = contentLayout();
-    layout->setSpacing(0);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(header);
+    QList<CorvelWidgets::CvWizardButton*> tiles;
     for (const Format& format : Formats) {
         auto* tile = new CorvelWidgets::CvWizardButton(format.title, format.description, iconFont.icon(ExportGlyph));
-        connectNext(tile, PageFlow::AfterVirtualDiskType);
         const VirtualDiskType::type value = format.value;
-        connect(tile, &CorvelWidgets::CvWizardButton::clicked, this, [this, value] { *m_virtualDiskType = value; });
-        layout->addWidget(tile);
-        m_tiles.append(tile);
+        connectTile(
+            tile, [this, value] { *m_virtualDiskType = value; }, PageFlow::AfterVirtualDiskType);
+        tiles.append(tile);
     }
     QPushButton* back = PageParts::back(iconFont);
     connectBack(back);
-    auto* buttons = PageParts::footer({}, {back});
-    layout->addLayout(buttons);
-    finishLayout(false);
+    // Two columns: eight tiles in one would not fit a 768-pixel screen.
+    layoutTiles("What Type of Recovery Do You Want to Perform?", tiles, back, 2);
 }
 
 } // namespace Corvel

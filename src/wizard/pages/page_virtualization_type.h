@@ -3,10 +3,6 @@
 #include "CorvelService.h"
 #include "wizard/recovery_wizard_page.h"
 
-namespace CorvelWidgets {
-class CvWizardButton;
-}
-
 namespace Corvel {
 
 // Whether the virtual machine is a test or a live (production) recovery.
@@ -16,13 +12,8 @@ public:
     PageVirtualizationType(CorvelService::VirtualizationType::type* virtualizationType,
                            const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
 
-    CorvelWidgets::CvWizardButton* testTile() const { return m_test; }
-    CorvelWidgets::CvWizardButton* productionTile() const { return m_production; }
-
 private:
     CorvelService::VirtualizationType::type* m_virtualizationType;
-    CorvelWidgets::CvWizardButton* m_test;
-    CorvelWidgets::CvWizardButton* m_production;
 };
 
 } // namespace Corvel

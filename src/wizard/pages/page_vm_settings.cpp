@@ -1,15 +1,11 @@
 #include "wizard/pages/page_vm_settings.h"
 
-#include "platform/platform.h"
 #include "wizard/page_flow.h"
 #include "wizard/pages/cv_networks_selector.h"
 #include "wizard/pages/page_parts.h"
 #include "wizard/recovery_wizard_values.h"
 #include "wizard/wizard_rules.h"
 
-#include <thrift/TApplicationException.h>
-
-#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDebug>
@@ -21,9 +17,9 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
+#include <QStyle>
 #include <QThread>
 #include <QVBoxLayout>
-#include <QtConcurrent>
 
 namespace Corvel {
 
@@ -32,7 +28,6 @@ using namespace CorvelService;
 namespace {
 
 constexpr quint64 MiB = 1048576;
-const QColor ErrorColour("#E0301E");
 
 QSpinBox* spin(int minimum, int maximum, qint64 value, const QString& name)
 {
@@ -50,6 +45,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     : RecoveryWizardPage(iconFont, "Virtual Machine Settings", parent)
     , m_vm(vmSettings)
     , m_systemDiskStyle(systemDiskStyle)
+    , m_hyperV(context)
     , m_name(new QLineEdit)
     , m_ram(new QComboBox)
     , m_ramInfo(PageParts::label(QString(), "ram_cores_info"))
@@ -60,7 +56,7 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     , m_generation1(new QRadioButton("Hyper-V (Generation 1)"))
     , m_generation2(new QRadioButton("Hyper-V (Generation 2)"))
     , m_boot(new QCheckBox("Boot Virtual Machine on Recovery Job Start"))
-    , m_networks(new CorvelWidgets::CvNetworksSelector(context.serviceFactory, iconFont))
+    , m_networks(new CorvelWidgets::CvNetworksSelector(iconFont))
     , m_next(PageParts::next(iconFont))
 {
     m_name->setPlaceholderText("Enter VM name");
@@ -116,55 +112,42 @@ PageVmSettings::PageVmSettings(RecoveryWizardVmSettings* vmSettings, const DiskS
     QVBoxLayout* layout = contentLayout();
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(PageParts::label("<b>Configure Virtual Machine Settings</b>", "sub_header"));
-    layout->addLayout(form);
-    layout->addWidget(PageParts::label("Virtual Machine Type:"));
-    layout->addWidget(
+    // Two columns, so that the page with its network adapters fits a 768-pixel screen.
+    auto* columns = new QHBoxLayout;
+    columns->setSpacing(30);
+    form->setRowStretch(row, 1);
+    columns->addLayout(form);
+    auto* machine = new QVBoxLayout;
+    machine->addWidget(PageParts::label("Virtual Machine Type:"));
+    machine->addWidget(
         PageParts::label("Select the Machine Type appropriate for the Protected System<br/>you wish to recover. "
                          "Classic MBR BIOS systems require<br/>Generation 1. Modern EFI BIOS systems require "
                          "Generation 2",
                          "wizard_page_desription"));
-    layout->addWidget(m_generation1);
-    layout->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
-    layout->addWidget(m_generation2);
-    layout->addWidget(PageParts::label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
-    layout->addWidget(m_boot);
-    layout->addWidget(m_networks);
+    machine->addWidget(m_generation1);
+    machine->addWidget(PageParts::label("Generate a Legacy MBR BIOS based Virtual Machine", "generation_description"));
+    machine->addWidget(m_generation2);
+    machine->addWidget(PageParts::label("Generate a Modern EFI BIOS based Virtual Machine", "generation_description"));
+    machine->addWidget(m_boot);
+    machine->addWidget(m_networks);
+    machine->addStretch();
+    columns->addLayout(machine);
+    layout->addLayout(columns);
     layout->addLayout(buttons);
     finishLayout(true);
 
-    connect(&m_watcher, &QFutureWatcher<quint64>::finished, this, &PageVmSettings::onMemoryKnown);
-    m_watcher.setFuture(QtConcurrent::run(&PageVmSettings::retrieveRamUsed, context.serviceFactory));
+    connect(&m_hyperV, &HyperVModel::memoryKnown, this, &PageVmSettings::onMemoryKnown);
+    connect(&m_hyperV, &HyperVModel::networksKnown, m_networks, &CorvelWidgets::CvNetworksSelector::setNetworks);
 }
 
-quint64 PageVmSettings::retrieveRamUsed(const ServiceConnection::Factory& factory)
+void PageVmSettings::onMemoryKnown(quint64 availableBytes)
 {
-    const std::shared_ptr<CorvelServiceIf> client = factory ? factory() : nullptr;
-    if (!client) {
-        qCritical() << "Failed to create Corvel Service client";
-        return 0;
-    }
-    try {
-        return static_cast<quint64>(client->retrieveHyperVRamBytesUsed());
-    } catch (const apache::thrift::TApplicationException& e) {
-        qCritical().noquote() << QStringLiteral("Application exception: ") + QString::fromUtf8(e.what());
-    } catch (const std::exception& e) {
-        qCritical().noquote() << QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what());
-    }
-    qCritical() << "Failed to get RAM used by Hyper-V.";
-    return 0;
-}
-
-void PageVmSettings::onMemoryKnown()
-{
-    const quint64 total = CorvelPlatform::totalPhysicalMemory();
-    const quint64 used = m_watcher.result();
-    m_maxRamBytes = total > used ? total - used : 0;
+    m_maxRamBytes = availableBytes;
     const quint64 maxMiB = m_maxRamBytes / MiB;
     m_ram->setValidator(new QIntValidator(32, static_cast<int>(qMin<quint64>(maxMiB, INT_MAX)), m_ram));
     connect(m_ram, &QComboBox::currentTextChanged, this, &PageVmSettings::checkRam);
     m_ramInfo->setText("AVAILABLE RAM: " + QString::number(maxMiB) + " MiB");
     m_ram->addItems(WizardRules::ramChoices(m_maxRamBytes));
-    m_memoryKnown = true;
 }
 
 void PageVmSettings::checkRam(const QString& text)
@@ -174,10 +157,13 @@ void PageVmSettings::checkRam(const QString& text)
         qCritical().noquote() << check.problem;
     if (check.ramBytes)
         m_vm->ramBytes = *check.ramBytes;
-    if (QLineEdit* editor = m_ram->lineEdit()) {
-        QPalette palette = editor->palette();
-        palette.setColor(QPalette::Text, check.valid ? QApplication::palette().color(QPalette::Text) : ErrorColour);
-        editor->setPalette(palette);
+    // The style sheet draws an invalid value in the error colour.
+    // The combo box, not its line edit: the style sheet styles an editable combo's line edit
+    // through the combo.
+    if (m_ram->property("invalid").toBool() == check.valid) {
+        m_ram->setProperty("invalid", !check.valid);
+        m_ram->style()->unpolish(m_ram);
+        m_ram->style()->polish(m_ram);
     }
     m_ramValid = check.valid;
     updateNext();
@@ -190,6 +176,7 @@ void PageVmSettings::updateNext()
 
 void PageVmSettings::onPageShown()
 {
+    m_hyperV.load();
     const WizardRules::Generations generations = WizardRules::generationsFor(*m_systemDiskStyle);
     m_generation1->setEnabled(true);
     m_generation2->setEnabled(true);

@@ -1,10 +1,8 @@
 #pragma once
 
 #include "CorvelService.h"
-#include "wizard/pages/page_context.h"
+#include "wizard/models/hyperv_model.h"
 #include "wizard/recovery_wizard_page.h"
-
-#include <QFutureWatcher>
 
 class QComboBox;
 class QLabel;
@@ -32,31 +30,17 @@ public:
 
     void onPageShown() override;
 
-    QLineEdit* nameEdit() const { return m_name; }
-    QComboBox* ramCombo() const { return m_ram; }
-    QLabel* ramInfo() const { return m_ramInfo; }
-    QSpinBox* coresSpin() const { return m_cores; }
-    QRadioButton* generation1() const { return m_generation1; }
-    QRadioButton* generation2() const { return m_generation2; }
-    CorvelWidgets::CvNetworksSelector* networks() const { return m_networks; }
-    QPushButton* nextButton() const { return m_next; }
-    bool memoryKnown() const { return m_memoryKnown; }
-
-    // Bytes of memory Hyper-V already uses; 0 when the service cannot say.
-    static quint64 retrieveRamUsed(const CorvelService::ServiceConnection::Factory& factory);
-
 private:
-    void onMemoryKnown();
+    void onMemoryKnown(quint64 availableBytes);
     void checkRam(const QString& text);
     void updateNext();
 
     RecoveryWizardVmSettings* m_vm;
     const CorvelService::DiskStyle::type* m_systemDiskStyle;
-    QFutureWatcher<quint64> m_watcher;
+    HyperVModel m_hyperV;
     quint64 m_maxRamBytes = 0;
     bool m_nameValid = false;
     bool m_ramValid = false;
-    bool m_memoryKnown = false;
 
     QLineEdit* m_name;
     QComboBox* m_ram;

@@ -1,11 +1,13 @@
 #include "wizard_fixture.h"
 
+#include "cloud/vusk_request.h"
+#include "localcache/local_cache_check.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/test_tokens.h"
 #include "widgets/cv_dir_selector.h"
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
-#include "wizard/pages/page_local_cache.h"
+#include "wizard/recovery_wizard_page.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -19,7 +21,7 @@
 using namespace Corvel;
 using CorvelWidgets::MessageBox;
 
-// The local cache page: the passphrase from the cloud, the repository check and its answers.
+// The local cache page over its model (whose answers tst_wizard_models tests).
 class TestLocalCachePage : public QObject {
     Q_OBJECT
 
@@ -38,6 +40,7 @@ private:
 private slots:
     void initTestCase()
     {
+        applyConsoleLook();
         MessageBox::setAutoAnswer(true);
         RecoveryWizardPage::setScreenHeightOverride(1080);
     }
@@ -49,9 +52,9 @@ private slots:
         WizardFixture fixture(partnerToken());
         auto wizard = openPage(fixture);
         QVERIFY2(wizard, qPrintable(fixture.failure));
-        auto* page = static_cast<PageLocalCache*>(wizard->currentPage());
-        QVERIFY(page->summary()->text().contains("<i>FS-01,</i>"));
-        QTest::keyClicks(page->descriptionEdit(), "After the outage");
+        RecoveryWizardPage* page = wizard->currentPage();
+        QVERIFY(page->findChild<QLabel*>("recovery_summary")->text().contains("<i>FS-01,</i>"));
+        QTest::keyClicks(findOnPage<QLineEdit>(page, "RECOVERY DESCRIPTION (OPTIONAL):"), "After the outage");
         QVERIFY(fixture.pressButton(*wizard, "Next"));
         QCOMPARE(wizard->currentPage()->title(), QString("Recovery Settings"));
         QVERIFY(!fixture.cloud.calls.join(' ').contains("passphrase"));
@@ -60,74 +63,33 @@ private slots:
         QVERIFY(!wizard->values().localCacheEnabled);
     }
 
-    void checkResults_data()
-    {
-        QTest::addColumn<int>("result");
-        QTest::addColumn<QString>("box");
-        QTest::newRow("0") << 0 << "";
-        QTest::newRow("1, read-only, accepted like 0") << 1 << "";
-        QTest::newRow("2") << 2
-                           << "Error, cannot access the path specified for the Local Cache repository.  Check "
-                              "permissions.";
-        QTest::newRow("3") << 3
-                           << "Error, Local Cache data at specified path cannot be opened, this data may belong "
-                              "to another customer account.";
-        QTest::newRow("4") << 4
-                           << "Error, Local Cache data at specified path cannot be opened, this data may belong "
-                              "to another customer account.";
-        QTest::newRow("5") << 5 << "Error, specified path does not contain a Local Cache repository.";
-        QTest::newRow("unknown") << 9 << "Unknown error";
-    }
-
-    void checkResults()
-    {
-        QFETCH(int, result);
-        QFETCH(QString, box);
-        WizardFixture fixture(partnerToken());
-        fixture.cacheResult = result;
-        auto wizard = openPage(fixture);
-        QVERIFY2(wizard, qPrintable(fixture.failure));
-        auto* page = static_cast<PageLocalCache*>(wizard->currentPage());
-        page->cacheButton()->click();
-        page->pathSelector()->lineEdit()->setText("/srv/cache");
-        const RecoveryWizardValues before = wizard->values();
-        page->nextButton()->click();
-        QTRY_COMPARE(fixture.cacheChecks.size(), 1);
-        QCOMPARE(fixture.cacheChecks.first(), (QStringList{"/srv/cache", "amber-falcon-42"}));
-        QVERIFY(!page->loader()->isVisible());
-        QVERIFY(page->nextButton()->isEnabled());
-        if (box.isEmpty()) {
-            QCOMPARE(shownBoxes(), QStringList{});
-            QCOMPARE(wizard->currentPage()->title(), QString("Recovery Settings"));
-            QVERIFY(wizard->values().localCacheReadOnly);
-            return;
-        }
-        QCOMPARE(shownBoxes(), QStringList{"local cache page error: " + box});
-        QCOMPARE(wizard->currentPage(), page);
-        QCOMPARE(wizard->values().localCacheReadOnly, before.localCacheReadOnly);
-        QCOMPARE(wizard->values().localCachePath, QString("/srv/cache"));
-        // A corrected path passes.
-        fixture.cacheResult = 0;
-        page->pathSelector()->lineEdit()->setText("/srv/cache2");
-        page->nextButton()->click();
-        QTRY_COMPARE(wizard->currentPage()->title(), QString("Recovery Settings"));
-    }
-
-    void passphraseRequestFails()
+    // A refused cache keeps the page, its inputs usable; a corrected path passes. A long path
+    // does not widen the page.
+    void refusedThenCorrected()
     {
         WizardFixture fixture(partnerToken());
-        fixture.cloud.failNext("passphrase", {VuskAPI::RequestError::ServerError, 503, "busy"});
+        fixture.cacheResult = LocalCacheNotARepository;
         auto wizard = openPage(fixture);
         QVERIFY2(wizard, qPrintable(fixture.failure));
-        auto* page = static_cast<PageLocalCache*>(wizard->currentPage());
-        page->cacheButton()->click();
-        page->nextButton()->click();
+        RecoveryWizardPage* page = wizard->currentPage();
+        const QSize size = wizard->size();
+        clickOn(findOnPage<QRadioButton>(page, "Restore using a local cache"));
+        auto* path = findOnPage<QLineEdit>(page, "LOCATION:");
+        path->selectAll();
+        QTest::keyClicks(path, "/srv/" + QString(300, 'c'));
+        QCoreApplication::processEvents();
+        QCOMPARE(wizard->size(), size);
+        auto* next = findOnPage<QPushButton>(page, "Next");
+        clickOn(next);
         QTRY_COMPARE(shownBoxes().size(), 1);
-        QCOMPARE(shownBoxes().first(),
-                 QString("local cache page error: Failed to get device encryption passphrase.\nError code: 503, "
-                         "reason: busy"));
-        QVERIFY(fixture.cacheChecks.isEmpty());
         QCOMPARE(wizard->currentPage(), page);
+        QVERIFY(next->isEnabled() && path->isEnabled());
+        QVERIFY(!page->findChild<CorvelWidgets::LoaderWidget*>()->isVisible());
+        fixture.cacheResult = LocalCacheOpened;
+        path->setText("/srv/cache2");
+        clickOn(next);
+        QTRY_COMPARE(wizard->currentPage()->title(), QString("Recovery Settings"));
+        QVERIFY(wizard->values().localCacheReadOnly);
     }
 
     // The real thing: the passphrase from the cloud simulator opens a repository made by restic.
@@ -147,23 +109,31 @@ private slots:
         CorvelTest::CloudSim cloud;
         QVERIFY(cloud.start());
         WizardFixture fixture(cloud.signIn("partner"), QJsonObject{{"vusk_url", cloud.vuskUrl()}});
-        RecoveryWizardContext context{
-            fixture.session, fixture.settings, fixture.connection, nullptr, WizardFixture::hyperV(true), {}, {}};
+        VuskAPI::VuskRequest cloudApi(&fixture.session, cloud.vuskUrl());
+        RecoveryWizardContext context = fixture.context(&cloudApi);
+        context.localCacheCheck = [](const std::string& path, const std::string& login, const std::string& password,
+                                     const std::string& passphrase, std::string& reason) {
+            return checkLocalCache(path, login, password, passphrase, reason);
+        };
         RecoveryWizard wizard(nullptr, fixture.iconFont, std::move(context));
         wizard.show();
         QVERIFY(fixture.chooseTile(wizard, "Recover Files"));
         QVERIFY(fixture.passDataSource(wizard));
         fixture.service->restorePoints[wizard.values().deviceToken.toStdString()] = {"2026_03_02_09_05_00"};
         QVERIFY(fixture.passRecoveryPoint(wizard));
-        auto* page = static_cast<PageLocalCache*>(wizard.currentPage());
-        page->cacheButton()->click();
-        page->pathSelector()->lineEdit()->setText(root.path());
-        page->nextButton()->click();
+        RecoveryWizardPage* page = wizard.currentPage();
+        clickOn(findOnPage<QRadioButton>(page, "Restore using a local cache"));
+        auto* path = findOnPage<QLineEdit>(page, "LOCATION:");
+        path->setText(root.path());
+        auto* next = findOnPage<QPushButton>(page, "Next");
+        next->click();
         QTRY_COMPARE(shownBoxes().size(), 1);
-        QCOMPARE(shownBoxes().first(),
-                 QString("local cache page error: Error, specified path does not contain a Local Cache repository."));
-        page->pathSelector()->lineEdit()->setText(repository);
-        page->nextButton()->click();
+        QVERIFY2(
+            shownBoxes().first().startsWith(
+                "local cache page error: Error, specified path does not contain a Local Cache repository.\nReason: "),
+            qPrintable(shownBoxes().first()));
+        path->setText(repository);
+        next->click();
         QTRY_COMPARE(wizard.currentPage()->title(), QString("Recovery Settings"));
         QVERIFY(cloud.requests().contains("GET /vusk/devices/1001/encryption_passphrase 200"));
     }

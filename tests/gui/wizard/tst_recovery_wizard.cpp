@@ -7,22 +7,20 @@
 #include "widgets/date_line_edit_with_buttons_days_move.h"
 #include "widgets/loader_widget.h"
 #include "widgets/message_box.h"
-#include "wizard/pages/page_disks_selector.h"
-#include "wizard/pages/page_recovery_point.h"
-#include "wizard/pages/page_recovery_type.h"
 #include "wizard/recovery_wizard_page.h"
 
 #include <QCheckBox>
-#include <QDesktopServices>
 #include <QComboBox>
+#include <QDesktopServices>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
 #include <QtTest>
 
 using namespace Corvel;
-using CorvelTest::FakeService;
 using CorvelTest::LogCapture;
 using CorvelWidgets::MessageBox;
 
@@ -33,6 +31,29 @@ namespace {
 QList<int> history(const RecoveryWizard& wizard)
 {
     return QList<int>(wizard.history().begin(), wizard.history().end());
+}
+
+// A 1366x768 screen less a 40-pixel taskbar.
+const QRect Available(0, 0, 1366, 728);
+
+// Where the page stands wrong, if it does: off the screen, or the focus elsewhere than its inputs.
+QString misplaced(const RecoveryWizard& wizard)
+{
+    const QString page = wizard.currentPage()->title() + ": ";
+    if (!Available.contains(wizard.frameGeometry()))
+        return page + "the wizard at " +
+               QString("%1,%2 %3x%4").arg(wizard.x()).arg(wizard.y()).arg(wizard.width()).arg(wizard.height());
+    for (QWidget* control : wizard.currentPage()->findChildren<QWidget*>()) {
+        const bool clickable =
+            qobject_cast<QAbstractButton*>(control) || control->inherits("CorvelWidgets::CvWizardButton");
+        if (clickable && control->isVisible() &&
+            !wizard.rect().contains(QRect(control->mapTo(&wizard, QPoint()), control->size())))
+            return page + "\"" + control->property("text").toString() + control->accessibleName() + "\" cut off";
+    }
+    if (!wizard.currentPage()->isAncestorOf(wizard.focusWidget()))
+        return page + "the focus on " +
+               (wizard.focusWidget() ? wizard.focusWidget()->metaObject()->className() : QString("nothing"));
+    return QString();
 }
 
 // Takes the URLs the console asks the desktop to open.
@@ -49,15 +70,21 @@ public slots:
 class TestRecoveryWizard : public QObject {
     Q_OBJECT
 
+    CorvelWidgets::IconFont m_iconFont{"velmora-iconfont", {}};
+
 private slots:
+    void initTestCase() { m_iconFont = applyConsoleLook(); }
+
     void init()
     {
         MessageBox::clearShown();
         MessageBox::setAutoAnswer(true);
-        RecoveryWizardPage::setScreenHeightOverride(1080);
+        RecoveryWizardPage::setScreenHeightOverride(768);
+        RecoveryWizard::setAvailableGeometryOverride(Available);
     }
 
-    // Forward with each page's own control, then all the way back with "Back".
+    // Forward with each page's own control, then all the way back with "Back". Every page lies
+    // inside a 1366x768 screen and takes the focus on its first input or its primary button.
     void pageFlow_data()
     {
         QTest::addColumn<QString>("tile");
@@ -73,9 +100,12 @@ private slots:
         QFETCH(QString, tile);
         QFETCH(QList<int>, pages);
         WizardFixture fixture(partnerToken());
+        fixture.iconFont = m_iconFont;
         auto wizard = fixture.makeWizard();
         wizard->show();
+        QCOMPARE(misplaced(*wizard), QString());
         QVERIFY(fixture.chooseTile(*wizard, tile));
+        QCOMPARE(misplaced(*wizard), QString());
         for (int i = 2; i < pages.size(); ++i) {
             bool moved = false;
             switch (pages[i - 1]) {
@@ -91,14 +121,21 @@ private slots:
             case RecoveryPoint:
                 moved = fixture.passRecoveryPoint(*wizard);
                 break;
-            case VmSettings:
+            case VmSettings: {
+                auto* add = findOnPage<QPushButton>(wizard->currentPage(), "Add Network Adapter");
+                QTRY_VERIFY(add->isEnabled());
+                clickOn(add);
+                clickOn(add);
+                QCOMPARE(misplaced(*wizard), QString());
                 moved = fixture.passVmSettings(*wizard);
                 break;
+            }
             default:
                 moved = fixture.pressButton(*wizard, "Next");
                 break;
             }
             QVERIFY2(moved, qPrintable(fixture.failure));
+            QCOMPARE(misplaced(*wizard), QString());
         }
         QCOMPARE(history(*wizard), pages);
         QCOMPARE(wizard->currentPage(), wizard->page(WizardPage(pages.last())));
@@ -159,118 +196,61 @@ private slots:
         WizardFixture fixture(partnerToken());
         auto wizard = fixture.makeWizard(false);
         wizard->show();
-        auto* page = static_cast<PageRecoveryType*>(wizard->page(RecoveryType));
-        CorvelWidgets::CvWizardButton* tile = page->virtualizeTile();
-        QVERIFY(!tile->isEnabled());
-        QVERIFY(tile->descriptionLabel()->text().endsWith(
+        RecoveryWizardPage* page = wizard->page(RecoveryType);
+        const auto tile = [page](const QString& caption) {
+            return findOnPage<CorvelWidgets::CvWizardButton>(page, caption);
+        };
+        CorvelWidgets::CvWizardButton* virtualize = tile("Virtualize (Hyper-V)");
+        QVERIFY(!virtualize->isEnabled());
+        QVERIFY(virtualize->descriptionLabel()->text().endsWith(
             "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)"));
-        QTest::mouseClick(tile, Qt::LeftButton);
-        QTest::keyClick(tile, Qt::Key_Space);
+        QTest::mouseClick(virtualize, Qt::LeftButton);
+        QTest::keyClick(virtualize, Qt::Key_Space);
         QCOMPARE(history(*wizard), QList<int>{0});
-        // The keyboard walks past the disabled tile to the three others.
+        // The keyboard starts on the first tile it can reach and walks past the disabled one.
         QApplication::setActiveWindow(wizard.get());
         QVERIFY(QTest::qWaitForWindowActive(wizard.get()));
+        QCOMPARE(QApplication::focusWidget(), tile("Virtual Disk Export"));
         QList<QWidget*> reached;
-        page->exportTile()->setFocus();
         for (int i = 0; i < 4 && QApplication::focusWidget(); ++i) {
             reached << QApplication::focusWidget();
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         }
-        QVERIFY(!reached.contains(tile));
-        QVERIFY(reached.contains(page->filesTile()));
-        QVERIFY(reached.contains(page->bareMetalTile()));
-        page->filesTile()->setFocus();
-        QTest::keyClick(page->filesTile(), Qt::Key_Return);
+        QVERIFY(!reached.contains(virtualize));
+        QVERIFY(reached.contains(tile("Recover Files")) && reached.contains(tile("Bare Metal Restore")));
+        tile("Recover Files")->setFocus();
+        QTest::keyClick(tile("Recover Files"), Qt::Key_Return);
         QCOMPARE(history(*wizard), (QList<int>{0, 4}));
     }
 
-    // Restore points against the fake service: retries, failures and the per-device cache.
-    void restorePoints_data()
+    // An odd or too small memory size is drawn in the error colour of the style sheet.
+    void invalidRamInErrorColour()
     {
-        QTest::addColumn<int>("retries");
-        QTest::addColumn<int>("failures");
-        QTest::addColumn<QString>("token");
-        QTest::addColumn<int>("calls");
-        QTest::addColumn<QStringList>("retryLines");
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<QStringList>("times");
-        QTest::newRow("answer") << 5 << 0 << "1001" << 1 << QStringList{} << "" << QStringList{"9:05 am", "5:30 pm"};
-        QTest::newRow("two failures, then the answer")
-            << 5 << 2 << "1001" << 3 << QStringList{"Retrying attempts left: 5", "Retrying attempts left: 4"} << ""
-            << QStringList{"9:05 am", "5:30 pm"};
-        QTest::newRow("retries 0, one failure")
-            << 0 << 1 << "1001" << 1 << QStringList{"Retrying attempts left: 0"}
-            << "Internal Error: Internal error: Failed to get restore points" << QStringList{};
-        QTest::newRow("no restore points")
-            << 5 << 0 << "1002-empty" << 1 << QStringList{}
-            << "Retrieveing restore points: No restore points found for selected device" << QStringList{};
-    }
-
-    void restorePoints()
-    {
-        QFETCH(int, retries);
-        QFETCH(int, failures);
-        QFETCH(QString, token);
-        QFETCH(int, calls);
-        QFETCH(QStringList, retryLines);
-        QFETCH(QString, box);
-        QFETCH(QStringList, times);
-        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", retries}});
-        if (token == "1002-empty")
-            fixture.service->restorePoints["device-token-1002-11"] = {};
-        fixture.service->failNext("retrieveRestorePoints", FakeService::Failure::Application, failures);
+        WizardFixture fixture(partnerToken());
         auto wizard = fixture.makeWizard();
         wizard->show();
-        QVERIFY(fixture.chooseTile(*wizard, "Recover Files"));
-        auto* list = findOnPage<QListWidget>(wizard->currentPage(), "RESULTS:");
-        QTRY_VERIFY(list->count() > 0);
-        list->setCurrentRow(0);
-        if (token == "1002-empty") {
-            auto* combo = findOnPage<QComboBox>(wizard->currentPage(), "PROTECTED SYSTEM:");
-            QTRY_COMPARE(combo->count(), 2);
-            combo->setCurrentIndex(1);
+        QVERIFY(fixture.chooseTile(*wizard, "Virtualize (Hyper-V)") && fixture.chooseTile(*wizard, "Make it a Test") &&
+                fixture.passDataSource(*wizard) && fixture.passRecoveryPoint(*wizard) && fixture.passDisks(*wizard) &&
+                fixture.passLocalCache(*wizard));
+        auto* ram = findOnPage<QComboBox>(wizard->currentPage(), "RAM:");
+        QTRY_VERIFY(ram->count() > 0);
+        // What is drawn, not what the palette says: the style sheet has the last word.
+        const auto drawnRed = [ram] {
+            const QImage image = ram->grab().toImage();
+            for (int y = 0; y < image.height(); ++y)
+                for (int x = 0; x < image.width(); ++x) {
+                    const QColor pixel = image.pixelColor(x, y);
+                    if (pixel.red() > 180 && pixel.green() < 90 && pixel.blue() < 80)
+                        return true;
+                }
+            return false;
+        };
+        for (const QString value : {"1001", "16", "1024"}) {
+            ram->lineEdit()->selectAll();
+            QTest::keyClicks(ram->lineEdit(), value);
+            ram->lineEdit()->deselect();
+            QVERIFY2(drawnRed() == (value != "1024"), qPrintable(value));
         }
-        LogCapture log;
-        QVERIFY(fixture.pressButton(*wizard, "Next"));
-        auto* page = static_cast<PageRecoveryPoint*>(wizard->currentPage());
-        QTRY_VERIFY(!page->loader()->isVisible());
-        QTRY_COMPARE(fixture.service->callCount("retrieveRestorePoints"), calls);
-        QCOMPARE(log.texts().filter("Retrying attempts left"), retryLines);
-        QCOMPARE(shownBoxes(), box.isEmpty() ? QStringList{} : QStringList{box});
-        QStringList shown;
-        for (int i = 0; i < page->timeList()->count(); ++i)
-            shown << page->timeList()->item(i)->text();
-        QCOMPARE(shown, times);
-
-        // Back and forth on the same device: the service is not asked again, the choice stays.
-        if (!times.isEmpty()) {
-            page->timeList()->setCurrentRow(1);
-            QVERIFY(fixture.pressButton(*wizard, "Back"));
-            QVERIFY(fixture.pressButton(*wizard, "Next"));
-            QCOMPARE(fixture.service->callCount("retrieveRestorePoints"), calls);
-            QCOMPARE(wizard->values().snapshot, QString("2026_03_02_17_30_00"));
-            QVERIFY(page->nextButton()->isEnabled());
-        }
-    }
-
-    // A service that fails every time is asked retries + 1 times, then the box.
-    void metadataFailures()
-    {
-        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", 2}});
-        fixture.service->failNext("retrieveMetadata", FakeService::Failure::Transport, 100);
-        auto wizard = fixture.makeWizard();
-        wizard->show();
-        QVERIFY(fixture.chooseTile(*wizard, "Virtual Disk Export"));
-        QVERIFY(fixture.chooseTile(*wizard, "VDI - VirtualBox"));
-        QVERIFY(fixture.passDataSource(*wizard));
-        LogCapture log;
-        QVERIFY(fixture.passRecoveryPoint(*wizard));
-        QTRY_COMPARE(shownBoxes().size(), 1);
-        QCOMPARE(fixture.service->callCount("retrieveMetadata"), 3);
-        QCOMPARE(shownBoxes().first(), QString("Corvel error: Failed to load disks metadata, please make sure that the "
-                                               "Corvel service is installed and running"));
-        QVERIFY(log.contains(QtCriticalMsg, "Failed to get metadata. All attempts exhausted."));
-        QVERIFY(!static_cast<PageDisksSelector*>(wizard->currentPage())->nextButton()->isEnabled());
     }
 
     // Disks: the labels, what Next writes, and no second call for the same recovery point.
@@ -283,20 +263,21 @@ private slots:
         QVERIFY(fixture.chooseTile(*wizard, "VMDK - ESXi Host"));
         QVERIFY(fixture.passDataSource(*wizard));
         QVERIFY(fixture.passRecoveryPoint(*wizard));
-        auto* page = static_cast<PageDisksSelector*>(wizard->currentPage());
-        QTRY_COMPARE(page->diskBoxes().size(), 2);
-        QCOMPARE(page->diskBoxes()[0]->text(), QString("Disk 0 [System] (2 volume(s) totalling 120.49 GiB)"));
-        QCOMPARE(page->diskBoxes()[1]->text(), QString("Disk 1 (1 volume(s) totalling 2.00 GiB)"));
-        QVERIFY(!page->exportTypeRow()->isVisible()); // VMDK: no dynamic choice
-        clickOn(page->diskBoxes()[0]);
+        RecoveryWizardPage* page = wizard->currentPage();
+        const auto boxes = [page] { return page->findChild<QWidget*>("disk_list")->findChildren<QCheckBox*>(); };
+        QTRY_COMPARE(boxes().size(), 2);
+        QCOMPARE(boxes()[0]->text(), QString("Disk 0 [System] (2 volume(s) totalling 120.49 GiB)"));
+        QCOMPARE(boxes()[1]->text(), QString("Disk 1 (1 volume(s) totalling 2.00 GiB)"));
+        QVERIFY(!page->findChild<QWidget*>("export_type_row")->isVisible()); // VMDK: no dynamic choice
+        clickOn(boxes()[0]);
         QVERIFY(fixture.pressButton(*wizard, "Next"));
         QCOMPARE(wizard->values().disksNames, QStringList{"disk-1"});
         QCOMPARE(wizard->values().systemDiskStyle, CorvelService::DiskStyle::RAW);
         QVERIFY(fixture.pressButton(*wizard, "Back"));
         QCOMPARE(fixture.service->callCount("retrieveMetadata"), 1);
-        for (QCheckBox* box : page->diskBoxes())
+        for (QCheckBox* box : boxes())
             box->setChecked(false);
-        QVERIFY(!page->nextButton()->isEnabled());
+        QVERIFY(!findOnPage<QPushButton>(page, "Next")->isEnabled());
     }
 
     void bareMetalDownload()

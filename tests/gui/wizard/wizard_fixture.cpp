@@ -1,5 +1,6 @@
 #include "wizard_fixture.h"
 
+#include "auth/sign_in_flows.h"
 #include "core/style_sheet.h"
 #include "widgets/cv_wizard_button.h"
 #include "widgets/message_box.h"
@@ -10,11 +11,11 @@
 #include <QFile>
 #include <QFontDatabase>
 #include <QLineEdit>
+#include <QListView>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
-#include <QThreadPool>
 
 #include <algorithm>
 
@@ -65,7 +66,7 @@ WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     , connection(
           [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
 {
-    connection.connectNow();
+    // No client yet: the first call makes it, with serviceFactory if a test has set one by then.
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
                      {102, "Harbourside", "Harbourside Clinic"},
                      {103, "quarry", "ABbey Quarry & Sons"},
@@ -96,23 +97,43 @@ std::shared_ptr<CorvelPlatform::ServiceControl> WizardFixture::hyperV(bool runni
     return std::make_shared<FakeServiceControl>(running);
 }
 
-WizardFixture::~WizardFixture()
+Corvel::RecoveryWizardContext WizardFixture::context(VuskAPI::CloudApi* cloudApi)
 {
-    QThreadPool::globalInstance()->waitForDone();
+    return {session,
+            settings,
+            connection,
+            cloudApi ? *cloudApi : cloud,
+            *serviceControl,
+            [this](QWidget* parent) {
+                return TmxAuth::reSignInAfterTimeout(session, settings.authUrl(), parent, tokenSource) == 0;
+            },
+            &TmxAuth::showRequestError,
+            [this](const std::string& path, const std::string&, const std::string&, const std::string& passphrase,
+                   std::string& reason) {
+                cacheChecks.append({QString::fromStdString(path), QString::fromStdString(passphrase)});
+                reason = cacheReason;
+                return cacheResult;
+            },
+            callLimitMs};
+}
+
+Corvel::PageContext WizardFixture::pageContext()
+{
+    return {session,
+            settings,
+            cloud,
+            connection,
+            [] { return false; },
+            [](const VuskAPI::RequestError& error) { TmxAuth::showRequestError(nullptr, error); },
+            context().localCacheCheck,
+            callLimitMs};
 }
 
 std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRunning)
 {
-    Corvel::RecoveryWizardContext context{session, settings, connection, &cloud, hyperV(hyperVRunning), {}, {}};
-    context.tokenSource = [](const QString&, const QString&, QWidget*) -> std::optional<QString> { return QString(); };
-    context.localCacheCheck = [this](const std::string& path, const std::string&, const std::string&,
-                                     const std::string& passphrase) {
-        cacheChecks.append({QString::fromStdString(path), QString::fromStdString(passphrase)});
-        return cacheResult;
-    };
-    return std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, std::move(context));
+    serviceControl = hyperV(hyperVRunning);
+    return std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, context());
 }
-
 
 QStringList shownBoxes()
 {
@@ -128,6 +149,19 @@ void clickOn(QWidget* widget)
     const bool indicator = qobject_cast<QCheckBox*>(widget) || qobject_cast<QRadioButton*>(widget);
     QTest::mouseClick(widget, Qt::LeftButton, {},
                       indicator ? QPoint(8, widget->height() / 2) : widget->rect().center());
+}
+
+QStringList itemTexts(const QAbstractItemModel* model)
+{
+    QStringList texts;
+    for (int row = 0; model && row < model->rowCount(); ++row)
+        texts << model->index(row, 0).data().toString();
+    return texts;
+}
+
+void chooseRow(QAbstractItemView* view, int row)
+{
+    view->setCurrentIndex(view->model()->index(row, 0));
 }
 
 namespace {
@@ -174,12 +208,12 @@ bool WizardFixture::chooseTile(Corvel::RecoveryWizard& wizard, const QString& ca
 bool WizardFixture::passDataSource(Corvel::RecoveryWizard& wizard)
 {
     if (session.userData().role == TmxAuth::UserRole::Partner) {
-        auto* list = findOnPage<QListWidget>(wizard.currentPage(), "RESULTS:");
-        if (!list || !waitFor([&] { return list->count() > 0; })) {
+        auto* list = findOnPage<QListView>(wizard.currentPage(), "RESULTS:");
+        if (!list || !waitFor([&] { return list->model()->rowCount() > 0; })) {
             failure = "no clients listed";
             return false;
         }
-        list->setCurrentRow(0);
+        chooseRow(list, 0);
     }
     return pressButton(wizard, "Next");
 }

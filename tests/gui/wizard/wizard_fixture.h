@@ -1,12 +1,13 @@
 #pragma once
 
+#include "cloud/token_source.h"
 #include "core/settings.h"
 #include "platform/platform.h"
 #include "service/service_connection.h"
 #include "session/auth_session.h"
+#include "testsupport/console_look.h"
 #include "testsupport/fake_cloud.h"
 #include "testsupport/fake_service.h"
-#include "testsupport/console_look.h"
 #include "widgets/icon_font.h"
 #include "wizard/recovery_wizard.h"
 
@@ -14,6 +15,8 @@
 
 #include <memory>
 
+class QAbstractItemModel;
+class QAbstractItemView;
 class QWidget;
 namespace Corvel {
 class RecoveryWizardPage;
@@ -26,6 +29,10 @@ QStringList shownBoxes();
 
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
+// The texts of a list or combo box, top to bottom.
+QStringList itemTexts(const QAbstractItemModel* model);
+// Makes row `row` of a list view current, as a click would.
+void chooseRow(QAbstractItemView* view, int row);
 // The child of the current page with this object name and text (any text when empty).
 template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
 
@@ -33,12 +40,14 @@ template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QStr
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
 struct WizardFixture {
     explicit WizardFixture(const QString& token, QJsonObject config = {});
-    // Waits for the pages' pool work: it calls the connection's factory, which reads this fixture.
-    ~WizardFixture();
 
     // Service manager whose "vmms" is running or not.
     static std::shared_ptr<CorvelPlatform::ServiceControl> hyperV(bool running);
 
+    // Over `cloudApi` (the fake cloud unless given); a new sign-in takes its token from tokenSource.
+    Corvel::RecoveryWizardContext context(VuskAPI::CloudApi* cloudApi = nullptr);
+    // What the pages' models get, for models tested without their pages.
+    Corvel::PageContext pageContext();
     std::unique_ptr<Corvel::RecoveryWizard> makeWizard(bool hyperVRunning = true);
 
     // Each step does what an operator does on the current page to move on, and waits for the
@@ -63,9 +72,16 @@ struct WizardFixture {
     CorvelService::ServiceConnection::Factory serviceFactory;
     CorvelService::ServiceConnection connection;
     CorvelTest::FakeCloud cloud;
-    // checkLocalCache's answers: (path, passphrase) -> result; anything else 5.
+    // checkLocalCache's answers: (path, passphrase) of each check; every check gives cacheResult
+    // with cacheReason.
     QList<QStringList> cacheChecks;
     std::int32_t cacheResult = 0;
+    std::string cacheReason;
+    TmxAuth::TokenSource tokenSource = [](const QString&, const QString&, QWidget*) -> std::optional<QString> {
+        return QString();
+    };
+    int callLimitMs = Corvel::RecoveryWizard::ServiceCallLimitMs;
+    std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl = hyperV(true);
 };
 
 template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)

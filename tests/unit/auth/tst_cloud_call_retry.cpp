@@ -1,4 +1,5 @@
-#include "auth/cloud_call_retry.h"
+#include "auth/sign_in_flows.h"
+#include "cloud/cloud_call_retry.h"
 #include "cloud/vusk_request.h"
 #include "core/settings.h"
 #include "testsupport/cloud_sim.h"
@@ -15,6 +16,14 @@ using CorvelTest::CloudSim;
 using CorvelWidgets::MessageBox;
 
 namespace {
+
+// The policy as the console wires it: the sign-in flows for a new token, their box for an error.
+CloudCallRetry consolePolicy(AuthSession& session, int retries, const QString& authUrl, const TokenSource& source = {})
+{
+    return CloudCallRetry(
+        retries, [&session, authUrl, source] { return reSignInAfterTimeout(session, authUrl, nullptr, source) == 0; },
+        [](const RequestError& error) { showRequestError(nullptr, error); });
+}
 
 QStringList boxes()
 {
@@ -85,8 +94,8 @@ private slots:
         QFETCH(QStringList, shown);
         QFETCH(int, httpStatus);
         AuthSession session(partnerToken());
-        CloudCallRetry retry(&session, nullptr, retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries,
-                             QString());
+        CloudCallRetry retry =
+            consolePolicy(session, retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries, QString());
         int calls = 0, value = 0, failed = 0;
         retry.run<int>(
             "Passphrase request",
@@ -115,13 +124,14 @@ private slots:
         QVERIFY(sim.start());
         AuthSession session(sim.signIn("partner"));
         VuskRequest request(&session, sim.vuskUrl());
-        CloudCallRetry retry(&session, nullptr, 5, sim.authUrl());
         QString fresh;
         QStringList asked;
-        retry.setTokenSource([&](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
-            asked << authUrl + "|" + logoutUrl;
-            return fresh = sim.signIn("partner");
-        });
+        CloudCallRetry retry =
+            consolePolicy(session, 5, sim.authUrl(),
+                          [&](const QString& authUrl, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
+                              asked << authUrl + "|" + logoutUrl;
+                              return fresh = sim.signIn("partner");
+                          });
         QVERIFY(!runClients(retry, request)); // uses the token's only request
         QVERIFY(asked.isEmpty());
         QVERIFY(!runClients(retry, request));

@@ -1,7 +1,9 @@
+#include "localcache/local_cache_texts.h"
 #include "wizard/job_assembly.h"
 #include "wizard/page_flow.h"
 #include "wizard/restore_points.h"
 #include "wizard/wizard_rules.h"
+#include "wizard/wizard_texts.h"
 
 #include <QtTest>
 
@@ -18,6 +20,33 @@ class TestWizardRules : public QObject {
     Q_OBJECT
 
 private slots:
+    // Texts the product fixes, odd spellings and spaces included: a "correction" breaks them.
+    void fixedTexts_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("restore points title")
+            << QString(WizardTexts::RestorePointsTitle) << "Retrieveing restore points";
+        QTest::newRow("unreachable cache")
+            << QString(WizardTexts::CacheUnreachable)
+            << "Error, cannot access the path specified for the Local Cache repository.  Check permissions.";
+        QTest::newRow("opening cache") << QString(WizardTexts::OpeningCacheLog) << "Opening local cache database .";
+        QTest::newRow("no client") << QString(WizardTexts::NoClientLog) << "Failed to create Corvel Service client";
+        QTest::newRow("metadata box") << QString(WizardTexts::MetadataFailed)
+                                      << "Failed to load disks metadata, please make sure that the Corvel service is "
+                                         "installed and running";
+        QTest::newRow("passphrase box") << WizardTexts::passphraseFailed(503, "busy")
+                                        << "Failed to get device encryption passphrase.\nError code: 503, reason: busy";
+        QTest::newRow("library error line") << QString(LocalCacheTexts::MirelErrorLine) << "Mirel error: %s\n";
+    }
+
+    void fixedTexts()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, expected);
+        QCOMPARE(text, expected);
+    }
+
     void pageFlow_data()
     {
         QTest::addColumn<MaybeType>("type");

@@ -1,0 +1,229 @@
+#include "../../gui/wizard/wizard_fixture.h"
+
+#include "localcache/local_cache_check.h"
+#include "testsupport/log_capture.h"
+#include "testsupport/test_tokens.h"
+#include "widgets/message_box.h"
+#include "wizard/models/data_source_model.h"
+#include "wizard/models/disks_model.h"
+#include "wizard/models/hyperv_model.h"
+#include "wizard/models/local_cache_model.h"
+#include "wizard/models/restore_points_model.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+using namespace Corvel;
+using CorvelTest::FakeService;
+using CorvelTest::LogCapture;
+using CorvelWidgets::MessageBox;
+
+// The wizard's conversations with the cloud and the service, without their pages.
+class TestWizardModels : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        MessageBox::setAutoAnswer(true);
+        MessageBox::clearShown();
+    }
+
+    // Client, data source, device: each level asked once the one above is chosen; a late reply
+    // for a level chosen again is dropped.
+    void dataSourceCascade()
+    {
+        WizardFixture fixture(partnerToken());
+        RecoveryWizardValues values;
+        DataSourceModel model(values, fixture.pageContext());
+        model.start();
+        QTRY_COMPARE(model.clients()->rowCount(), 4);
+        model.setSearch("AB");                                                   // usernames only, any case
+        QCOMPARE(itemTexts(model.clients()), QStringList{"tabby (Tabby Cats)"}); // not quarry: "ABbey" is its name
+        model.setSearch(QString());
+        QSignalSpy complete(&model, &DataSourceModel::completeChanged);
+        model.chooseClient(model.clients()->index(0, 0));
+        QTRY_COMPARE(model.dataSources().size(), 2);
+        fixture.cloud.setDelay("devices", 200);
+        model.chooseDataSource(0);
+        model.chooseDataSource(1); // the devices of data source 11 are still on their way
+        QTRY_COMPARE(model.devices().size(), 1);
+        QTest::qWait(300);
+        QCOMPARE(model.devices().first().name, QString("UNREGISTERED"));
+        model.chooseDevice(0); // id 0: not a device to restore
+        QVERIFY(!complete.last().first().toBool());
+        model.chooseDataSource(0);
+        QTRY_COMPARE(model.devices().size(), 2);
+        model.chooseDevice(1);
+        QVERIFY(complete.last().first().toBool());
+        QCOMPARE(values.deviceName, QString("SQL-02"));
+        QCOMPARE(values.clientName, QString("northwind (Northwind Ltd)"));
+        // Another client clears every level below it.
+        model.chooseClient(model.clients()->index(1, 0));
+        QVERIFY(values.dataSourceId == 0 && values.deviceId == 0 && model.devices().isEmpty());
+        QCOMPARE(fixture.cloud.calls,
+                 (QStringList{"clients", "datasources 101", "devices 11 server 101", "devices 12 workstation 101",
+                              "devices 11 server 101", "datasources 102"}));
+    }
+
+    // Restore points: retries, failures, an empty answer, a silent service, and the cache.
+    void restorePoints_data()
+    {
+        QTest::addColumn<int>("retries");
+        QTest::addColumn<int>("failures");
+        QTest::addColumn<int>("delayMs");
+        QTest::addColumn<int>("calls");
+        QTest::addColumn<QStringList>("retryLines");
+        QTest::addColumn<QString>("outcome");
+        QTest::newRow("answer") << 5 << 0 << 0 << 1 << QStringList{} << "arrived";
+        QTest::newRow("two failures, then the answer")
+            << 5 << 2 << 0 << 3 << QStringList{"Retrying attempts left: 5", "Retrying attempts left: 4"} << "arrived";
+        QTest::newRow("retries 0, one failure")
+            << 0 << 1 << 0 << 1 << QStringList{"Retrying attempts left: 0"} << "failed";
+        QTest::newRow("no restore points") << 5 << 0 << 0 << 1 << QStringList{} << "empty";
+        QTest::newRow("silent service: given up, not repeated") << 5 << 0 << 2000 << 1 << QStringList{} << "failed";
+    }
+
+    void restorePoints()
+    {
+        QFETCH(int, retries);
+        QFETCH(int, failures);
+        QFETCH(int, delayMs);
+        QFETCH(int, calls);
+        QFETCH(QStringList, retryLines);
+        QFETCH(QString, outcome);
+        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", retries}});
+        fixture.callLimitMs = 300;
+        if (outcome == "empty")
+            fixture.service->restorePoints["device-token-1001-11"] = {};
+        fixture.service->failNext("retrieveRestorePoints", FakeService::Failure::Application, failures);
+        fixture.service->setDelay("retrieveRestorePoints", delayMs);
+        RecoveryWizardValues values;
+        values.dataSourceId = 11;
+        values.deviceId = 1001;
+        RestorePointsModel model(values, fixture.pageContext());
+        QSignalSpy arrived(&model, &RestorePointsModel::arrived), failed(&model, &RestorePointsModel::failed),
+            empty(&model, &RestorePointsModel::empty);
+        LogCapture log;
+        model.load();
+        QTRY_COMPARE(arrived.size() + failed.size() + empty.size(), 1);
+        QCOMPARE(fixture.service->callCount("retrieveRestorePoints"), calls);
+        QCOMPARE(log.texts().filter("Retrying attempts left"), retryLines);
+        QCOMPARE((QStringList{"arrived", "failed", "empty"}[arrived.size() ? 0 : failed.size() ? 1 : 2]), outcome);
+        QCOMPARE(model.cached(), outcome == "arrived");
+        if (model.cached())
+            QCOMPARE(values.restorePointsCache.value(1001).size(), 4);
+        if (delayMs)
+            QCOMPARE(log.texts().filter("No answer from the Corvel service").size(), 1);
+    }
+
+    // Disks: the same point is asked once; a failing service is asked retries + 1 times.
+    void disks()
+    {
+        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", 2}});
+        DisksModel model(fixture.pageContext());
+        QSignalSpy arrived(&model, &DisksModel::arrived), failed(&model, &DisksModel::failed);
+        const QStringList point{"https://device-1001.invalid", "device-token-1001-11", "2026_03_02_17_30_00"};
+        QVERIFY(!model.load(point));
+        QVERIFY(!model.load(point)); // under way: not asked again
+        QTRY_COMPARE(arrived.size(), 1);
+        QVERIFY(model.load(point));
+        QCOMPARE(int(model.disks().size()), 2);
+        fixture.service->failNext("retrieveMetadata", FakeService::Failure::Transport, 100);
+        LogCapture log;
+        QVERIFY(!model.load({"h", "t", "2026_03_02_09_05_00"}));
+        QTRY_COMPARE(failed.size(), 1);
+        QCOMPARE(fixture.service->callCount("retrieveMetadata"), 4);
+        QVERIFY(log.contains(QtCriticalMsg, "Failed to get metadata. All attempts exhausted."));
+        QVERIFY(model.disks().empty());
+    }
+
+    // Hyper-V is asked only when a page asks the model, and once.
+    void hyperVAskedOnce()
+    {
+        WizardFixture fixture(partnerToken());
+        fixture.service->hyperVRamBytesUsed = 1 << 30;
+        HyperVModel model(fixture.pageContext());
+        QSignalSpy memory(&model, &HyperVModel::memoryKnown), networks(&model, &HyperVModel::networksKnown);
+        QTest::qWait(50);
+        QVERIFY(fixture.service->calls().isEmpty());
+        model.load();
+        model.load();
+        QTRY_VERIFY(memory.size() == 1 && networks.size() == 1);
+        QCOMPARE(networks.first().first().toStringList(), (QStringList{"Default Switch", "LAN"}));
+        QCOMPARE(fixture.service->calls().size(), 2);
+    }
+
+    // The local cache check: each result's box, the library's reason under it, the path in the log.
+    void localCache_data()
+    {
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QString>("box"); // empty: passed
+        const QString here = QDir::tempPath();
+        QTest::newRow("opened") << 0 << here << ""
+                                << "";
+        QTest::newRow("read-only, accepted like opened") << 1 << here << ""
+                                                         << "";
+        QTest::newRow("unreachable") << 2 << here << "share refused"
+                                     << "Error, cannot access the path specified for the Local Cache repository.  "
+                                        "Check permissions.\nReason: share refused";
+        QTest::newRow("missing folder") << 2 << here + "/no-such-folder"
+                                        << ""
+                                        << "Error, the path specified for the Local Cache repository does not exist.";
+        QTest::newRow("no keyring") << 3 << here << ""
+                                    << "Error, Local Cache data at specified path cannot be opened, this data may "
+                                       "belong to another customer account.";
+        QTest::newRow("wrong passphrase") << 4 << here << "wrong password or no key found"
+                                          << "Error, Local Cache data at specified path cannot be opened, this data "
+                                             "may belong to another customer account.\nReason: wrong password or no "
+                                             "key found";
+        QTest::newRow("no repository") << 5 << here << ""
+                                       << "Error, specified path does not contain a Local Cache repository.";
+        QTest::newRow("unknown") << 9 << here << ""
+                                 << "Unknown error";
+    }
+
+    void localCache()
+    {
+        QFETCH(int, result);
+        QFETCH(QString, path);
+        QFETCH(QString, reason);
+        QFETCH(QString, box);
+        WizardFixture fixture(partnerToken());
+        fixture.cacheResult = result;
+        fixture.cacheReason = reason.toStdString();
+        RecoveryWizardValues values;
+        values.deviceId = 1001;
+        values.localCachePath = path;
+        LocalCacheModel model(values, fixture.pageContext());
+        QSignalSpy passed(&model, &LocalCacheModel::passed), refused(&model, &LocalCacheModel::refused);
+        LogCapture log;
+        model.check();
+        QTRY_COMPARE(passed.size() + refused.size(), 1);
+        QCOMPARE(fixture.cacheChecks, (QList<QStringList>{{path, "amber-falcon-42"}}));
+        QCOMPARE(refused.isEmpty() ? QString() : refused.first().first().toString(), box);
+        QCOMPARE(values.localCacheReadOnly, box.isEmpty());
+        if (!box.isEmpty())
+            QCOMPARE(log.texts().filter("Local cache at " + path + " refused: ").size(), 1);
+    }
+
+    void passphraseRequestFails()
+    {
+        WizardFixture fixture(partnerToken());
+        fixture.cloud.failNext("passphrase", {VuskAPI::RequestError::ServerError, 503, "busy"});
+        RecoveryWizardValues values;
+        values.deviceId = 1001;
+        LocalCacheModel model(values, fixture.pageContext());
+        QSignalSpy refused(&model, &LocalCacheModel::refused);
+        model.check();
+        QTRY_COMPARE(refused.size(), 1);
+        QCOMPARE(refused.first().first().toString(),
+                 QString("Failed to get device encryption passphrase.\nError code: 503, reason: busy"));
+        QVERIFY(fixture.cacheChecks.isEmpty());
+    }
+};
+
+QTEST_MAIN(TestWizardModels)
+#include "tst_wizard_models.moc"
