@@ -162,11 +162,6 @@ ServiceConnection::Factory ServiceConnection::serviceFactory(const std::string& 
     return [workingDir, port] { return createServiceClient(workingDir, "localhost", port); };
 }
 
-ServiceConnection::Factory ServiceConnection::factory() const
-{
-    return m_shared->factory;
-}
-
 bool ServiceConnection::connectNow()
 {
     Client fresh = m_shared->factory ? m_shared->factory() : Client();

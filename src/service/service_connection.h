@@ -86,9 +86,6 @@ public:
     // 0 leaves the poll to pollSoon alone.
     void setPollInterval(int milliseconds);
 
-    // The factory itself, for the wizard pages until their queries come here too.
-    Factory factory() const;
-
     State state() const;
     bool isLost() const { return !m_client; }
     // Milliseconds until the next attempt to reconnect is due (0 when due now or not lost).

@@ -267,6 +267,11 @@ void MainWindow::setJournal(CorvelJournal::Journal* journal)
     });
     connect(&m_connection, &CorvelService::ServiceConnection::polled, journal,
             [table, journal] { journal->setServiceAvailable(!table->isServiceUnavailable()); });
+    // A silent service counts as away from the moment its silence starts, not when it answers.
+    connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, journal, [this, journal] {
+        if (m_connection.state() != CorvelService::ServiceConnection::State::Connected)
+            journal->connectionLost();
+    });
     connect(&m_launcher, &JobLauncher::jobCreated, journal,
             [this](const std::string& jobId, const RecoveryWizardValues& values) {
                 CorvelService::JobDescription launched;
