@@ -16,6 +16,7 @@
 #include "ui/main_window_geometry.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
+#include "widgets/screen_scale.h"
 
 #include <QApplication>
 #include <QDebug>
@@ -87,7 +88,7 @@ int runConsole(int argc, char** argv)
     font.setFamily(QStringLiteral("Source Sans Pro"));
     QApplication::setFont(font);
 
-    app.setStyleSheet(loadStyleSheet(QStringLiteral(":/res/styles.qss")));
+    app.setStyleSheet(loadStyleSheet(QStringLiteral(":/res/styles.qss"), CorvelWidgets::screenScale()));
 
     const std::optional<CorvelWidgets::IconFont> iconFont = CorvelWidgets::IconFont::load(
         QStringLiteral(":/res/velmora-iconfont.ttf"), QStringLiteral(":/res/velmora-iconfont.json"),

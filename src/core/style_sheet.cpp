@@ -2,12 +2,9 @@
 
 #include "core/palette.h"
 
-#include <QCursor>
 #include <QDebug>
 #include <QFile>
-#include <QGuiApplication>
 #include <QRegularExpression>
-#include <QScreen>
 
 #include <cmath>
 
@@ -23,8 +20,9 @@ const TextVariables& styleTextVariables()
         {"$deep_dark_primary", Palette::DeepDarkPrimary},
         {"$secondary_color", Palette::Secondary},
         {"$bright_red", Palette::BrightRed},
-        {"$velmora_gradient", QStringLiteral("qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 %1, stop: 0.52 %2, stop:1 %3)")
-                                  .arg(Palette::Burgundy, Palette::GradientMiddle, Palette::GradientEnd)},
+        {"$velmora_gradient",
+         QStringLiteral("qlineargradient(x1:0, y1:0, x2:1, y2:0, stop:0 %1, stop: 0.52 %2, stop:1 %3)")
+             .arg(Palette::Burgundy, Palette::GradientMiddle, Palette::GradientEnd)},
         {"$burgundy", Palette::Burgundy},
         {"$dusty_blue", Palette::DustyBlue},
         {"$turquoise", Palette::Turquoise},
@@ -57,19 +55,12 @@ const SizeVariables& styleSizeVariables()
     return variables;
 }
 
-double screenScale()
-{
-    const QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
-    return screen ? screen->logicalDotsPerInchX() / 96.0 : 1.0;
-}
-
-QString loadStyleSheet(const QString& path)
+QString loadStyleSheet(const QString& path, double scale)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return QString();
     const QString text = QString::fromUtf8(file.readAll());
-    const double scale = screenScale();
     TextVariables texts = styleTextVariables();
     for (auto& entry : texts)
         entry.second = scaleLengths(entry.second, scale);

@@ -13,11 +13,9 @@ using SizeVariables = QVector<std::pair<QString, QVector<int>>>;
 const TextVariables& styleTextVariables();
 const SizeVariables& styleSizeVariables();
 
-// Logical DPI of the screen under the mouse cursor over 96; 1.0 without a screen there.
-double screenScale();
-
-// Reads the sheet and resolves its variables for the current screen; empty when unreadable.
-QString loadStyleSheet(const QString& path);
+// Reads the sheet and resolves its variables for a screen of `scale` (logical DPI over 96);
+// empty when unreadable.
+QString loadStyleSheet(const QString& path, double scale);
 // Every literal length in pixels ("16px") multiplied by the scale, rounded half up: the sheet's
 // fixed sizes grow with the screen like its size variables.
 QString scaleLengths(const QString& text, double scale);

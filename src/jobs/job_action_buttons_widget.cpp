@@ -216,10 +216,12 @@ JobActionButtonsWidget::VmChoice JobActionButtonsWidget::askAboutVm()
 bool JobActionButtonsWidget::storeVmChoice(bool deleteVm)
 {
     CorvelService::JobMutableSettings settings;
-    if (!callService([&](CorvelService::CorvelServiceIf& service) { service.getJobMutableSettings(settings, m_job.id); }))
+    if (!callService(
+            [&](CorvelService::CorvelServiceIf& service) { service.getJobMutableSettings(settings, m_job.id); }))
         return false;
     settings.__set_delete_created_vm(deleteVm);
-    return callService([&](CorvelService::CorvelServiceIf& service) { service.setJobMutableSettings(m_job.id, settings); });
+    return callService(
+        [&](CorvelService::CorvelServiceIf& service) { service.setJobMutableSettings(m_job.id, settings); });
 }
 
 void JobActionButtonsWidget::finishAction(bool succeeded, const char* action)

@@ -8,8 +8,8 @@
 #include "jobs/job_status_label.h"
 #include "jobs/job_type_label.h"
 #include "jobs/job_work_widget.h"
-#include "jobs/soft_wrap.h"
 #include "jobs/jobs_texts.h"
+#include "jobs/soft_wrap.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -36,8 +36,7 @@ std::array<const std::string*, 5> infoValues(const CorvelService::JobDescription
 
 } // namespace
 
-JobRowWidget::JobRowWidget(const CorvelService::JobDescription& job,
-                           CorvelService::ServiceConnection* connection,
+JobRowWidget::JobRowWidget(const CorvelService::JobDescription& job, CorvelService::ServiceConnection* connection,
                            const CorvelWidgets::IconFont& iconFont, std::shared_ptr<const JobColumns> columns,
                            QWidget* parent)
     : QWidget(parent)
@@ -151,7 +150,8 @@ void JobRowWidget::contextMenuEvent(QContextMenuEvent* event)
     QMenu menu(this);
     menu.setObjectName("job_row_menu");
     QAction* copy = menu.addAction(Texts::CopyDetails);
-    connect(copy, &QAction::triggered, this, [this] { QGuiApplication::clipboard()->setText(JobDetails::text(job())); });
+    connect(copy, &QAction::triggered, this,
+            [this] { QGuiApplication::clipboard()->setText(JobDetails::text(job())); });
     menu.exec(event->globalPos());
 }
 

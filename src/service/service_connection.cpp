@@ -119,8 +119,7 @@ struct ServiceConnection::Pending {
 };
 
 // Requests out, by task id; only the owner's thread touches it.
-struct ServiceConnection::Requests : std::map<quint64, Pending> {
-};
+struct ServiceConnection::Requests : std::map<quint64, Pending> {};
 
 ServiceConnection::ServiceConnection(Factory factory, std::shared_ptr<Corvel::Clock> clock, QObject* parent)
     : QObject(parent)
@@ -431,8 +430,9 @@ void ServiceConnection::logOutageSummary()
 {
     if (!m_outageReported || m_attemptsSinceSummary == 0)
         return;
-    QString line = QStringLiteral("Corvel service still not reachable: %1 connection attempts failed in the last minute")
-                       .arg(m_attemptsSinceSummary);
+    QString line =
+        QStringLiteral("Corvel service still not reachable: %1 connection attempts failed in the last minute")
+            .arg(m_attemptsSinceSummary);
     if (!m_lastFailure.isEmpty())
         line += QStringLiteral(" (last: %1)").arg(m_lastFailure);
     qWarning().noquote() << line;

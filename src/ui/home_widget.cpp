@@ -1,4 +1,5 @@
 #include "ui/home_widget.h"
+#include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
 #include "jobs/job_table_widget.h"
@@ -29,7 +30,7 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     frameLayout->setContentsMargins(0, 0, 0, 0);
     frameLayout->addWidget(m_jobTable);
     // The main window opens at its minimum height: leave room for a handful of jobs.
-    frame->setMinimumHeight(qRound(MinimumJobsHeight * screenScale()));
+    frame->setMinimumHeight(qRound(MinimumJobsHeight * CorvelWidgets::screenScale()));
 
     m_newRecovery->setObjectName("button_primary_small");
     m_newRecovery->setIcon(

@@ -27,8 +27,8 @@
 #include <QDebug>
 #include <QDesktopServices>
 #include <QKeyEvent>
-#include <QMenu>
 #include <QListWidget>
+#include <QMenu>
 #include <QShortcut>
 #include <QUrl>
 #include <QtConcurrent>
@@ -36,7 +36,6 @@
 namespace Corvel {
 
 namespace {
-
 
 const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
 

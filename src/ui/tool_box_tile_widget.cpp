@@ -1,4 +1,5 @@
 #include "ui/tool_box_tile_widget.h"
+#include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
 
@@ -26,7 +27,7 @@ ToolBoxTileWidget::ToolBoxTileWidget(const QIcon& icon, const QString& caption, 
     m_description->setObjectName("toolbox_tile_description");
     m_button->setObjectName("toolbox_tile_label");
 
-    const int side = qRound(IconSide * Corvel::screenScale());
+    const int side = qRound(IconSide * CorvelWidgets::screenScale());
     m_icon->setPixmap(icon.pixmap(side, side));
     m_icon->setAccessibleName(caption);
     setAccessibleName(caption);

@@ -1,4 +1,5 @@
 #include "widgets/cv_title_bar.h"
+#include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
 #include "widgets/picture_tag.h"
@@ -54,7 +55,7 @@ CvTitleBar::CvTitleBar(QWidget* parent)
     m_layout->setSpacing(0);
 
     m_title->setObjectName("main_window_top_bar");
-    const double scale = Corvel::screenScale();
+    const double scale = CorvelWidgets::screenScale();
     m_title->setText(pictureTag(QStringLiteral(":/res/orbex-recover.png"), PictureHeight, scale) + " Corvel");
     m_title->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     // Presses must reach the title bar itself, which does the dragging.

@@ -1,4 +1,5 @@
 #include "widgets/message_box.h"
+#include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
 #include "widgets/dialog_style.h"
@@ -63,7 +64,7 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     box.setIcon(request.icon);
     if (request.icon != QMessageBox::NoIcon) {
         constexpr int PictureSide = 32;
-        box.setIconPixmap(DialogStyle::statusPicture(request.icon, qRound(PictureSide * Corvel::screenScale()),
+        box.setIconPixmap(DialogStyle::statusPicture(request.icon, qRound(PictureSide * CorvelWidgets::screenScale()),
                                                      box.devicePixelRatioF()));
     }
     if (request.titleSet)

@@ -1,4 +1,5 @@
 #include "widgets/resizable_window.h"
+#include "widgets/screen_scale.h"
 
 #include "build_config.h"
 #include "core/style_sheet.h"
@@ -33,7 +34,7 @@ ResizableWindow::ResizableWindow(QWidget* parent)
 
     constexpr int LogoHeight = 24;
     auto* logo = new QLabel(
-        CorvelWidgets::pictureTag(QStringLiteral(":/res/velmora-logo.png"), LogoHeight, screenScale()), this);
+        CorvelWidgets::pictureTag(QStringLiteral(":/res/velmora-logo.png"), LogoHeight, CorvelWidgets::screenScale()), this);
     logo->setAccessibleName(QStringLiteral("Velmora"));
     logo->setObjectName("footer_widget");
     logo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

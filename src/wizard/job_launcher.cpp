@@ -38,18 +38,20 @@ LaunchOutcome JobLauncher::launch(const RecoveryWizardValues& values)
     case CallOutcome::Ok:
         break;
     case CallOutcome::ApplicationFailure:
-        return {LaunchOutcome::Kind::Refused, {}, QStringLiteral("Internal Error"), QStringLiteral("Failed to create job")};
+        return {
+            LaunchOutcome::Kind::Refused, {}, QStringLiteral("Internal Error"), QStringLiteral("Failed to create job")};
     default:
-        return {LaunchOutcome::Kind::Unreachable, {}, QStringLiteral("Unknown error"),
+        return {LaunchOutcome::Kind::Unreachable,
+                {},
+                QStringLiteral("Unknown error"),
                 QStringLiteral("Failed to create job")};
     }
 
     qInfo() << "Recovery job created successfully.";
     emit jobCreated(outcome.jobId, values);
     // The start's failure line is printf-style and ends in a newline of its own.
-    const CorvelService::CallResult started =
-        m_connection.call([&](CorvelServiceIf& service) { service.startJob(outcome.jobId); },
-                          {QtWarningMsg, 0, QStringLiteral("\n")});
+    const CorvelService::CallResult started = m_connection.call(
+        [&](CorvelServiceIf& service) { service.startJob(outcome.jobId); }, {QtWarningMsg, 0, QStringLiteral("\n")});
     if (started.outcome != CallOutcome::Ok) {
         outcome.kind = LaunchOutcome::Kind::StartFailed;
         outcome.title = QStringLiteral("Internal Error");

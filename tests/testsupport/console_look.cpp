@@ -1,6 +1,7 @@
 #include "testsupport/console_look.h"
 
 #include "core/style_sheet.h"
+#include "widgets/screen_scale.h"
 
 #include <QApplication>
 #include <QFont>
@@ -23,7 +24,7 @@ CorvelWidgets::IconFont applyConsoleLook()
     QFont font = QApplication::font();
     font.setFamily(QStringLiteral("Source Sans Pro"));
     QApplication::setFont(font);
-    qApp->setStyleSheet(Corvel::loadStyleSheet(QStringLiteral(":/res/styles.qss")));
+    qApp->setStyleSheet(Corvel::loadStyleSheet(QStringLiteral(":/res/styles.qss"), CorvelWidgets::screenScale()));
     if (auto loaded = CorvelWidgets::IconFont::load(":/res/velmora-iconfont.ttf", ":/res/velmora-iconfont.json",
                                                     "velmora-iconfont"))
         return *loaded;

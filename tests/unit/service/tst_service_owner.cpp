@@ -52,8 +52,8 @@ private slots:
         QTest::addColumn<QString>("log");
         QTest::newRow("answered") << 0 << 0 << false << int(CallOutcome::Ok) << "";
         QTest::newRow("answered within the limit") << 0 << 5000 << false << int(CallOutcome::Ok) << "";
-        QTest::newRow("silent past the limit") << 1500 << 100 << false << int(CallOutcome::TimedOut)
-                                               << "No answer from the Corvel service within 1 s";
+        QTest::newRow("silent past the limit")
+            << 1500 << 100 << false << int(CallOutcome::TimedOut) << "No answer from the Corvel service within 1 s";
         QTest::newRow("asker gone") << 300 << 0 << true << -1 << "";
     }
 
