@@ -117,7 +117,7 @@ void MainWindow::runUpdateCheck()
 {
     if (m_updater.checkForUpdates())
         emit updateOffered();
-    else
+    else if (!m_updater.lastStatus().isEmpty()) // nothing to say when no update is needed
         qInfo().noquote() << m_updater.lastStatus();
 }
 

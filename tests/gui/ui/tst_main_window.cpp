@@ -346,6 +346,7 @@ private slots:
         // The close returned only once the check had its answer from the slow server.
         QVERIFY(m_window->updateCheck().isFinished());
         QVERIFY(log.contains(QtInfoMsg, "Update is not required."));
+        QVERIFY(!log.texts().contains(QString()));
     }
 
 private:
