@@ -51,10 +51,13 @@ bool succeeded(const JobDescription& job)
 
 QString jobName(const JobDescription& job)
 {
+    const QString type = CvJobs::JobTypeLabel::typeText(job.job_type);
     const QString device = QString::fromStdString(job.configuration.device_name);
+    const QString named = device.isEmpty() ? QString::fromStdString(job.id) : device;
+    if (job.configuration.recovery_point.empty())
+        return QString::fromLatin1(Texts::JobNameWithoutPoint).arg(type, named);
     return QString::fromLatin1(Texts::JobName)
-        .arg(CvJobs::JobTypeLabel::typeText(job.job_type), device.isEmpty() ? QString::fromStdString(job.id) : device,
-             CvJobs::JobDetails::recoveryPoint(job.configuration.recovery_point));
+        .arg(type, named, CvJobs::JobDetails::recoveryPoint(job.configuration.recovery_point));
 }
 
 struct Wording {

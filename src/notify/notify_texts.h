@@ -23,6 +23,7 @@ constexpr char VmRunning[] = "%1: virtual machine %2 is running.";
 constexpr char ExportFinishedTitle[] = "Export finished";
 constexpr char ExportFinished[] = "%1: disks exported to %2.";
 constexpr char JobName[] = "%1 of %2, recovery point %3";
+constexpr char JobNameWithoutPoint[] = "%1 of %2";
 
 // Logged
 constexpr char Shown[] = "Notification: %1: %2";

@@ -1,3 +1,4 @@
+#include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
@@ -93,7 +94,7 @@ private:
         CvJobs::JobTableWidget& table = *m_window->home()->jobTable();
         table.setClock(m_clock);
         m_window->show();
-        QTest::qWaitFor([&] { return table.jobList()->jobs().size() == size_t(jobs); }, 5000);
+        (void)QTest::qWaitFor([&] { return table.jobList()->jobs().size() == size_t(jobs); }, 5000);
         return table;
     }
 
@@ -168,7 +169,8 @@ private slots:
     // A service away for 30 s is one notification, its return another; 29 s are none.
     void outageAndReturn()
     {
-        open({"--jobs", "2", "--tick-ms", "3600000"}, "problems", 2);
+        const QStringList kept{"--state", m_dir.filePath("jobs.json"), "--tick-ms", "3600000"};
+        open(kept + QStringList{"--jobs", "2"}, "problems", 2);
         m_sim.stop();
         QTRY_VERIFY(m_connection->state() != ServiceConnection::State::Connected);
         m_clock->advance(JobNotifications::OutageMs - 1000);
@@ -176,7 +178,7 @@ private slots:
         QVERIFY(m_shown->isEmpty());
         m_clock->advance(1000);
         QTRY_COMPARE(*m_shown, QStringList{"Corvel service unreachable|"});
-        const QString error = m_sim.start(m_dir.path(), {"--tick-ms", "3600000"}, m_sim.port());
+        const QString error = m_sim.start(m_dir.path(), kept, m_sim.port());
         QVERIFY2(error.isEmpty(), qPrintable(error));
         QTRY_COMPARE_WITH_TIMEOUT(m_shown->size(), 2, 5000);
         QCOMPARE(m_shown->last(), QString("Corvel service back|"));
@@ -188,11 +190,11 @@ private slots:
         auto& table = open({"--jobs", "7", "--tick-ms", "3600000"}, QString(), 7);
         std::shared_ptr<CorvelServiceIf> other;
         const std::string id = running(other).at(0).id;
-        other->cancelJob(id);
+        other->stopJob(id);
         auto* banner = m_window->findChild<QWidget*>("notification_banner");
         QVERIFY(banner);
         QTRY_VERIFY(banner->isVisible());
-        QCOMPARE(banner->findChild<QLabel*>("notification_banner_title")->text(), QString("Recovery job cancelled"));
+        QCOMPARE(banner->findChild<QLabel*>("notification_banner_title")->text(), QString("Recovery job stopped"));
         QTest::mouseClick(banner->findChild<QPushButton*>("notification_banner_show"), Qt::LeftButton);
         QVERIFY(banner->isHidden());
         QWidget* row = nullptr;
