@@ -4,6 +4,7 @@
 // Run it under Xvfb; QT_SCALE_FACTOR gives the same at 150 % or 200 %.
 #include "gui/wizard/wizard_fixture.h"
 
+#include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
@@ -222,7 +223,7 @@ int main(int argc, char** argv)
                  "hand-off-menu");
             menu->close();
         });
-        QWidget* button = row->findChild<QPushButton*>();
+        QWidget* button = row->findChild<CvJobs::JobActionButtonsWidget*>()->buttons().value(0);
         button->setFocus();
         QTest::keyClick(button, Qt::Key_F10, Qt::ShiftModifier);
     }
