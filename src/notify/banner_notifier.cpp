@@ -7,8 +7,8 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
-#include <QVariant>
 #include <QVBoxLayout>
+#include <QVariant>
 
 namespace CorvelNotify {
 

@@ -246,9 +246,10 @@ void JobNotifications::notify(Watched* watched, Notification::Kind kind, const Q
     }
     notification.jobId = QString::fromStdString(watched->job.id);
     // One arg() call: a device name with "%2" in it stays as it is.
-    notification.text = notification.text.contains(QLatin1String("%2"))
-                            ? notification.text.arg(jobName(watched->job), detail.isEmpty() ? QStringLiteral("?") : detail)
-                            : notification.text.arg(jobName(watched->job));
+    notification.text =
+        notification.text.contains(QLatin1String("%2"))
+            ? notification.text.arg(jobName(watched->job), detail.isEmpty() ? QStringLiteral("?") : detail)
+            : notification.text.arg(jobName(watched->job));
     const qint64 now = m_clock->nowMs();
     if (watched->shownBefore && now - watched->lastShownMs < PerJobIntervalMs) {
         // The newest waits for the minute to pass, but a success never pushes out a problem.

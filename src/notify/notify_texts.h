@@ -13,7 +13,8 @@ constexpr char Removed[] = "%1 is no longer listed by the Corvel service; this c
 constexpr char StalledTitle[] = "Recovery job not progressing";
 constexpr char Stalled[] = "%1 has shown no progress for 10 min.";
 constexpr char ServiceLostTitle[] = "Corvel service unreachable";
-constexpr char ServiceLost[] = "The Corvel service has not answered for 30 s. Job changes are not seen until it is back.";
+constexpr char ServiceLost[] =
+    "The Corvel service has not answered for 30 s. Job changes are not seen until it is back.";
 constexpr char ServiceBackTitle[] = "Corvel service back";
 constexpr char ServiceBack[] = "The Corvel service answers again.";
 constexpr char MountedTitle[] = "Volumes mounted";

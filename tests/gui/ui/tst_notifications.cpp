@@ -77,9 +77,8 @@ private:
             qFatal("%s", qPrintable(error));
         const int port = m_sim.port();
         const std::string certs = m_dir.path().toStdString();
-        m_connection = std::make_unique<ServiceConnection>([certs, port] {
-            return createServiceClient(certs, "localhost", port);
-        });
+        m_connection = std::make_unique<ServiceConnection>(
+            [certs, port] { return createServiceClient(certs, "localhost", port); });
         m_connection->connectNow();
         const QJsonObject config{{"notifications", level.isEmpty() ? "problems" : level}};
         m_window = std::make_unique<Corvel::MainWindow>(m_session, CorvelWidgets::IconFont("velmora-iconfont", {}),
@@ -146,9 +145,8 @@ private slots:
             for (auto* button : actions->buttons())
                 if (actions->job().id == jobs[1].id && button->text() == "Stop")
                     button->click();
-        QTRY_VERIFY(std::any_of(table.jobList()->jobs().begin(), table.jobList()->jobs().end(), [&](const auto& j) {
-            return j.id == jobs[1].id && j.status == JobStatus::Stopping;
-        }));
+        QTRY_VERIFY(std::any_of(table.jobList()->jobs().begin(), table.jobList()->jobs().end(),
+                                [&](const auto& j) { return j.id == jobs[1].id && j.status == JobStatus::Stopping; }));
         QTest::qWait(JobNotifications::CheckIntervalMs);
         QCOMPARE(m_shown->size(), 1);
     }
