@@ -155,9 +155,8 @@ void JobRowWidget::contextMenuEvent(QContextMenuEvent* event)
     menu.setObjectName("job_row_menu");
     const CorvelService::JobDescription shown = job();
     for (const JobHandOff::Entry& entry : JobHandOff::entries(shown)) {
-        connect(menu.addAction(entry.text), &QAction::triggered, this, [this, entry, shown] {
-            JobHandOff::run(entry, shown, desktop(), this);
-        });
+        connect(menu.addAction(entry.text), &QAction::triggered, this,
+                [this, entry, shown] { JobHandOff::run(entry, shown, desktop(), this); });
     }
     if (!menu.isEmpty())
         menu.addSeparator();

@@ -301,8 +301,7 @@ void MainWindow::setNotifier(std::unique_ptr<CorvelNotify::Notifier> notifier, s
     using CorvelNotify::JobNotifications;
     m_notifications.reset();
     m_notifier = std::move(notifier);
-    m_notifications =
-        std::make_unique<JobNotifications>(*m_notifier, m_settings.notifications(), std::move(clock));
+    m_notifications = std::make_unique<JobNotifications>(*m_notifier, m_settings.notifications(), std::move(clock));
     JobNotifications* rules = m_notifications.get();
     CvJobs::JobListWidget* list = m_home->jobTable()->jobList();
     connect(list, &CvJobs::JobListWidget::jobsChanged, rules, &JobNotifications::observe);

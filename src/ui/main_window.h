@@ -22,7 +22,7 @@ class Journal;
 namespace CorvelNotify {
 class JobNotifications;
 class Notifier;
-}
+} // namespace CorvelNotify
 namespace CorvelPlatform {
 class ServiceControl;
 }

@@ -32,8 +32,8 @@
 #include <QMenu>
 #include <QMessageBox>
 #include <QProgressDialog>
-#include <QScreen>
 #include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -205,12 +205,14 @@ int main(int argc, char** argv)
             (job.status == CorvelService::JobStatus::Running ? running : created) = job.id;
     other->startJob(created);
     QWidget* row = nullptr;
-    (void)QTest::qWaitFor([&] {
-        for (auto* actions : window.findChildren<CvJobs::JobActionButtonsWidget*>())
-            if (actions->job().id == created && actions->job().status == CorvelService::JobStatus::Running)
-                row = actions->parentWidget();
-        return row != nullptr;
-    }, 10000);
+    (void)QTest::qWaitFor(
+        [&] {
+            for (auto* actions : window.findChildren<CvJobs::JobActionButtonsWidget*>())
+                if (actions->job().id == created && actions->job().status == CorvelService::JobStatus::Running)
+                    row = actions->parentWidget();
+            return row != nullptr;
+        },
+        10000);
     other->stopJob(running);
     auto* banner = window.findChild<QWidget*>("notification_banner");
     (void)QTest::qWaitFor([&] { return banner && banner->isVisible(); }, 5000);
