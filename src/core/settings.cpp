@@ -47,6 +47,20 @@ QString Settings::bmrUrl() const
     return getString(m_config, QStringLiteral("bmr_url"), QStringLiteral(CORVEL_DEFAULT_BMR_URL));
 }
 
+NotificationLevel Settings::notifications() const
+{
+    const QString key = QStringLiteral("notifications");
+    const QString fallback = QStringLiteral("problems");
+    const QString value = getString(m_config, key, fallback);
+    if (value == QLatin1String("off"))
+        return NotificationLevel::Off;
+    if (value == QLatin1String("all"))
+        return NotificationLevel::All;
+    if (value != fallback)
+        qWarning() << "Failed to get value at key " << key << ". Default value " << fallback << " returned.";
+    return NotificationLevel::Problems;
+}
+
 QString Settings::updateDescriptorUrl() const
 {
     const QString key = QStringLiteral("update_descriptor_url");

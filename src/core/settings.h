@@ -8,6 +8,9 @@
 
 namespace Corvel {
 
+// Which events the console tells the operator about: none, the problems, or also the successes.
+enum class NotificationLevel { Off, Problems, All };
+
 // The configuration from config.json with a typed getter per key; each getter names its key and
 // built-in default once. A missing or mistyped key gives the default and one log line.
 class Settings {
@@ -25,6 +28,8 @@ public:
     QString vuskUrl() const;
     int connectionRetriesNumber() const;
     QString bmrUrl() const;
+    // "off", "problems" (default) or "all"; any other text counts as mistyped.
+    NotificationLevel notifications() const;
     // Deployment overrides, read only when present (a missing one is not worth a log line): the
     // update descriptor's location (default: the build's) and the local service's port.
     QString updateDescriptorUrl() const;

@@ -4,8 +4,10 @@
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_columns.h"
 #include "jobs/job_details.h"
+#include "jobs/job_hand_off.h"
 #include "jobs/job_info_label.h"
 #include "jobs/job_status_label.h"
+#include "jobs/job_table_widget.h"
 #include "jobs/job_type_label.h"
 #include "jobs/job_work_widget.h"
 #include "jobs/jobs_texts.h"
@@ -14,6 +16,7 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMoveEvent>
@@ -149,10 +152,40 @@ void JobRowWidget::contextMenuEvent(QContextMenuEvent* event)
 {
     QMenu menu(this);
     menu.setObjectName("job_row_menu");
+    const CorvelService::JobDescription shown = job();
+    for (const JobHandOff::Entry& entry : JobHandOff::entries(shown)) {
+        connect(menu.addAction(entry.text), &QAction::triggered, this,
+                [this, entry, shown] { JobHandOff::run(entry, shown, desktop(), this); });
+    }
+    if (!menu.isEmpty())
+        menu.addSeparator();
     QAction* copy = menu.addAction(Texts::CopyDetails);
     connect(copy, &QAction::triggered, this,
             [this] { QGuiApplication::clipboard()->setText(JobDetails::text(job())); });
-    menu.exec(event->globalPos());
+    // From the keyboard the menu opens at the control that has the focus, not at the mouse.
+    QWidget* focused = focusWidget();
+    const bool atFocus = event->reason() == QContextMenuEvent::Keyboard && focused && isAncestorOf(focused);
+    menu.exec(atFocus ? focused->mapToGlobal(focused->rect().center()) : event->globalPos());
+}
+
+void JobRowWidget::keyPressEvent(QKeyEvent* event)
+{
+    // Shift+F10 is the menu key's twin; only some platforms make a menu event of it.
+    if (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier) {
+        QContextMenuEvent menuEvent(QContextMenuEvent::Keyboard, QPoint(), mapToGlobal(QPoint()));
+        contextMenuEvent(&menuEvent);
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+CorvelPlatform::Desktop& JobRowWidget::desktop() const
+{
+    for (QWidget* ancestor = parentWidget(); ancestor; ancestor = ancestor->parentWidget())
+        if (auto* table = qobject_cast<JobTableWidget*>(ancestor))
+            return table->desktop();
+    static const std::shared_ptr<CorvelPlatform::Desktop> system = CorvelPlatform::systemDesktop();
+    return *system;
 }
 
 void JobRowWidget::moveEvent(QMoveEvent* event)

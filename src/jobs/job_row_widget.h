@@ -11,6 +11,9 @@ class QLabel;
 #include <array>
 #include <memory>
 
+namespace CorvelPlatform {
+class Desktop;
+}
 namespace CorvelService {
 class ServiceConnection;
 }
@@ -54,9 +57,12 @@ public:
 protected:
     void moveEvent(QMoveEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void showOutcome(const CorvelService::JobDescription& job);
+    // What the hand-off entries open things with: the table's.
+    CorvelPlatform::Desktop& desktop() const;
 
     JobTypeLabel* m_type;
     // Under the job type: what the job produced and the service's substatus.

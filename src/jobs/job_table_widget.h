@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CorvelService.h"
+#include "platform/platform.h"
 #include "service/service_connection.h"
 #include "widgets/icon_font.h"
 
@@ -37,6 +38,10 @@ public:
     // What the rows' actions measure their settling time by (the system clock unless set).
     void setClock(std::shared_ptr<Corvel::Clock> clock);
 
+    // What the rows' hand-off entries open folders and virtual machines with (the system's unless set).
+    void setDesktop(std::shared_ptr<CorvelPlatform::Desktop> desktop) { m_desktop = std::move(desktop); }
+    CorvelPlatform::Desktop& desktop() const { return *m_desktop; }
+
     // True while the rows' actions are off: the service is unreachable or not answering.
     bool isServiceUnavailable() const { return m_unavailable; }
     JobListWidget* jobList() const { return m_list; }
@@ -67,6 +72,7 @@ private:
     QScrollArea* m_listScrollArea;
     QGraphicsOpacityEffect* m_greyed;
     bool m_unavailable = false;
+    std::shared_ptr<CorvelPlatform::Desktop> m_desktop = CorvelPlatform::systemDesktop();
 };
 
 } // namespace CvJobs

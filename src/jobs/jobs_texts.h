@@ -56,4 +56,17 @@ constexpr char StartedDescription[] =
     "filesystems will remain<br/>persistent until Recovery Jobs are stopped or deleted.";
 constexpr char Close[] = "Close";
 
+// Hand-off from a row's menu (%1: a path or a virtual machine's name, %2: the job's id)
+constexpr char OpenFolder[] = "Open %1";
+constexpr char OpenExportFolder[] = "Open export folder";
+constexpr char ConnectVm[] = "Connect to virtual machine";
+constexpr char CopyPath[] = "Copy path";
+constexpr char NoLongerThere[] = "%1 does not exist any more.";
+constexpr char CannotOpen[] = "Cannot open %1 (system error %2).";
+constexpr char CannotConnect[] = "Cannot start vmconnect.exe for virtual machine %1 (system error %2).";
+constexpr char Opened[] = "Opened %1 for job %2.";
+constexpr char WouldOpen[] = "Would open %1 for job %2: nothing on this system opens it.";
+constexpr char Connecting[] = "Connecting to virtual machine %1 for job %2.";
+constexpr char WouldConnect[] = "Would connect to virtual machine %1 for job %2: vmconnect.exe is on Windows only.";
+
 } // namespace CvJobs::Texts

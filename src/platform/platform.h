@@ -59,4 +59,29 @@ std::uint64_t totalPhysicalMemory();
 // readable folder. 0 on success, else the system error code.
 unsigned long connectNetworkPath(const std::string& path, const std::string& login, const std::string& password);
 
+// Hands a job's result to the desktop (UTF-8 texts). Missing: the path is not there (any more);
+// NotHere: nothing on this system can open it, so the caller says what would have opened.
+class Desktop {
+public:
+    enum class Outcome { Opened, Missing, NotHere, Failed };
+    struct Result {
+        Outcome outcome = Outcome::Failed;
+        unsigned long error = 0;
+    };
+
+    virtual ~Desktop() = default;
+    // A folder (a mounted volume, an export folder) in the file manager.
+    virtual Result openFolder(const std::string& path) = 0;
+    // The Hyper-V connection tool on a virtual machine of this host.
+    virtual Result connectToVirtualMachine(const std::string& name) = 0;
+};
+
+std::shared_ptr<Desktop> systemDesktop();
+
+enum class TaskbarState { NoProgress, Normal, Error };
+
+// The taskbar button of a native window: `percent` (0 to 100) shown in `state`. 0 on success, else
+// the error (an HRESULT); nothing to do, and 0, on systems without such a button.
+long setTaskbarProgress(std::uintptr_t window, TaskbarState state, int percent);
+
 } // namespace CorvelPlatform

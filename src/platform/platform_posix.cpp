@@ -1,9 +1,11 @@
 #include "platform.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace CorvelPlatform {
@@ -57,6 +59,68 @@ public:
     bool startService(ServiceHandle) override { return true; }
     void closeHandle(ServiceHandle) override {}
     unsigned long lastError() const override { return 0; }
+};
+
+// "E:\", "E:" or "\\server\share": a path only Windows can open.
+bool isWindowsPath(const std::string& path)
+{
+    const bool drive = path.size() >= 2 && path[1] == ':' &&
+                       ((path[0] >= 'A' && path[0] <= 'Z') || (path[0] >= 'a' && path[0] <= 'z'));
+    return drive || path.rfind("\\\\", 0) == 0;
+}
+
+std::string findOnPath(const char* program)
+{
+    const char* path = std::getenv("PATH");
+    std::string folders = path ? path : "/usr/bin:/bin";
+    size_t start = 0;
+    while (start <= folders.size()) {
+        const size_t end = std::min(folders.find(':', start), folders.size());
+        const std::string candidate = folders.substr(start, end - start) + "/" + program;
+        if (end > start && access(candidate.c_str(), X_OK) == 0)
+            return candidate;
+        start = end + 1;
+    }
+    return {};
+}
+
+// Runs `program path` detached: the grandchild is adopted by init, so no zombie is left behind.
+bool spawnDetached(const std::string& program, const std::string& argument)
+{
+    const pid_t child = fork();
+    if (child < 0)
+        return false;
+    if (child == 0) {
+        if (fork() == 0) {
+            setsid();
+            execl(program.c_str(), program.c_str(), argument.c_str(), static_cast<char*>(nullptr));
+        }
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return true;
+}
+
+class PosixDesktop : public Desktop {
+public:
+    Result openFolder(const std::string& path) override
+    {
+        if (isWindowsPath(path))
+            return {Outcome::NotHere, 0};
+        struct stat info {};
+        if (stat(path.c_str(), &info) != 0)
+            return {errno == ENOENT || errno == ENOTDIR ? Outcome::Missing : Outcome::Failed,
+                    static_cast<unsigned long>(errno)};
+        const std::string opener = findOnPath("xdg-open");
+        if (opener.empty())
+            return {Outcome::NotHere, 0};
+        return spawnDetached(opener, path) ? Result{Outcome::Opened, 0}
+                                           : Result{Outcome::Failed, static_cast<unsigned long>(errno)};
+    }
+
+    // Hyper-V and its connection tool exist only on Windows.
+    Result connectToVirtualMachine(const std::string&) override { return {Outcome::NotHere, 0}; }
 };
 
 } // namespace
@@ -123,6 +187,16 @@ unsigned long connectNetworkPath(const std::string& path, const std::string&, co
         return ENOTDIR;
     if (access(path.c_str(), R_OK | X_OK) != 0)
         return static_cast<unsigned long>(errno);
+    return 0;
+}
+
+std::shared_ptr<Desktop> systemDesktop()
+{
+    return std::make_shared<PosixDesktop>();
+}
+
+long setTaskbarProgress(std::uintptr_t, TaskbarState, int)
+{
     return 0;
 }
 

@@ -1,8 +1,11 @@
 #include "platform.h"
 
 #include <windows.h>
+#include <shellapi.h>
+#include <shobjidl.h>
 #include <winnetwk.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace CorvelPlatform {
@@ -199,6 +202,98 @@ unsigned long connectNetworkPath(const std::string& path, const std::string& log
     if (!(attributes & FILE_ATTRIBUTE_DIRECTORY))
         return ERROR_DIRECTORY;
     return 0;
+}
+
+namespace {
+
+// One argument of a command line as CommandLineToArgvW reads it back: quoted, with the backslashes
+// before a quote doubled and the quote escaped.
+std::wstring quoted(const std::wstring& argument)
+{
+    std::wstring out = L"\"";
+    size_t backslashes = 0;
+    for (wchar_t c : argument) {
+        if (c == L'\\') {
+            ++backslashes;
+            continue;
+        }
+        out.append(c == L'"' ? backslashes * 2 + 1 : backslashes, L'\\');
+        backslashes = 0;
+        out.push_back(c);
+    }
+    out.append(backslashes * 2, L'\\');
+    out.push_back(L'"');
+    return out;
+}
+
+Desktop::Result shellOpen(const wchar_t* file, const wchar_t* parameters)
+{
+    SHELLEXECUTEINFOW info{};
+    info.cbSize = sizeof(info);
+    // No dialog of the shell's own: the console says what went wrong.
+    info.fMask = SEE_MASK_FLAG_NO_UI | SEE_MASK_NOASYNC;
+    info.lpVerb = L"open";
+    info.lpFile = file;
+    info.lpParameters = parameters;
+    info.nShow = SW_SHOWNORMAL;
+    if (ShellExecuteExW(&info))
+        return {Desktop::Outcome::Opened, 0};
+    return {Desktop::Outcome::Failed, GetLastError()};
+}
+
+class WinDesktop : public Desktop {
+public:
+    Result openFolder(const std::string& path) override
+    {
+        const std::wstring widePath = wide(path);
+        if (GetFileAttributesW(widePath.c_str()) == INVALID_FILE_ATTRIBUTES) {
+            const DWORD error = GetLastError();
+            const bool gone = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                              error == ERROR_INVALID_DRIVE || error == ERROR_NOT_READY || error == ERROR_BAD_NETPATH ||
+                              error == ERROR_BAD_NET_NAME;
+            return {gone ? Outcome::Missing : Outcome::Failed, error};
+        }
+        return shellOpen(widePath.c_str(), nullptr);
+    }
+
+    Result connectToVirtualMachine(const std::string& name) override
+    {
+        const std::wstring parameters = L"localhost " + quoted(wide(name));
+        return shellOpen(L"vmconnect.exe", parameters.c_str());
+    }
+};
+
+} // namespace
+
+std::shared_ptr<Desktop> systemDesktop()
+{
+    return std::make_shared<WinDesktop>();
+}
+
+long setTaskbarProgress(std::uintptr_t window, TaskbarState state, int percent)
+{
+    const HRESULT init = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    ITaskbarList3* taskbar = nullptr;
+    HRESULT result = CoCreateInstance(CLSID_TaskbarList, nullptr, CLSCTX_INPROC_SERVER, IID_ITaskbarList3,
+                                      reinterpret_cast<void**>(&taskbar));
+    if (SUCCEEDED(result))
+        result = taskbar->HrInit();
+    const HWND hwnd = reinterpret_cast<HWND>(window);
+    if (SUCCEEDED(result) && !IsWindow(hwnd))
+        result = HRESULT_FROM_WIN32(ERROR_INVALID_WINDOW_HANDLE);
+    if (SUCCEEDED(result)) {
+        const TBPFLAG flag = state == TaskbarState::Error    ? TBPF_ERROR
+                             : state == TaskbarState::Normal ? TBPF_NORMAL
+                                                             : TBPF_NOPROGRESS;
+        result = taskbar->SetProgressState(hwnd, flag);
+        if (SUCCEEDED(result) && state != TaskbarState::NoProgress)
+            result = taskbar->SetProgressValue(hwnd, static_cast<ULONGLONG>(std::max(0, std::min(100, percent))), 100);
+    }
+    if (taskbar)
+        taskbar->Release();
+    if (SUCCEEDED(init))
+        CoUninitialize();
+    return SUCCEEDED(result) ? 0 : static_cast<long>(result);
 }
 
 } // namespace CorvelPlatform

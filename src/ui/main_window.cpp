@@ -6,6 +6,10 @@
 #include "jobs/job_table_widget.h"
 #include "journal/journal.h"
 #include "localcache/local_cache_check.h"
+#include "notify/banner_notifier.h"
+#include "notify/job_notifications.h"
+#include "notify/notify_texts.h"
+#include "notify/tray_notifier.h"
 #include "platform/platform.h"
 #include "session/auth_session.h"
 #include "ui/help_center_widget.h"
@@ -30,6 +34,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QShortcut>
+#include <QSystemTrayIcon>
 #include <QUrl>
 #include <QtConcurrent>
 
@@ -103,6 +108,18 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     setTabOrder(titleBar()->maximizeButton(), titleBar()->closeButton());
     setTabOrder(titleBar()->closeButton(), m_tabs->list());
     m_tabs->list()->setFocus();
+
+    std::unique_ptr<CorvelNotify::Notifier> notifier;
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        qInfo(CorvelNotify::Texts::ViaTray);
+        notifier = std::make_unique<CorvelNotify::TrayNotifier>(QIcon(QStringLiteral(":/res/orbex-recover.png")));
+    } else {
+        qInfo(CorvelNotify::Texts::ViaBanner);
+        auto banner = std::make_unique<CorvelNotify::BannerNotifier>();
+        m_body->insertWidget(0, banner->widget());
+        notifier = std::move(banner);
+    }
+    setNotifier(std::move(notifier), Clock::system());
 
     m_updateCheck = QtConcurrent::run(this, &MainWindow::runUpdateCheck);
 }
@@ -281,6 +298,58 @@ void MainWindow::setJournal(CorvelJournal::Journal* journal)
                 m_journal->recordLaunch(CorvelJournal::JournalJob::fromService(launched),
                                         m_session.userData().username);
             });
+}
+
+void MainWindow::setNotifier(std::unique_ptr<CorvelNotify::Notifier> notifier, std::shared_ptr<Corvel::Clock> clock)
+{
+    using CorvelNotify::JobNotifications;
+    m_notifications.reset();
+    m_notifier = std::move(notifier);
+    m_notifications = std::make_unique<JobNotifications>(*m_notifier, m_settings.notifications(), std::move(clock));
+    JobNotifications* rules = m_notifications.get();
+    CvJobs::JobListWidget* list = m_home->jobTable()->jobList();
+    connect(list, &CvJobs::JobListWidget::jobsChanged, rules, &JobNotifications::observe);
+    connect(list, &CvJobs::JobListWidget::actionTaken, rules, &JobNotifications::actionTaken);
+    const auto followService = [this, rules] {
+        rules->setServiceAvailable(m_connection.state() == CorvelService::ServiceConnection::State::Connected);
+    };
+    connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, rules, followService);
+    followService();
+    connect(rules, &JobNotifications::taskbarChanged, this, [this](CorvelPlatform::TaskbarState state, int percent) {
+        const WId window = internalWinId();
+        const long error = window ? CorvelPlatform::setTaskbarProgress(window, state, percent) : 0;
+        if (error && !m_taskbarFailureLogged) {
+            m_taskbarFailureLogged = true;
+            qWarning().noquote() << QString::fromLatin1(CorvelNotify::Texts::TaskbarFailed)
+                                        .arg(static_cast<unsigned long>(error), 8, 16, QLatin1Char('0'));
+        }
+    });
+    connect(m_notifier.get(), &CorvelNotify::Notifier::activated, this, &MainWindow::showJob);
+    if (auto* tray = qobject_cast<CorvelNotify::TrayNotifier*>(m_notifier.get())) {
+        connect(tray, &CorvelNotify::TrayNotifier::showWindowRequested, this, [this] { showJob({}); });
+        connect(tray, &CorvelNotify::TrayNotifier::historyRequested, this, &MainWindow::openJobHistory);
+        connect(tray, &CorvelNotify::TrayNotifier::quitRequested, this, &QWidget::close);
+    }
+}
+
+void MainWindow::showJob(const QString& jobId)
+{
+    setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    show();
+    raise();
+    activateWindow();
+    if (!jobId.isEmpty()) {
+        m_tabs->list()->setCurrentRow(0);
+        m_home->jobTable()->revealJob(jobId.toStdString());
+    }
+    m_notifications->acknowledge();
+}
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    ResizableWindow::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && isActiveWindow() && m_notifications)
+        m_notifications->acknowledge();
 }
 
 void MainWindow::openJobHistory()

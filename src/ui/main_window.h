@@ -19,6 +19,10 @@ class QAction;
 namespace CorvelJournal {
 class Journal;
 }
+namespace CorvelNotify {
+class JobNotifications;
+class Notifier;
+} // namespace CorvelNotify
 namespace CorvelPlatform {
 class ServiceControl;
 }
@@ -68,6 +72,10 @@ public:
     // it must outlive the window.
     void setJournal(CorvelJournal::Journal* journal);
 
+    // Where the notifications go and what times them: the tray (or a banner in this window where
+    // there is no tray) and the system clock unless set, before the first jobs arrive.
+    void setNotifier(std::unique_ptr<CorvelNotify::Notifier> notifier, std::shared_ptr<Corvel::Clock> clock);
+
     CVUpdater::Updater& updater() { return m_updater; }
     QFuture<void> updateCheck() const { return m_updateCheck; }
     MainWindowTabsWidget* tabs() const { return m_tabs; }
@@ -85,6 +93,7 @@ signals:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -95,6 +104,8 @@ private:
     void logOut();
     void launchJob(const RecoveryWizardValues& values);
     void centreOverThis(QWidget& dialog) const;
+    // Brings the window up with the job's row in view (none: just the window).
+    void showJob(const QString& jobId);
     QMessageBox::StandardButton ask(CorvelWidgets::MessageBox::Request request);
 
     QVBoxLayout* m_body;
@@ -119,6 +130,10 @@ private:
     MainWindowTabsWidget* m_tabs = nullptr;
     CorvelJournal::Journal* m_journal = nullptr;
     QPointer<QWidget> m_history;
+    // The rules refer to the notifier: they go first.
+    std::unique_ptr<CorvelNotify::Notifier> m_notifier;
+    std::unique_ptr<CorvelNotify::JobNotifications> m_notifications;
+    bool m_taskbarFailureLogged = false;
 };
 
 } // namespace Corvel

@@ -223,6 +223,20 @@ std::string errorBoxCase()
     return {};
 }
 
+// Hand-off: a folder that is gone is reported as such (no shell window), and the taskbar call
+// without a window of the console's own returns instead of failing the process.
+std::string handOffCase()
+{
+    const auto desktop = systemDesktop();
+    const Desktop::Result gone = desktop->openFolder("C:\\corvel-no-such-folder\\export");
+    if (gone.outcome != Desktop::Outcome::Missing || gone.error != ERROR_PATH_NOT_FOUND)
+        return "missing folder: outcome " + std::to_string(static_cast<int>(gone.outcome)) + ", error " +
+               std::to_string(gone.error);
+    if (setTaskbarProgress(0, TaskbarState::Error, 40) == 0)
+        return "the taskbar call reported success without a window";
+    return {};
+}
+
 Options parse(int argc, char** argv)
 {
     Options options;
@@ -266,6 +280,7 @@ int main(int argc, char** argv)
         {"memory: within 1% of GlobalMemoryStatusEx and /proc/meminfo", [&] { return memoryCase(options); }},
         {"administrator: agrees with IsUserAnAdmin", adminCase},
         {"network path: missing server fails within 30 s", networkPathCase},
+        {"hand-off: missing folder reported, taskbar without a window fails cleanly", handOffCase},
         {"error box: shown and closed", options.noUi ? Case() : Case(errorBoxCase)},
     };
     int passed = 0, failed = 0, skipped = 0;

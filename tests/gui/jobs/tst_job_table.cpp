@@ -283,6 +283,8 @@ private slots:
             shown->show();
         }
         waitForPoll(*m_connection);
+        // A loaded machine may still be building the fresh rows in slices.
+        QTRY_VERIFY(!table->jobList()->isBuilding() && !fresh.jobList()->isBuilding());
         flushDeferredDeletes();
         QCoreApplication::processEvents();
         // A focused button wears the focus ring; only the rows are compared.

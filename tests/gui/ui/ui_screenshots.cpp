@@ -4,6 +4,8 @@
 // Run it under Xvfb; QT_SCALE_FACTOR gives the same at 150 % or 200 %.
 #include "gui/wizard/wizard_fixture.h"
 
+#include "jobs/job_action_button.h"
+#include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
 #include "journal/journal.h"
@@ -31,6 +33,7 @@
 #include <QMessageBox>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -190,6 +193,42 @@ int main(int argc, char** argv)
     (void)QTest::qWaitForWindowExposed(&started);
     shoot(started, "job-started");
     started.close();
+
+    // Another console starts one file recovery and stops another: the notification (a banner where
+    // there is no tray), then the started job's menu from the keyboard, with its hand-off entries.
+    auto other = CorvelService::createServiceClient(dir, "localhost", port);
+    std::vector<CorvelService::JobDescription> jobs;
+    other->getAllJobsInfo(jobs);
+    std::string created, running;
+    for (const auto& job : jobs)
+        if (job.job_type == CorvelService::JobType::FileRecovery)
+            (job.status == CorvelService::JobStatus::Running ? running : created) = job.id;
+    other->startJob(created);
+    QWidget* row = nullptr;
+    (void)QTest::qWaitFor(
+        [&] {
+            for (auto* actions : window.findChildren<CvJobs::JobActionButtonsWidget*>())
+                if (actions->job().id == created && actions->job().status == CorvelService::JobStatus::Running)
+                    row = actions->parentWidget();
+            return row != nullptr;
+        },
+        10000);
+    other->stopJob(running);
+    auto* banner = window.findChild<QWidget*>("notification_banner");
+    (void)QTest::qWaitFor([&] { return banner && banner->isVisible(); }, 5000);
+    shoot(window, "notification");
+    if (row) {
+        whenShown<QMenu>("hand-off-menu", [row](QMenu* menu) {
+            const QRect area = row->geometry().translated(row->parentWidget()->mapToGlobal(QPoint())).united(
+                menu->geometry());
+            save(QGuiApplication::primaryScreen()->grabWindow(0, area.x(), area.y(), area.width(), area.height()),
+                 "hand-off-menu");
+            menu->close();
+        });
+        QWidget* button = row->findChild<CvJobs::JobActionButtonsWidget*>()->buttons().value(0);
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_F10, Qt::ShiftModifier);
+    }
 
     // The service goes away: the table says so and waits, greyed.
     service.stop();
