@@ -72,6 +72,9 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     if (!request.informativeText.isEmpty())
         box.setInformativeText(request.informativeText);
     box.setStandardButtons(request.buttons);
+    for (auto it = request.buttonTexts.begin(); it != request.buttonTexts.end(); ++it)
+        if (QAbstractButton* button = box.button(it.key()))
+            button->setText(it.value());
     DialogStyle::dropButtonIcons(box);
     if (request.defaultButton != QMessageBox::NoButton)
         box.setDefaultButton(request.defaultButton);
