@@ -1,4 +1,5 @@
 #include "app/service_starter.h"
+
 #include "app/app_texts.h"
 
 #include <QCoreApplication>

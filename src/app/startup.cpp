@@ -1,6 +1,6 @@
 #include "app/startup.h"
-#include "app/app_texts.h"
 
+#include "app/app_texts.h"
 #include "app/service_starter.h"
 #include "auth/login_window.h"
 #include "auth/sign_in_flows.h"

@@ -1,6 +1,6 @@
 #include "auth/request_interceptor.h"
-#include "auth/auth_texts.h"
 
+#include "auth/auth_texts.h"
 #include "build_config.h"
 
 #include <QDebug>

@@ -1,6 +1,6 @@
 #include "auth/sign_in_flows.h"
-#include "auth/auth_texts.h"
 
+#include "auth/auth_texts.h"
 #include "auth/login_window.h"
 #include "core/settings.h"
 #include "widgets/message_box.h"

@@ -1,7 +1,7 @@
 #include "session/auth_session.h"
-#include "session/session_texts.h"
 
 #include "core/limits.h"
+#include "session/session_texts.h"
 
 #include <QDebug>
 #include <QJsonDocument>

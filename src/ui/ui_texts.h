@@ -41,4 +41,28 @@ constexpr char CancelDownload[] = "Do you want to cancel it?";
 // Sign-in.
 constexpr char LoginFailed[] = "Failed to login. Corvel will be closed. Please run Corvel and try again.";
 
+// Home, toolbox and help center
+constexpr char StartNewRecovery[] = "Start New Recovery";
+constexpr char DirectRestore[] = "Direct Restore";
+constexpr char DirectRestoreDescription[] = "Granular Exchange & SQL Recovery";
+constexpr char DownloadButton[] = "Download";
+constexpr char OpeningDirectRestore[] = "Opening Direct Restore URL";
+constexpr char AnalysisTool[] = "Analysis Tool";
+constexpr char AnalysisToolDescription[] = "Gather logs and diagnostic data";
+constexpr char LaunchTool[] = "Launch Tool";
+constexpr char InstallationGuide[] = "Installation Guide";
+constexpr char InstallationGuideDescription[] = "Install documentation with screenshots";
+constexpr char ViewInstallationGuide[] = "View Installation Guide";
+constexpr char RequestHelp[] = "Request Help";
+constexpr char RequestHelpDescription[] = "Request direct support from our team";
+constexpr char SubmitTicket[] = "Submit Ticket";
+constexpr char OpeningAnalysisTool[] = "Opening Analysis Tool";
+constexpr char AnalysisToolOpened[] = "Analysis Tool opened successfully";
+constexpr char AnalysisToolFailed[] = "Analysis Tool opening failed";
+
+// The download's progress
+constexpr char Updater[] = "Updater";
+constexpr char DownloadingUpdates[] = "Downloading updates";
+constexpr char CancelButton[] = "Cancel";
+
 } // namespace Corvel::UiTexts

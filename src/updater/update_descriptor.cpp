@@ -1,8 +1,8 @@
 #include "updater/update_descriptor.h"
-#include "updater/updater_texts.h"
 
 #include "core/bounded_body.h"
 #include "core/limits.h"
+#include "updater/updater_texts.h"
 
 #include <QDomDocument>
 #include <QEventLoop>

@@ -1,7 +1,7 @@
 #include "updater/updater.h"
-#include "updater/updater_texts.h"
 
 #include "core/limits.h"
+#include "updater/updater_texts.h"
 
 #include <QFile>
 #include <QMutexLocker>
