@@ -15,9 +15,9 @@ ProgressDialog::ProgressDialog(QWidget* parent)
     : m_dialog(new CorvelWidgets::Bordered<QProgressDialog>(parent))
 {
     m_dialog->setObjectName(QStringLiteral("updater_progress_dialog"));
-    m_dialog->setWindowTitle(QString(UiTexts::Updater));
-    m_dialog->setLabelText(QString(UiTexts::DownloadingUpdates));
-    m_dialog->setCancelButtonText(QString(UiTexts::CancelButton));
+    m_dialog->setWindowTitle(QString(Corvel::UiTexts::Updater));
+    m_dialog->setLabelText(QString(Corvel::UiTexts::DownloadingUpdates));
+    m_dialog->setCancelButtonText(QString(Corvel::UiTexts::CancelButton));
     CorvelWidgets::DialogStyle::dropButtonIcons(*m_dialog);
     m_dialog->setRange(0, 100);
     m_dialog->setValue(0);

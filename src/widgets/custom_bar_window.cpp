@@ -43,8 +43,8 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_closeButton->setFocusPolicy(Qt::TabFocus);
     // A dialog's push buttons answer Return when focused; Close never may.
     m_closeButton->setAutoDefault(false);
-    m_closeButton->setAccessibleName(QString(WidgetsTexts::Close));
-    m_closeButton->setToolTip(QString(WidgetsTexts::Close));
+    m_closeButton->setAccessibleName(QString(CorvelWidgets::WidgetsTexts::Close));
+    m_closeButton->setToolTip(QString(CorvelWidgets::WidgetsTexts::Close));
     connect(m_closeButton, &QPushButton::clicked, this, &QWidget::close);
 
     auto* stripeLayout = new QHBoxLayout(m_titleStripe);

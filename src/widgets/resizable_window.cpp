@@ -39,7 +39,7 @@ ResizableWindow::ResizableWindow(QWidget* parent)
     logo->setObjectName("footer_widget");
     logo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
-    auto* version = new QLabel(QString(WidgetsTexts::Version) + QStringLiteral(CORVEL_VERSION), this);
+    auto* version = new QLabel(QString(CorvelWidgets::WidgetsTexts::Version) + QStringLiteral(CORVEL_VERSION), this);
     version->setObjectName("bottom_label");
     version->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     version->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);

@@ -246,24 +246,38 @@ private slots:
         MessageBox::setNextAnswer(QMessageBox::Retry);
         QString walked = "the wizard did not open";
         QString resumedOn = "the wizard did not open again";
+        RecoveryWizardValues first, resumed;
         CorvelTest::whenModal([&](QWidget* modal) {
             auto* wizard = qobject_cast<RecoveryWizard*>(modal);
             walked = wizard ? walk(*console->steps, *wizard, "Recover Files") : walked;
+            first = wizard ? wizard->values() : first;
             CorvelTest::whenModal([&](QWidget* again) {
-                if (auto* resumed = qobject_cast<RecoveryWizard*>(again)) {
-                    resumedOn = resumed->currentPage()->title();
-                    console->steps->finish(*resumed);
+                if (auto* wizard = qobject_cast<RecoveryWizard*>(again)) {
+                    resumedOn = wizard->currentPage()->title();
+                    console->steps->finish(*wizard);
+                    resumed = wizard->values();
                 }
             });
         });
+        const auto refusals = [&] {
+            return console->service->log().count("createJob: injected application exception");
+        };
+        const int before = refusals();
         QTest::mouseClick(console->window->home()->newRecoveryButton(), Qt::LeftButton);
         QVERIFY2(walked.isEmpty(), qPrintable(walked));
         QCOMPARE(resumedOn, "Recovery Settings");
-        QCOMPARE(shownBoxes(), QStringList(2, "Internal Error: Failed to create job"));
+        QCOMPARE(shownBoxes(),
+                 (QStringList{"Internal Error: Failed to create job", "Internal Error: Failed to create job"}));
         QCOMPARE(MessageBox::shown().first().buttonTexts.value(QMessageBox::Retry), "Back to Wizard");
-        const QStringList calls = console->service->log().split('\n').filter("createJob type=");
-        QCOMPARE(calls.size(), 2);
-        QCOMPARE(calls[1], calls[0]);
+        QCOMPARE(refusals() - before, 2);
+        QVERIFY(!first.deviceToken.isEmpty());
+        QCOMPARE(resumed.recoveryType, first.recoveryType);
+        for (const auto& [field, value] : {std::pair(resumed.clientName, first.clientName),
+                                           {resumed.deviceName, first.deviceName},
+                                           {resumed.deviceToken, first.deviceToken},
+                                           {resumed.snapshot, first.snapshot},
+                                           {resumed.mountPoint, first.mountPoint}})
+            QCOMPARE(field, value);
     }
 };
 
