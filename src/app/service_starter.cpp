@@ -1,5 +1,7 @@
 #include "app/service_starter.h"
 
+#include "app/app_texts.h"
+
 #include <QCoreApplication>
 #include <QDebug>
 #include <QProgressDialog>
@@ -53,7 +55,7 @@ std::optional<unsigned long> ServiceStarter::queryStatus(ServiceHandle service)
 {
     unsigned long state = 0;
     if (!m_control->queryState(service, state)) {
-        qCritical().noquote() << " QueryServiceStatusEx failed. Error=" + QString::number(m_control->lastError());
+        qCritical().noquote() << AppTexts::QueryStatusFailed + QString::number(m_control->lastError());
         return std::nullopt;
     }
     return state;
@@ -64,7 +66,7 @@ bool ServiceStarter::startServices()
     HandleCloser closer(*m_control);
     const ServiceHandle manager = m_control->openManager();
     if (!manager) {
-        qCritical().noquote() << "OpenSCManager failed. Error=" + QString::number(m_control->lastError());
+        qCritical().noquote() << AppTexts::OpenManagerFailed + QString::number(m_control->lastError());
         return false;
     }
     closer.keep(manager);
@@ -74,8 +76,8 @@ bool ServiceStarter::startServices()
     for (const char* name : ServiceNames) {
         const ServiceHandle service = m_control->openService(manager, name);
         if (!service) {
-            qCritical().noquote() << QString("failed to get handle to ") + name +
-                                         " service. Error=" + QString::number(m_control->lastError());
+            qCritical().noquote() << QString(AppTexts::NoHandle) + name + AppTexts::NoHandleError +
+                                         QString::number(m_control->lastError());
             return false;
         }
         services.push_back(closer.keep(service));
@@ -85,14 +87,14 @@ bool ServiceStarter::startServices()
         allRunning = allRunning && *state == ServiceControl::Running;
     }
     if (allRunning) {
-        qInfo() << "all running";
+        qInfo() << AppTexts::AllRunning;
         return true;
     }
 
-    QProgressDialog dialog(QStringLiteral("Starting Services..."), QStringLiteral("&Cancel"), 0,
+    QProgressDialog dialog(QString(AppTexts::StartingServices), QString(AppTexts::CancelButton), 0,
                            static_cast<int>(services.size()));
     dialog.setMinimumDuration(0);
-    dialog.setWindowTitle(QStringLiteral("Please Wait"));
+    dialog.setWindowTitle(QString(AppTexts::PleaseWait));
     dialog.setValue(0);
     if (onDialogShown)
         onDialogShown(dialog);
@@ -113,11 +115,11 @@ bool ServiceStarter::startAndWait(ServiceHandle service, QProgressDialog& dialog
     int waitedMs = 0;
     for (;;) {
         if (dialog.wasCanceled()) {
-            qInfo() << "failed to start the service. Operation is cancelled by user.";
+            qInfo() << AppTexts::CancelledByUser;
             return false;
         }
         if (waitedMs >= StartTimeoutMs) {
-            qCritical() << "failed to start the service. Waiting time has expired.";
+            qCritical() << AppTexts::WaitExpired;
             return false;
         }
         dialog.repaint();
@@ -128,7 +130,7 @@ bool ServiceStarter::startAndWait(ServiceHandle service, QProgressDialog& dialog
         } else if (*state == ServiceControl::Running) {
             return true;
         } else if (!m_control->startService(service)) {
-            qCritical().noquote() << "failed to start the service. Error=" + QString::number(m_control->lastError());
+            qCritical().noquote() << AppTexts::StartFailed + QString::number(m_control->lastError());
             return false;
         }
         state = queryStatus(service);

@@ -1,5 +1,6 @@
 #include "app/startup.h"
 
+#include "app/app_texts.h"
 #include "app/service_starter.h"
 #include "auth/login_window.h"
 #include "auth/sign_in_flows.h"
@@ -48,16 +49,15 @@ int runConsole(int argc, char** argv)
 {
     const QString working = workingDir();
     if (!CvLogger::init(QtInfoMsg, working + "/logs", QStringLiteral("corvel.log"), 10485760)) {
-        std::fputs("Failed to initialize logging.\n", stderr);
+        std::fputs(AppTexts::LoggingFailed, stderr);
         return ExitFailure;
     }
-    qInfo() << "Logging intialized.";
+    qInfo() << AppTexts::LoggingInitialized;
 
     const std::optional<Settings> settings = loadSettings(working + "/config.json");
     if (!settings) {
-        qCritical() << "Failed to load config. Corvel will be closed.";
-        CorvelPlatform::showNativeErrorBox("Corvel error",
-                                           "Failed to open config.json file. Please make sure that file exists");
+        qCritical() << AppTexts::ConfigFailedLog;
+        CorvelPlatform::showNativeErrorBox(AppTexts::CorvelError, AppTexts::ConfigFailed);
         return ExitFailure;
     }
 
@@ -72,9 +72,8 @@ int runConsole(int argc, char** argv)
         CorvelWidgets::MessageBox::setAutoAnswer(true);
 
     if (!CorvelPlatform::isUserAdmin()) {
-        qCritical() << "Admin rights required, but user is not admin. Corvel will be closed.";
-        fatalBox(QStringLiteral("Access denied"),
-                 QStringLiteral("Please login with administrator privileges and try again"));
+        qCritical() << AppTexts::NotAdminLog;
+        fatalBox(QString(AppTexts::AccessDenied), QString(AppTexts::NotAdmin));
         return ExitQuiet;
     }
 
@@ -94,10 +93,10 @@ int runConsole(int argc, char** argv)
         QStringLiteral(":/res/velmora-iconfont.ttf"), QStringLiteral(":/res/velmora-iconfont.json"),
         QStringLiteral("velmora-iconfont"));
     if (!iconFont) {
-        qCritical() << "Failed to initialize icon-font. Corvel will be closed.";
+        qCritical() << AppTexts::IconFontFailedLog;
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Critical;
-        request.text = QStringLiteral("Failed to initialze icon-font. Corvel will be closed");
+        request.text = QString(AppTexts::IconFontFailed);
         request.titleSet = false;
         CorvelWidgets::MessageBox::ask(nullptr, request);
         return ExitQuiet;
@@ -106,11 +105,8 @@ int runConsole(int argc, char** argv)
     if (!settings->disableServicesAutostart()) {
         ServiceStarter starter;
         if (!starter.startServices()) {
-            qCritical() << "Failed to start services. Corvel will be closed.";
-            fatalBox(QStringLiteral("Services error"),
-                     QStringLiteral("Failed to connect to services. Please make sure that Microsoft iSCSI Initiator "
-                                    "Service, Tolvex Virtual Disk Service and Tolvex Corvel Service are installed and "
-                                    "running"));
+            qCritical() << AppTexts::ServicesFailedLog;
+            fatalBox(QString(AppTexts::ServicesError), QString(AppTexts::ServicesFailed));
             return ExitFailure;
         }
     }
@@ -119,10 +115,8 @@ int runConsole(int argc, char** argv)
     CorvelService::ServiceConnection connection(
         CorvelService::ServiceConnection::serviceFactory(workingDir().toStdString(), settings->servicePort()));
     if (!connection.connectNow()) {
-        qCritical() << "Failed to create Corvel Service client. Corvel will be closed.";
-        fatalBox(QStringLiteral("Corvel error"),
-                 QStringLiteral("Failed to connect to Corvel service, please make sure that the service is installed "
-                                "and running"));
+        qCritical() << AppTexts::NoClientLog;
+        fatalBox(QString(AppTexts::CorvelError), QString(AppTexts::NoClient));
         return ExitFailure;
     }
 
@@ -136,7 +130,7 @@ int runConsole(int argc, char** argv)
     }
 
     CorvelJournal::Journal journal(working + QStringLiteral("/journal.sqlite"));
-    qInfo() << "Creating main window.";
+    qInfo() << AppTexts::CreatingMainWindow;
     MainWindow window(session, *iconFont, connection, *settings);
     window.setJournal(&journal);
     window.showNormal();

@@ -1,5 +1,6 @@
 #include "auth/request_interceptor.h"
 
+#include "auth/auth_texts.h"
 #include "build_config.h"
 
 #include <QDebug>
@@ -14,7 +15,9 @@ QString tokenSentinel()
 }
 
 RequestInterceptor::RequestInterceptor(const QString& authUrl, bool logoutPending, QObject* parent)
-    : QWebEngineUrlRequestInterceptor(parent), m_authUrl(authUrl), m_logoutPending(logoutPending)
+    : QWebEngineUrlRequestInterceptor(parent)
+    , m_authUrl(authUrl)
+    , m_logoutPending(logoutPending)
 {
 }
 
@@ -34,7 +37,7 @@ void RequestInterceptor::inspect(const QString& url)
     if (!m_logoutPending)
         return;
     if (url.contains(QStringLiteral("/login")) && m_logoutPending.exchange(false)) {
-        qDebug().noquote() << "Logout: redirecting from " + url + " to " + m_authUrl;
+        qDebug().noquote() << AuthTexts::LogoutRedirect + url + " to " + m_authUrl;
         emit redirect(m_authUrl);
     }
 }

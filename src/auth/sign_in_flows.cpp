@@ -1,5 +1,6 @@
 #include "auth/sign_in_flows.h"
 
+#include "auth/auth_texts.h"
 #include "auth/login_window.h"
 #include "core/settings.h"
 #include "widgets/message_box.h"
@@ -22,9 +23,9 @@ std::optional<QString> fetchToken(const TokenSource& source, const QString& auth
 
 void showAuthenticationFailed(QWidget* parent)
 {
-    qWarning().noquote() << "Invalid token. Authentication Error. Your session has timed out. Please login again.";
-    CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Authentication Error"),
-                                        QStringLiteral("Authentication failed. Please try login again."));
+    qWarning().noquote() << AuthTexts::SessionTimedOutLog;
+    CorvelWidgets::MessageBox::critical(parent, QString(AuthTexts::AuthenticationError),
+                                        QString(AuthTexts::AuthenticationFailed));
 }
 
 } // namespace
@@ -34,16 +35,15 @@ StartSignIn signInAtStart(AuthSession& session, const QString& authUrl, const To
     for (int attempt = 0; attempt < MaxSignInWindows && !session.isValid(); ++attempt) {
         const std::optional<QString> token = fetchToken(source, authUrl, QString(), nullptr);
         if (!token) {
-            qCritical().noquote() << "Failed to retrieve token. Corvel will be closed.";
+            qCritical().noquote() << AuthTexts::NoTokenLog;
             return StartSignIn::NoToken;
         }
         if (!token->isEmpty())
             session.setToken(*token);
     }
     if (!session.isValid()) {
-        qCritical().noquote() << "Failed to parse CV token. Corvel will be closed.";
-        CorvelWidgets::MessageBox::critical(nullptr, QStringLiteral("Corvel error"),
-                                            QStringLiteral("Invalid security token received, Corvel will be closed"));
+        qCritical().noquote() << AuthTexts::InvalidTokenLog;
+        CorvelWidgets::MessageBox::critical(nullptr, QString(AuthTexts::CorvelError), QString(AuthTexts::InvalidToken));
         return StartSignIn::InvalidToken;
     }
     return StartSignIn::SignedIn;
@@ -51,15 +51,14 @@ StartSignIn signInAtStart(AuthSession& session, const QString& authUrl, const To
 
 int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* parent, const TokenSource& source)
 {
-    qWarning().noquote() << "Authentication Error Your session has timed out. Please login again.";
-    CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Authentication Error"),
-                                        QStringLiteral("Your session has timed out. Please login again."));
+    qWarning().noquote() << AuthTexts::TimedOutLog;
+    CorvelWidgets::MessageBox::critical(parent, QString(AuthTexts::AuthenticationError), QString(AuthTexts::TimedOut));
     session.resetUserData();
     for (int failures = 0;;) {
         const std::optional<QString> token = fetchToken(source, authUrl, QString(), parent);
         if (!token) {
             session.setToken(QString());
-            qWarning().noquote() << "Token retrieving was canceled";
+            qWarning().noquote() << AuthTexts::SignInCanceled;
             return 1;
         }
         if (session.acceptToken(token))
@@ -73,7 +72,7 @@ int reSignInAfterTimeout(AuthSession& session, const QString& authUrl, QWidget* 
 
 bool logOutAndSignIn(AuthSession& session, const QString& url, QWidget* parent, const TokenSource& source)
 {
-    qInfo().noquote() << "Logout procedure is called";
+    qInfo().noquote() << AuthTexts::LogoutCalled;
     session.resetUserData();
     const std::optional<QString> token = fetchToken(source, url, AuthSession::logoutUrl(url), parent);
     if (!token) {
@@ -91,14 +90,14 @@ void showRequestError(QWidget* parent, const VuskAPI::RequestError& error)
     switch (error.kind) {
     case VuskAPI::RequestError::ServerError:
         // The connection hint fits only when nothing answered; an answering server is not an outage here.
-        CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Server Error"),
-                                            "Error code: " + QString::number(error.code) +
-                                                (error.httpStatus ? error.serverAnswer("\n") + "\nPlease try again later"
-                                                                  : "\nPlease check your internet connection and try again"));
+        CorvelWidgets::MessageBox::critical(
+            parent, QString(AuthTexts::ServerError),
+            AuthTexts::ErrorCode + QString::number(error.code) +
+                (error.httpStatus ? error.serverAnswer("\n") + AuthTexts::TryLater : AuthTexts::CheckConnection));
         break;
     case VuskAPI::RequestError::InternalError:
-        CorvelWidgets::MessageBox::critical(parent, QStringLiteral("Internal Error"),
-                                            "Internal error: " + error.description);
+        CorvelWidgets::MessageBox::critical(parent, QString(AuthTexts::InternalError),
+                                            AuthTexts::InternalErrorText + error.description);
         break;
     case VuskAPI::RequestError::AuthenticationError:
         break;

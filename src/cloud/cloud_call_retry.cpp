@@ -1,5 +1,6 @@
 #include "cloud/cloud_call_retry.h"
 
+#include "cloud/cloud_texts.h"
 #include "cloud/vusk_request.h"
 
 #include <QDebug>
@@ -10,12 +11,12 @@ void logFailureKind(const RequestError& error)
 {
     switch (error.kind) {
     case RequestError::ServerError:
-        qCritical().noquote() << "Server Error. Error code: " + QString::number(error.code) +
+        qCritical().noquote() << CloudTexts::ServerErrorCode + QString::number(error.code) +
                                      error.serverAnswer(QStringLiteral(". "));
         break;
     case RequestError::InternalError:
-        qCritical().noquote() << "Internal Error. Error code: " + QString::number(error.code) +
-                                     ". Description: " + error.description;
+        qCritical().noquote() << CloudTexts::InternalErrorCode + QString::number(error.code) + CloudTexts::Description +
+                                     error.description;
         break;
     case RequestError::AuthenticationError:
         break;

@@ -1,5 +1,6 @@
 #include "cloud/cloud_records.h"
 
+#include "cloud/cloud_texts.h"
 #include "core/limits.h"
 
 #include <QDebug>
@@ -34,7 +35,7 @@ template <typename Record, typename Read> QList<Record> parseList(const QByteArr
 {
     QList<Record> records;
     if (body.isEmpty()) {
-        qWarning().noquote() << "JSON data is empty.";
+        qWarning().noquote() << CloudTexts::EmptyJson;
         return records;
     }
     const QJsonArray array = boundedDocument(body).array();
@@ -54,7 +55,7 @@ bool emptyObjectBody(const QByteArray& body)
 {
     if (!body.isEmpty())
         return false;
-    qWarning().noquote() << "JSON data is empty.";
+    qWarning().noquote() << CloudTexts::EmptyJson;
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "cloud/vusk_request.h"
 
+#include "cloud/cloud_texts.h"
 #include "core/bounded_body.h"
 #include "core/limits.h"
 
@@ -93,7 +94,7 @@ private:
 
 RequestError replyError(QNetworkReply::NetworkError code, int httpStatus = 0, const QString& reason = {})
 {
-    qWarning().noquote() << "Reply error: " + networkErrorName(code);
+    qWarning().noquote() << CloudTexts::ReplyError + networkErrorName(code);
     RequestError error;
     error.kind = code == QNetworkReply::AuthenticationRequiredError ? RequestError::AuthenticationError
                                                                     : RequestError::ServerError;
@@ -164,12 +165,13 @@ std::variant<QString, RequestError> VuskRequest::replyResult(QNetworkReply* repl
 
 void VuskRequest::logRequestError(const QString& name, const RequestError& error, int attemptsLeft)
 {
-    qWarning().noquote() << name + " returned error: type - " + kindName(error.kind) + ", code - " +
-                                QString::number(error.code) + ", description - " + networkErrorName(error.code);
+    qWarning().noquote() << name + CloudTexts::ReturnedError + kindName(error.kind) + CloudTexts::Code +
+                                QString::number(error.code) + CloudTexts::ErrorDescription +
+                                networkErrorName(error.code);
     if (attemptsLeft > 0)
-        qWarning().noquote() << "Retrying attempts left: " + QString::number(attemptsLeft);
+        qWarning().noquote() << CloudTexts::AttemptsLeft + QString::number(attemptsLeft);
     else
-        qCritical().noquote() << "Retrying attempts has been exhausted";
+        qCritical().noquote() << CloudTexts::AttemptsExhausted;
 }
 
 template <typename T, typename Parse>
@@ -192,50 +194,50 @@ QNetworkReply* VuskRequest::fetch(const QString& address, const Lines& lines, Pa
 
 void VuskRequest::getClients(Callback<QList<TmxClient>> callback)
 {
-    qInfo().noquote() << "Retrieving clients list";
+    qInfo().noquote() << CloudTexts::RetrievingClients;
     const QString address = m_baseUrl + "/clients?partner_id=" + m_session->userData().resellerId;
-    qDebug().noquote() << "Clients list request: " + address;
-    fetch<QList<TmxClient>>(address, {"Got client: ", true, "Request for client failed. Error: "}, parseClients,
+    qDebug().noquote() << CloudTexts::ClientsRequest + address;
+    fetch<QList<TmxClient>>(address, {CloudTexts::GotClient, true, CloudTexts::ClientFailed}, parseClients,
                             std::move(callback));
 }
 
 void VuskRequest::getDataSources(quint64 clientId, Callback<QList<ClientDataSource>> callback)
 {
-    qInfo().noquote() << "Retrieving data sources list";
+    qInfo().noquote() << CloudTexts::RetrievingDataSources;
     const QString address = m_baseUrl + "/datasources?client_id=" + QString::number(clientId);
-    qDebug().noquote() << "Data sources list request: " + address;
-    fetch<QList<ClientDataSource>>(address, {"Got data source: ", true, "Request for data source failed. Error: "},
+    qDebug().noquote() << CloudTexts::DataSourcesRequest + address;
+    fetch<QList<ClientDataSource>>(address, {CloudTexts::GotDataSource, true, CloudTexts::DataSourceFailed},
                                    parseDataSources, std::move(callback));
 }
 
 void VuskRequest::getDevices(quint64 dataSourceId, const QString& dataSourceType, quint64 clientId,
                              Callback<QList<ProtectedDevice>> callback)
 {
-    qInfo().noquote() << "Retrieving devices list";
+    qInfo().noquote() << CloudTexts::RetrievingDevices;
     const QString address = m_baseUrl + "/devices?datasource_id=" + QString::number(dataSourceId) +
                             "&datasource_type=" + dataSourceType + "&client_id=" + QString::number(clientId);
-    qDebug().noquote() << "Devices list request: " + address;
-    fetch<QList<ProtectedDevice>>(address, {"Got device: ", true, "Request for device failed. Error: "}, parseDevices,
+    qDebug().noquote() << CloudTexts::DevicesRequest + address;
+    fetch<QList<ProtectedDevice>>(address, {CloudTexts::GotDevice, true, CloudTexts::DeviceFailed}, parseDevices,
                                   std::move(callback));
 }
 
 void VuskRequest::getDeviceToken(quint64 dataSourceId, qint64 deviceId, Callback<DeviceToken> callback)
 {
-    qInfo().noquote() << "Retrieving token for datasource " + QString::number(dataSourceId) + " and device " +
+    qInfo().noquote() << CloudTexts::RetrievingToken + QString::number(dataSourceId) + CloudTexts::AndDevice +
                              QString::number(deviceId);
     const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/get_token" +
                             "?datasource_id=" + QString::number(dataSourceId);
-    qDebug().noquote() << "Token for datasource request: " + address;
-    fetch<DeviceToken>(address, {"Got token", false, "Request for token failed. Error: "}, parseDeviceToken,
+    qDebug().noquote() << CloudTexts::TokenRequest + address;
+    fetch<DeviceToken>(address, {CloudTexts::GotToken, false, CloudTexts::TokenFailed}, parseDeviceToken,
                        std::move(callback));
 }
 
 void VuskRequest::getEncryptionPassphrase(qint64 deviceId, Callback<QString> callback)
 {
-    qInfo().noquote() << "Retrieving encryption passphrase for device " + QString::number(deviceId);
+    qInfo().noquote() << CloudTexts::RetrievingPassphrase + QString::number(deviceId);
     const QString address = m_baseUrl + "/devices/" + QString::number(deviceId) + "/encryption_passphrase";
-    qDebug().noquote() << "Device phrase request: " + address;
-    fetch<QString>(address, {"Got device passphrase", false, "Request for token failed. Error: "}, parsePassphrase,
+    qDebug().noquote() << CloudTexts::PassphraseRequest + address;
+    fetch<QString>(address, {CloudTexts::GotPassphrase, false, CloudTexts::TokenFailed}, parsePassphrase,
                    std::move(callback));
 }
 

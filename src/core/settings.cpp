@@ -1,6 +1,7 @@
 #include "core/settings.h"
 
 #include "build_config.h"
+#include "core/core_texts.h"
 #include "core/limits.h"
 #include "platform/platform.h"
 
@@ -74,7 +75,8 @@ int Settings::servicePort() const
     const int port = m_config.contains(key) ? getInt(m_config, key, DefaultServicePort) : DefaultServicePort;
     if (port >= 1 && port <= 65535)
         return port;
-    qCritical() << "Failed to get value at key " << key << ". Default value " << DefaultServicePort << " returned.";
+    qCritical() << CoreTexts::NoValueAtKey << key << CoreTexts::DefaultValue << DefaultServicePort
+                << CoreTexts::Returned;
     return DefaultServicePort;
 }
 
@@ -93,10 +95,10 @@ QString readRegistryString(const QString& subKey, const QString& valueName)
     const auto result = CorvelPlatform::readRegistryValue(subKey.toStdWString(), valueName.toStdWString());
     switch (result.status) {
     case CorvelPlatform::RegistryResult::Status::OpenFailed:
-        qCritical().noquote() << "Failed to open registry key: " + subKey;
+        qCritical().noquote() << CoreTexts::RegistryKeyFailed + subKey;
         return QString();
     case CorvelPlatform::RegistryResult::Status::QueryFailed:
-        qCritical().noquote() << "Failed to get registry value: " + subKey + "\\" + valueName;
+        qCritical().noquote() << CoreTexts::RegistryValueFailed + subKey + "\\" + valueName;
         return QString();
     case CorvelPlatform::RegistryResult::Status::Ok:
         break;
@@ -124,20 +126,20 @@ std::optional<QJsonObject> loadConfig(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        qCritical().noquote() << "Failed to open config file: " + path;
+        qCritical().noquote() << CoreTexts::ConfigOpenFailed + path;
         return std::nullopt;
     }
     const QByteArray data = file.readAll();
     file.close();
     // The parser recurses per level; the same words as its own for a document nested too deeply.
     if (!Limits::jsonDepthWithin(data)) {
-        qCritical().noquote() << "Failed to parse JSON from file " + path + ". Error: too deeply nested document";
+        qCritical().noquote() << CoreTexts::JsonParseFailed + path + ". Error: too deeply nested document";
         return std::nullopt;
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(data, &error);
     if (document.isNull()) {
-        qCritical().noquote() << "Failed to parse JSON from file " + path + ". Error: " + error.errorString();
+        qCritical().noquote() << CoreTexts::JsonParseFailed + path + CoreTexts::JsonError + error.errorString();
         return std::nullopt;
     }
     return document.object();
@@ -156,7 +158,7 @@ bool getBool(const QJsonObject& config, const QString& key, bool defaultValue)
     const QJsonValue value = config.value(key);
     if (value.isBool())
         return value.toBool();
-    qWarning() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+    qWarning() << CoreTexts::NoValueAtKey << key << CoreTexts::DefaultValue << defaultValue << CoreTexts::Returned;
     return defaultValue;
 }
 
@@ -164,7 +166,7 @@ QString getString(const QJsonObject& config, const QString& key, const QString& 
 {
     const QJsonValue value = config.value(key);
     if (value.isUndefined() || !value.isString()) {
-        qWarning() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+        qWarning() << CoreTexts::NoValueAtKey << key << CoreTexts::DefaultValue << defaultValue << CoreTexts::Returned;
         return defaultValue;
     }
     return value.toString();
@@ -174,7 +176,7 @@ int getInt(const QJsonObject& config, const QString& key, int defaultValue)
 {
     const QJsonValue value = config.value(key);
     if (value.isUndefined() || !value.isDouble()) {
-        qCritical() << "Failed to get value at key " << key << ". Default value " << defaultValue << " returned.";
+        qCritical() << CoreTexts::NoValueAtKey << key << CoreTexts::DefaultValue << defaultValue << CoreTexts::Returned;
         return defaultValue;
     }
     const double number = value.toDouble();

@@ -4,11 +4,9 @@
 #include "widgets/icon_font.h"
 
 #include <QButtonGroup>
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QVBoxLayout>
 
 namespace CvJobs {
 
@@ -39,15 +37,7 @@ DeleteVMDialog::DeleteVMDialog(const CorvelWidgets::IconFont& iconFont, QWidget*
     m_saveButton->setDefault(true);
     connect(m_saveButton, &QPushButton::clicked, this, &QDialog::accept);
 
-    auto* content = new QVBoxLayout;
-    content->setContentsMargins(30, 20, 30, 24);
-    content->setSpacing(14);
-    content->addWidget(description);
-    content->addWidget(m_yesButton);
-    content->addWidget(m_noButton);
-    content->addSpacing(6);
-    content->addWidget(m_saveButton, 0, Qt::AlignRight);
-    contentLayout()->addLayout(content);
+    addBody({description, m_yesButton, m_noButton}, {m_saveButton}, 14);
 }
 
 bool DeleteVMDialog::isDeleteSelected() const

@@ -3,10 +3,8 @@
 #include "jobs/delete_vm_dialog.h"
 #include "jobs/jobs_texts.h"
 
-#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 namespace CvJobs {
 
@@ -38,20 +36,7 @@ DeleteVMDialog2::DeleteVMDialog2(const CorvelWidgets::IconFont& iconFont, QWidge
         accept();
     });
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(12);
-    buttons->addStretch();
-    buttons->addWidget(m_deleteButton);
-    buttons->addWidget(m_keepButton);
-
-    auto* content = new QVBoxLayout;
-    content->setContentsMargins(30, 20, 30, 24);
-    content->setSpacing(14);
-    content->addWidget(description);
-    content->addWidget(question);
-    content->addSpacing(6);
-    content->addLayout(buttons);
-    contentLayout()->addLayout(content);
+    addBody({description, question}, {m_deleteButton, m_keepButton}, 14);
 }
 
 } // namespace CvJobs

@@ -4,7 +4,6 @@
 
 #include <QLabel>
 #include <QPushButton>
-#include <QVBoxLayout>
 
 namespace CvJobs {
 
@@ -35,15 +34,7 @@ JobStartedWindow::JobStartedWindow(const CorvelWidgets::IconFont& iconFont, QWid
     m_closeWindowButton->setDefault(true);
     connect(m_closeWindowButton, &QPushButton::clicked, this, &QWidget::close);
 
-    auto* content = new QVBoxLayout;
-    content->setContentsMargins(30, 20, 30, 24);
-    content->setSpacing(12);
-    content->addWidget(m_heading);
-    content->addWidget(subHeading);
-    content->addWidget(description);
-    content->addSpacing(6);
-    content->addWidget(m_closeWindowButton, 0, Qt::AlignRight);
-    contentLayout()->addLayout(content);
+    addBody({m_heading, subHeading, description}, {m_closeWindowButton}, 12);
 }
 
 } // namespace CvJobs

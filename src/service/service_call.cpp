@@ -1,5 +1,7 @@
 #include "service/service_call.h"
 
+#include "service/service_texts.h"
+
 #include <thrift/TApplicationException.h>
 
 #include <QDebug>
@@ -40,9 +42,9 @@ CallResult tryServiceCall(const std::function<void()>& call)
         return {};
     } catch (const apache::thrift::TApplicationException& e) {
         return {CallOutcome::ApplicationFailure,
-                QStringLiteral("Application exception: ") + QString::fromUtf8(e.what())};
+                QString(ServiceTexts::ApplicationException) + QString::fromUtf8(e.what())};
     } catch (const std::exception& e) {
-        return {CallOutcome::OtherFailure, QStringLiteral("Unknown exception: ") + QString::fromUtf8(e.what())};
+        return {CallOutcome::OtherFailure, QString(ServiceTexts::UnknownException) + QString::fromUtf8(e.what())};
     } catch (...) {
         // Exceptions must not unwind through the event loop, whatever their type.
         return {CallOutcome::OtherFailure, QStringLiteral("Unknown exception: non-standard exception")};

@@ -1,6 +1,7 @@
 #include "service/service_client.h"
 
 #include "service/client_access_manager.h"
+#include "service/service_texts.h"
 
 #include <thrift/TOutput.h>
 #include <thrift/async/TConcurrentClientSyncInfo.h>
@@ -159,7 +160,7 @@ std::shared_ptr<TSSLSocketFactory> createSslSocketFactory(const std::string& wor
         factory->setAccessManager(std::make_shared<ClientAccessManager>(kServiceHost));
         return factory;
     } catch (const std::exception& e) {
-        connectFailure(QStringLiteral("Failed to create SSL socket factory: ") + QString::fromUtf8(e.what()));
+        connectFailure(QString(ServiceTexts::SslFactoryFailedWhy) + QString::fromUtf8(e.what()));
     }
     return {};
 }
@@ -170,7 +171,7 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
     ignoreBrokenPipe();
     const auto factory = createSslSocketFactory(workingDir);
     if (!factory) {
-        connectFailure(QStringLiteral("Failed to create SSL socket factory"));
+        connectFailure(QString(ServiceTexts::SslFactoryFailed));
         return {};
     }
 
@@ -183,11 +184,11 @@ std::shared_ptr<CorvelServiceIf> createServiceClient(const std::string& workingD
         protocol->getTransport()->open();
         client = concurrentClient;
     } catch (const std::exception& e) {
-        connectFailure(QStringLiteral("Thrift error: ") + QString::fromUtf8(e.what()));
+        connectFailure(QString(ServiceTexts::ThriftError) + QString::fromUtf8(e.what()));
     }
 
     if (!client) {
-        connectFailure(QStringLiteral("Failed to connect to Corvel service"));
+        connectFailure(QString(ServiceTexts::ConnectFailed));
         return {};
     }
     return client;

@@ -1,6 +1,7 @@
 #include "session/auth_session.h"
 
 #include "core/limits.h"
+#include "session/session_texts.h"
 
 #include <QDebug>
 #include <QJsonDocument>
@@ -51,10 +52,10 @@ bool AuthSession::acceptToken(const std::optional<QString>& token)
         setToken(text);
         if (isValid())
             return true;
-        qWarning().noquote() << "Invalid token. Authentication Error.";
+        qWarning().noquote() << SessionTexts::InvalidToken;
         return false;
     }
-    qWarning().noquote() << "Token is empty. Authentication Error.";
+    qWarning().noquote() << SessionTexts::EmptyToken;
     setToken(QString());
     return false;
 }
@@ -85,7 +86,7 @@ UserData AuthSession::decode(const QString& token)
     QByteArray bytes;
     bool undecodable = false;
     if (payload.isEmpty()) {
-        qWarning().noquote() << "Token payload is empty.";
+        qWarning().noquote() << SessionTexts::EmptyPayload;
     } else {
         const auto decoded = QByteArray::fromBase64Encoding(
             payload.toUtf8(), QByteArray::Base64Encoding | QByteArray::AbortOnBase64DecodingErrors);
@@ -101,7 +102,7 @@ UserData AuthSession::decode(const QString& token)
     else
         qWarning().noquote() << QStringLiteral("JSON nested deeper than %1 levels").arg(Corvel::Limits::JsonDepth);
     if (data.isEmpty()) {
-        qCritical().noquote() << "Failed to parse JSON data. Array name: data";
+        qCritical().noquote() << SessionTexts::NoData;
         return UserData();
     }
 
@@ -113,18 +114,18 @@ UserData AuthSession::decode(const QString& token)
 
     if (user.userDisplayName.isEmpty()) {
         user.userDisplayName = user.username;
-        qWarning().noquote() << "Token user_display_name field is empty. username field will be used";
+        qWarning().noquote() << SessionTexts::NoDisplayName;
     }
 
     if (data.contains(QStringLiteral("client_id"))) {
         user.role = UserRole::Client;
-        qInfo().noquote() << "cliend_id is presented, user role detected as Client.";
+        qInfo().noquote() << SessionTexts::ClientRole;
     } else if (data.contains(QStringLiteral("reseller_id"))) {
         user.role = UserRole::Partner;
-        qInfo().noquote() << "reseller_id is presented, user role detected as Partner.";
+        qInfo().noquote() << SessionTexts::PartnerRole;
     } else {
         user.role = UserRole::VelmoraAdmin;
-        qInfo().noquote() << "cliend_id or reseller_id is not presented, user role detected as VelmoraAdmin.";
+        qInfo().noquote() << SessionTexts::AdminRole;
     }
     return user;
 }

@@ -2,6 +2,7 @@
 
 #include "core/settings.h"
 #include "ui/tool_box_tile_widget.h"
+#include "ui/ui_texts.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
@@ -24,13 +25,14 @@ QIcon tileIcon(const CorvelWidgets::IconFont& iconFont, const QString& glyph)
 
 HelpCenterWidget::HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
-    , m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::AnalysisTool), "Analysis Tool",
-                                           "Gather logs and diagnostic data", "Launch Tool", this))
-    , m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::InstallationGuide), "Installation Guide",
-                                                "Install documentation with screenshots", "View Installation Guide",
-                                                this))
-    , m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::RequestHelp), "Request Help",
-                                          "Request direct support from our team", "Submit Ticket", this))
+    , m_analysisTool(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::AnalysisTool),
+                                           UiTexts::AnalysisTool, UiTexts::AnalysisToolDescription, UiTexts::LaunchTool,
+                                           this))
+    , m_installationGuide(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::InstallationGuide),
+                                                UiTexts::InstallationGuide, UiTexts::InstallationGuideDescription,
+                                                UiTexts::ViewInstallationGuide, this))
+    , m_requestHelp(new ToolBoxTileWidget(tileIcon(iconFont, CorvelWidgets::Glyph::RequestHelp), UiTexts::RequestHelp,
+                                          UiTexts::RequestHelpDescription, UiTexts::SubmitTicket, this))
 {
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(20, 20, 20, 20);
@@ -57,21 +59,21 @@ QString HelpCenterWidget::analysisToolPath()
 
 void HelpCenterWidget::launchAnalysisTool()
 {
-    qInfo() << "Opening Analysis Tool";
+    qInfo() << UiTexts::OpeningAnalysisTool;
     const QString path = analysisToolPath();
     QProcess tool;
     tool.setProgram(path);
     tool.setStandardOutputFile(QProcess::nullDevice());
     tool.setStandardErrorFile(QProcess::nullDevice());
     if (tool.startDetached()) {
-        qInfo() << "Analysis Tool opened successfully";
+        qInfo() << UiTexts::AnalysisToolOpened;
         return;
     }
-    qInfo() << "Analysis Tool opening failed";
-    const QString why = !QFileInfo::exists(path)       ? path + " is not there: the tool is not installed."
+    qInfo() << UiTexts::AnalysisToolFailed;
+    const QString why = !QFileInfo::exists(path)          ? path + " is not there: the tool is not installed."
                         : !QFileInfo(path).isExecutable() ? path + " cannot be run."
                                                           : tool.errorString();
-    CorvelWidgets::MessageBox::warning(this, QStringLiteral("Launch Tool"),
+    CorvelWidgets::MessageBox::warning(this, QString(UiTexts::LaunchTool),
                                        QStringLiteral("The Analysis Tool could not be started.\n") + why);
 }
 

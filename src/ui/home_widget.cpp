@@ -3,6 +3,7 @@
 
 #include "core/style_sheet.h"
 #include "jobs/job_table_widget.h"
+#include "ui/ui_texts.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
@@ -21,7 +22,7 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
                        QWidget* parent)
     : QWidget(parent)
     , m_jobTable(new CvJobs::JobTableWidget(connection, iconFont))
-    , m_newRecovery(new QPushButton("Start New Recovery", this))
+    , m_newRecovery(new QPushButton(UiTexts::StartNewRecovery, this))
     , m_history(new QPushButton("Job History", this))
 {
     auto* frame = new QFrame(this);
@@ -33,8 +34,8 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     frame->setMinimumHeight(qRound(MinimumJobsHeight * CorvelWidgets::screenScale()));
 
     m_newRecovery->setObjectName("button_primary_small");
-    m_newRecovery->setIcon(
-        iconFont.icon(CorvelWidgets::Glyph::NewRecovery, {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
+    m_newRecovery->setIcon(iconFont.icon(CorvelWidgets::Glyph::NewRecovery,
+                                         {{"color", "white"}, {"color-active", "white"}, {"scale", 1.0}}));
     m_newRecovery->setCursor(Qt::PointingHandCursor);
 
     auto* layout = new QVBoxLayout(this);

@@ -18,6 +18,7 @@
 #include "ui/main_window_tabs_widget.h"
 #include "ui/progress_dialog.h"
 #include "ui/tool_box_widget.h"
+#include "ui/ui_texts.h"
 #include "wizard/job_assembly.h"
 #include "wizard/job_launcher.h"
 #include "wizard/recovery_wizard.h"
@@ -40,12 +41,6 @@
 
 namespace Corvel {
 
-namespace {
-
-const char* const JobsInterrupted = "<font color=red><b>All active recovery jobs will be interrupted.</b></font>";
-
-} // namespace
-
 MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconFont& iconFont,
                        CorvelService::ServiceConnection& connection, const Corvel::Settings& settings)
     : MainWindow(session, iconFont, connection, settings, settings.updateDescriptorUrl())
@@ -66,7 +61,7 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
 {
     CVUpdater::useProgressDialog(m_updater);
     setObjectName("main_window");
-    setWindowTitle("Corvel");
+    setWindowTitle(UiTexts::Corvel);
     setWindowState(Qt::WindowMaximized);
 
     m_body->setContentsMargins(0, 0, 0, 0);
@@ -76,7 +71,7 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_userMenu = new CorvelWidgets::UserMenuButton(m_iconFont);
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     titleBar()->setUserMenuButton(m_userMenu);
-    m_checkForUpdates = m_userMenu->userMenu()->addAction("Check for updates");
+    m_checkForUpdates = m_userMenu->userMenu()->addAction(UiTexts::CheckForUpdates);
     m_checkForUpdates->setObjectName("check_for_updates_action");
     m_checkForUpdates->setVisible(false);
     connect(m_checkForUpdates, &QAction::triggered, this, &MainWindow::showUpdateOffer);
@@ -85,9 +80,9 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     m_toolBox = new ToolBoxWidget(m_iconFont);
     m_helpCenter = new HelpCenterWidget(m_iconFont);
     auto tabIcon = [this](const char* glyph) { return m_iconFont.icon(glyph, {{"scale-selected", 0.95}}); };
-    m_tabs = new MainWindowTabsWidget({{tabIcon(CorvelWidgets::Glyph::Home), "Home", m_home},
-                                       {tabIcon(CorvelWidgets::Glyph::Toolbox), "Toolbox", m_toolBox},
-                                       {tabIcon(CorvelWidgets::Glyph::Help), "Help Center", m_helpCenter}},
+    m_tabs = new MainWindowTabsWidget({{tabIcon(CorvelWidgets::Glyph::Home), UiTexts::HomeTab, m_home},
+                                       {tabIcon(CorvelWidgets::Glyph::Toolbox), UiTexts::ToolboxTab, m_toolBox},
+                                       {tabIcon(CorvelWidgets::Glyph::Help), UiTexts::HelpCenterTab, m_helpCenter}},
                                       this);
     m_body->addWidget(m_tabs);
 
@@ -150,11 +145,9 @@ void MainWindow::showUpdateOffer()
         return;
     CorvelWidgets::MessageBox::Request request;
     request.icon = QMessageBox::Information;
-    request.title = "Corvel";
-    request.text = "The new version of Corvel " + m_updater.offeredVersion() + " is available";
-    request.informativeText = QString("<p>Do you want to download and install it?<br>Corvel will be automatically "
-                                      "closed for update<br>%1</p>")
-                                  .arg(JobsInterrupted);
+    request.title = UiTexts::Corvel;
+    request.text = QString(UiTexts::UpdateAvailable).arg(m_updater.offeredVersion());
+    request.informativeText = QString(UiTexts::UpdateQuestion).arg(UiTexts::JobsInterrupted);
     request.buttons = QMessageBox::Yes | QMessageBox::No;
     request.defaultButton = QMessageBox::No;
     const bool accepted = ask(request) == QMessageBox::Yes;
@@ -165,14 +158,12 @@ void MainWindow::showUpdateOffer()
 
 void MainWindow::showUpdateReady()
 {
-    qInfo() << "Download finished";
+    qInfo() << UiTexts::DownloadFinished;
     CorvelWidgets::MessageBox::Request request;
     request.icon = QMessageBox::Information;
-    request.title = "Corvel";
-    request.text = "The Updater is downloaded and ready";
-    request.informativeText = QString("<p>It will close and automatically restart the Corvel in order to process the "
-                                      "installation<br>%1<br>Continue?</p>")
-                                  .arg(JobsInterrupted);
+    request.title = UiTexts::Corvel;
+    request.text = UiTexts::UpdaterReady;
+    request.informativeText = QString(UiTexts::UpdaterReadyQuestion).arg(UiTexts::JobsInterrupted);
     request.buttons = QMessageBox::Yes | QMessageBox::No;
     request.defaultButton = QMessageBox::No;
     if (ask(request) == QMessageBox::Yes && m_updater.runUpdate()) {
@@ -184,12 +175,12 @@ void MainWindow::showUpdateReady()
 
 void MainWindow::showDownloadFailed(const QString& lastStatus)
 {
-    qInfo() << "Download failed";
+    qInfo() << UiTexts::DownloadFailed;
     CorvelWidgets::MessageBox::Request request;
     request.icon = QMessageBox::Warning;
-    request.title = "Corvel";
-    request.text = "Download failed";
-    request.informativeText = "Error: " + lastStatus + "\n\nUpdate will be downloaded on the next application launch";
+    request.title = UiTexts::Corvel;
+    request.text = UiTexts::DownloadFailed;
+    request.informativeText = QString(UiTexts::DownloadFailedDetail).arg(lastStatus);
     request.buttons = QMessageBox::Ok;
     ask(request);
 }
@@ -197,26 +188,26 @@ void MainWindow::showDownloadFailed(const QString& lastStatus)
 void MainWindow::openUrl(const QString& url)
 {
     if (!QDesktopServices::openUrl(QUrl(url)))
-        qInfo().noquote() << "Cannot open URL: " + url;
+        qInfo().noquote() << UiTexts::CannotOpenUrl + url;
 }
 
-void MainWindow::startRecoveryWizard()
+MainWindow::RecoveryResult MainWindow::startRecoveryWizard()
 {
-    qInfo() << "Starting Recozery wizard.";
+    qInfo() << UiTexts::StartingWizard;
     CorvelWidgets::MessageBox::Request refusal;
     refusal.icon = QMessageBox::Critical;
-    refusal.title = "Access Error";
+    refusal.title = UiTexts::AccessError;
     switch (m_session.userData().role) {
     case TmxAuth::UserRole::VelmoraAdmin:
-        qWarning() << "Velmora Admin user tried to start new recovery.";
-        refusal.text = "Velmora Admin user is not allowed to start new recovery";
+        qWarning() << UiTexts::AdminRefusedLog;
+        refusal.text = UiTexts::AdminRefused;
         ask(refusal);
-        return;
+        return RecoveryResult::NotAllowed;
     case TmxAuth::UserRole::None:
-        qWarning() << "Unknown user tried to start new recovery.";
-        refusal.text = "Access token has expired. Please login and try again";
+        qWarning() << UiTexts::UnknownRefusedLog;
+        refusal.text = UiTexts::TokenExpired;
         ask(refusal);
-        return;
+        return RecoveryResult::NotAllowed;
     case TmxAuth::UserRole::Client:
     case TmxAuth::UserRole::Partner:
         break;
@@ -242,32 +233,54 @@ void MainWindow::startRecoveryWizard()
                                       return checkLocalCache(path, login, password, passphrase, reason);
                                   },
                                   RecoveryWizard::ServiceCallLimitMs};
-    RecoveryWizard wizard(this, m_iconFont, std::move(context));
-    centreOverThis(wizard);
-    wizard.setWindowFlags(wizard.windowFlags() | Qt::Tool);
-    qInfo() << "Recozery wizard started.";
-    if (wizard.exec() != QDialog::Accepted) {
-        qInfo() << "Recozery wizard rejected.";
-        return;
+    // What the operator entered stays here, in memory only, while they correct a job the service refused.
+    RecoveryWizardValues kept;
+    QVector<qint32> keptPages;
+    for (;;) {
+        RecoveryWizard wizard(this, m_iconFont, context);
+        if (!keptPages.isEmpty())
+            wizard.resume(kept, keptPages);
+        centreOverThis(wizard);
+        wizard.setWindowFlags(wizard.windowFlags() | Qt::Tool);
+        qInfo() << UiTexts::WizardStarted;
+        if (wizard.exec() != QDialog::Accepted) {
+            qInfo() << UiTexts::WizardRejected;
+            return RecoveryResult::Closed;
+        }
+        kept = wizard.values();
+        if (!kept.recoveryType)
+            return RecoveryResult::Closed;
+        const RecoveryResult result = launchJob(kept);
+        if (result != RecoveryResult::BackToWizard)
+            return result;
+        keptPages = wizard.history();
     }
-    const RecoveryWizardValues values = wizard.values();
-    if (!values.recoveryType)
-        return;
-    launchJob(values);
 }
 
-void MainWindow::launchJob(const RecoveryWizardValues& values)
+MainWindow::RecoveryResult MainWindow::launchJob(const RecoveryWizardValues& values)
 {
     const LaunchOutcome outcome = m_launcher.launch(values);
     if (outcome.kind != LaunchOutcome::Kind::Started) {
-        CorvelWidgets::MessageBox::critical(this, outcome.title, outcome.text);
-        return;
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Critical;
+        request.title = outcome.title;
+        request.text = outcome.text;
+        // A job the service never created can be corrected; one it created but did not start is listed already.
+        if (outcome.kind != LaunchOutcome::Kind::StartFailed) {
+            request.buttons = QMessageBox::Ok | QMessageBox::Retry;
+            request.buttonTexts[QMessageBox::Retry] = UiTexts::BackToWizard;
+            request.defaultButton = QMessageBox::Ok;
+        }
+        return CorvelWidgets::MessageBox::ask(this, request) == QMessageBox::Retry ? RecoveryResult::BackToWizard
+                                                                                   : RecoveryResult::Failed;
     }
     m_home->jobTable()->refresh();
     CvJobs::JobStartedWindow started(m_iconFont, this, *values.recoveryType);
     started.adjustSize();
     centreOverThis(started);
     started.exec();
+    m_home->jobTable()->revealJob(outcome.jobId);
+    return RecoveryResult::Started;
 }
 
 void MainWindow::setJournal(CorvelJournal::Journal* journal)
@@ -379,8 +392,8 @@ void MainWindow::logOut()
     if (!TmxAuth::logOutAndSignIn(m_session, m_settings.authUrl(), this, m_tokenSource)) {
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Warning;
-        request.title = "Corvel";
-        request.text = "Failed to login. Corvel will be closed. Please run Corvel and try again.";
+        request.title = UiTexts::Corvel;
+        request.text = UiTexts::LoginFailed;
         ask(request);
         // Nobody is signed in any more: no question about a running download either.
         m_updater.cancel();
@@ -389,7 +402,7 @@ void MainWindow::logOut()
     }
     m_userMenu->setUserName(m_session.userData().userDisplayName);
     if (QAction* first = m_userMenu->logOutAction())
-        first->setText("Log out");
+        first->setText(UiTexts::LogOut);
 }
 
 void MainWindow::keyPressEvent(QKeyEvent* event)
@@ -415,9 +428,9 @@ void MainWindow::closeEvent(QCloseEvent* event)
     }
     CorvelWidgets::MessageBox::Request request;
     request.icon = QMessageBox::Information;
-    request.title = "Corvel";
-    request.text = "Update downloading in process";
-    request.informativeText = "Do you want to cancel it?";
+    request.title = UiTexts::Corvel;
+    request.text = UiTexts::DownloadInProcess;
+    request.informativeText = UiTexts::CancelDownload;
     request.buttons = QMessageBox::Yes | QMessageBox::No;
     request.defaultButton = QMessageBox::No;
     if (ask(request) == QMessageBox::Yes)

@@ -82,9 +82,12 @@ public:
     HomeWidget* home() const { return m_home; }
     CorvelWidgets::UserMenuButton* userMenuButton() const { return m_userMenu; }
 
+    // How "Start New Recovery" ended.
+    enum class RecoveryResult { NotAllowed, Closed, Started, Failed, BackToWizard };
+
 public slots:
     void openUrl(const QString& url);
-    void startRecoveryWizard();
+    RecoveryResult startRecoveryWizard();
     // The Job History window (Ctrl+H), raised when it is open already.
     void openJobHistory();
 
@@ -102,7 +105,8 @@ private:
     void showUpdateReady();
     void showDownloadFailed(const QString& lastStatus);
     void logOut();
-    void launchJob(const RecoveryWizardValues& values);
+    // Started, Failed, or BackToWizard when the operator wants to correct a job the service did not create.
+    RecoveryResult launchJob(const RecoveryWizardValues& values);
     void centreOverThis(QWidget& dialog) const;
     // Brings the window up with the job's row in view (none: just the window).
     void showJob(const QString& jobId);

@@ -1,6 +1,8 @@
 #include "ui/progress_dialog.h"
 
+#include "ui/ui_texts.h"
 #include "updater/updater.h"
+#include "widgets/bordered.h"
 #include "widgets/dialog_style.h"
 
 #include <QProgressDialog>
@@ -9,29 +11,13 @@
 
 namespace CVUpdater {
 
-namespace {
-
-class BorderedProgressDialog : public QProgressDialog {
-public:
-    using QProgressDialog::QProgressDialog;
-
-protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        QProgressDialog::paintEvent(event);
-        CorvelWidgets::DialogStyle::paintBorder(*this);
-    }
-};
-
-} // namespace
-
 ProgressDialog::ProgressDialog(QWidget* parent)
-    : m_dialog(new BorderedProgressDialog(parent))
+    : m_dialog(new CorvelWidgets::Bordered<QProgressDialog>(parent))
 {
     m_dialog->setObjectName(QStringLiteral("updater_progress_dialog"));
-    m_dialog->setWindowTitle(QStringLiteral("Updater"));
-    m_dialog->setLabelText(QStringLiteral("Downloading updates"));
-    m_dialog->setCancelButtonText(QStringLiteral("Cancel"));
+    m_dialog->setWindowTitle(QString(Corvel::UiTexts::Updater));
+    m_dialog->setLabelText(QString(Corvel::UiTexts::DownloadingUpdates));
+    m_dialog->setCancelButtonText(QString(Corvel::UiTexts::CancelButton));
     CorvelWidgets::DialogStyle::dropButtonIcons(*m_dialog);
     m_dialog->setRange(0, 100);
     m_dialog->setValue(0);

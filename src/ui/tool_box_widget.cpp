@@ -2,6 +2,7 @@
 
 #include "build_config.h"
 #include "ui/tool_box_tile_widget.h"
+#include "ui/ui_texts.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
@@ -13,7 +14,8 @@ namespace Corvel {
 ToolBoxWidget::ToolBoxWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent)
     : QWidget(parent)
     , m_directRestore(new ToolBoxTileWidget(iconFont.icon(CorvelWidgets::Glyph::Download, {{"color", "grey"}}),
-                                            "Direct Restore", "Granular Exchange & SQL Recovery", "Download", this))
+                                            UiTexts::DirectRestore, UiTexts::DirectRestoreDescription,
+                                            UiTexts::DownloadButton, this))
 {
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(20, 20, 20, 20);
@@ -22,7 +24,7 @@ ToolBoxWidget::ToolBoxWidget(const CorvelWidgets::IconFont& iconFont, QWidget* p
     layout->setRowStretch(1, 1);
 
     connect(m_directRestore, &ToolBoxTileWidget::clicked, this, [this] {
-        qInfo() << "Opening Direct Restore URL";
+        qInfo() << UiTexts::OpeningDirectRestore;
         emit openUrlRequested(QStringLiteral(CORVEL_DIRECT_RESTORE_URL));
     });
 }

@@ -2,6 +2,7 @@
 
 #include "core/bounded_body.h"
 #include "core/limits.h"
+#include "updater/updater_texts.h"
 
 #include <QDomDocument>
 #include <QEventLoop>
@@ -18,7 +19,7 @@ namespace CVUpdater {
 
 std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
 {
-    qInfo().noquote() << QStringLiteral("Looking for download info at: ") + location;
+    qInfo().noquote() << QString(UpdaterTexts::LookingForInfo) + location;
 
     // Outlive the manager, which takes the reply with it.
     QByteArray body;
@@ -61,7 +62,7 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
     if (!reply->isFinished()) {
         reply->disconnect();
         reply->abort();
-        qInfo() << "Cannot get reply from the server";
+        qInfo() << UpdaterTexts::NoReply;
         return std::nullopt;
     }
     take();
@@ -69,23 +70,23 @@ std::optional<DescriptorRecord> fetchDescriptor(const QString& location)
     if (decoding == Corvel::BoundedBody::Status::TooLarge) {
         qWarning().noquote()
             << QStringLiteral("Reply is too large: more than %1 bytes").arg(Corvel::Limits::DescriptorBytes);
-        qInfo() << "Cannot get reply from the server";
+        qInfo() << UpdaterTexts::NoReply;
         return std::nullopt;
     }
     if (reply->error() != QNetworkReply::NoError) {
-        qInfo() << "Cannot get reply from the server";
+        qInfo() << UpdaterTexts::NoReply;
         return std::nullopt;
     }
     if (decoding == Corvel::BoundedBody::Status::Unreadable) {
         qWarning().noquote() << "Reply body cannot be decoded, content encoding: " +
                                     QString::fromLatin1(reply->rawHeader("Content-Encoding"));
-        qInfo() << "Cannot get reply from the server";
+        qInfo() << UpdaterTexts::NoReply;
         return std::nullopt;
     }
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (status >= 300 && status < 400) {
         qWarning().noquote() << QStringLiteral("Reply is a redirection (HTTP %1), which is not followed").arg(status);
-        qInfo() << "Cannot get reply from the server";
+        qInfo() << UpdaterTexts::NoReply;
         return std::nullopt;
     }
     return parseDescriptor(body);
@@ -97,10 +98,10 @@ std::optional<DescriptorRecord> parseDescriptor(const QByteArray& body)
     switch (Corvel::Limits::scanXml(body)) {
     case Corvel::Limits::XmlScan::TooDeep:
         qWarning().noquote() << QStringLiteral("XML nested deeper than %1 levels").arg(Corvel::Limits::XmlDepth);
-        qInfo() << "Cannot get info source";
+        qInfo() << UpdaterTexts::NoInfoSource;
         return std::nullopt;
     case Corvel::Limits::XmlScan::Malformed:
-        qInfo() << "Cannot get info source";
+        qInfo() << UpdaterTexts::NoInfoSource;
         return std::nullopt;
     case Corvel::Limits::XmlScan::Ok:
         break;
@@ -108,12 +109,12 @@ std::optional<DescriptorRecord> parseDescriptor(const QByteArray& body)
 
     QDomDocument document;
     if (!document.setContent(body)) {
-        qInfo() << "Cannot get info source";
+        qInfo() << UpdaterTexts::NoInfoSource;
         return std::nullopt;
     }
     const QDomElement root = document.documentElement();
     if (root.tagName() != QLatin1String("BuildInfo")) {
-        qInfo() << "Wrong xml format";
+        qInfo() << UpdaterTexts::WrongXml;
         return std::nullopt;
     }
 
@@ -122,21 +123,21 @@ std::optional<DescriptorRecord> parseDescriptor(const QByteArray& body)
     if (url.isNull())
         url = root.firstChildElement(QStringLiteral("MsiPath"));
     if (url.isNull()) {
-        qInfo() << "Cannot get URL";
+        qInfo() << UpdaterTexts::NoUrl;
         return std::nullopt;
     }
     record.downloadUrl = url.text();
 
     const QDomElement version = root.firstChildElement(QStringLiteral("Version"));
     if (version.isNull()) {
-        qInfo() << "Cannot get version";
+        qInfo() << UpdaterTexts::NoVersion;
         return std::nullopt;
     }
     record.version = version.text();
 
     const QDomElement notice = root.firstChildElement(QStringLiteral("Notice"));
     if (notice.isNull()) {
-        qInfo() << "Cannot get notice";
+        qInfo() << UpdaterTexts::NoNotice;
         return std::nullopt;
     }
     record.notice = notice.text();

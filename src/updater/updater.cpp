@@ -1,6 +1,7 @@
 #include "updater/updater.h"
 
 #include "core/limits.h"
+#include "updater/updater_texts.h"
 
 #include <QFile>
 #include <QMutexLocker>
@@ -83,41 +84,41 @@ Updater::~Updater()
 
 bool Updater::checkForUpdates()
 {
-    qInfo() << "Checking for updates.";
+    qInfo() << UpdaterTexts::Checking;
     setLastStatus(QString());
 
     if (!m_manualUpdateUrl.isEmpty()) {
-        qInfo().noquote() << QStringLiteral("Manual update will be performed using URL: ") + m_manualUpdateUrl;
+        qInfo().noquote() << QString(UpdaterTexts::ManualUpdateUrl) + m_manualUpdateUrl;
         QMutexLocker lock(&m_mutex);
         m_downloadUrl = m_manualUpdateUrl;
         m_offeredVersion = ManualVersion;
-        m_notice = QStringLiteral("Manual update");
+        m_notice = QString(UpdaterTexts::ManualUpdate);
         return true;
     }
 
     const std::optional<DescriptorRecord> record = fetchDescriptor(m_descriptorUrl);
     if (!record) {
-        qCritical() << "Cannot get remote version";
-        setLastStatus(QStringLiteral("Cannot get remote version"));
+        qCritical() << UpdaterTexts::NoRemoteVersion;
+        setLastStatus(QString(UpdaterTexts::NoRemoteVersion));
         return false;
     }
     const std::optional<VersionInfo> remote = parseVersion(record->version);
     if (!remote) {
-        qCritical() << "Wrong remote version format";
-        setLastStatus(QStringLiteral("Wrong remote version format"));
+        qCritical() << UpdaterTexts::WrongRemoteVersion;
+        setLastStatus(QString(UpdaterTexts::WrongRemoteVersion));
         return false;
     }
     const std::optional<VersionInfo> local = parseVersion(LocalVersion);
     if (!local) {
-        qCritical() << "Wrong local version format";
-        setLastStatus(QStringLiteral("Wrong local version format"));
+        qCritical() << UpdaterTexts::WrongLocalVersion;
+        setLastStatus(QString(UpdaterTexts::WrongLocalVersion));
         return false;
     }
 
-    qInfo().noquote() << QStringLiteral("Local version: ") + LocalVersion;
-    qInfo().noquote() << QStringLiteral("Remote version: ") + record->version;
+    qInfo().noquote() << QString(UpdaterTexts::LocalVersion) + LocalVersion;
+    qInfo().noquote() << QString(UpdaterTexts::RemoteVersion) + record->version;
     if (!(*local < *remote)) {
-        qInfo() << "Update is not required.";
+        qInfo() << UpdaterTexts::NotRequired;
         return false;
     }
 
@@ -127,7 +128,7 @@ bool Updater::checkForUpdates()
         m_offeredVersion = record->version;
         m_notice = record->notice;
     }
-    qInfo() << "Update is required.";
+    qInfo() << UpdaterTexts::Required;
     return true;
 }
 
@@ -188,10 +189,10 @@ void Updater::startDownload(QWidget* dialogParent)
         return;
     }
 
-    qInfo() << "Starting download";
-    setLastStatus(QStringLiteral("Starting download"));
+    qInfo() << UpdaterTexts::StartingDownload;
+    setLastStatus(QString(UpdaterTexts::StartingDownload));
     const QString location = downloadUrl();
-    qInfo().noquote() << QStringLiteral("Downloading request URL: ") + location;
+    qInfo().noquote() << QString(UpdaterTexts::DownloadingUrl) + location;
 
     QNetworkRequest request{QUrl(location)};
     request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
@@ -301,7 +302,7 @@ bool Updater::takeArrived(Downloading& downloading, QNetworkReply* reply)
 
 void Updater::onFinished()
 {
-    qInfo() << "Download finished.";
+    qInfo() << UpdaterTexts::DownloadFinished;
     m_stallTimer.stop();
     auto* downloading = std::get_if<Downloading>(&m_state);
     if (!downloading) {
@@ -331,12 +332,12 @@ void Updater::onFinished()
 
     switch (finished.fault) {
     case Fault::CannotOpen:
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
-        fail(QStringLiteral("Cannot open file"));
+        qCritical().noquote() << QString(UpdaterTexts::CannotOpenFileLog) + finished.path;
+        fail(QString(UpdaterTexts::CannotOpenFile));
         return;
     case Fault::CannotWrite:
-        qCritical().noquote() << QStringLiteral("Cannot open file: ") + finished.path;
-        fail(QStringLiteral("Cannot write file"));
+        qCritical().noquote() << QString(UpdaterTexts::CannotOpenFileLog) + finished.path;
+        fail(QString(UpdaterTexts::CannotWriteFile));
         return;
     case Fault::TooLarge:
         qWarning().noquote()
@@ -361,8 +362,8 @@ void Updater::onFinished()
         }
         break;
     }
-    qCritical() << "Cannot get reply from the server.";
-    fail(QStringLiteral("Cannot get reply from the server"));
+    qCritical() << UpdaterTexts::NoReplyLog;
+    fail(QString(UpdaterTexts::NoReply));
 }
 
 bool Updater::openInstaller(Downloading& downloading, const QString& fileName)
@@ -389,8 +390,8 @@ void Updater::saveInstaller(Downloading& downloading)
 {
     QSaveFile& file = *downloading.file;
     if (!file.flush() || !file.commit()) {
-        qCritical().noquote() << QStringLiteral("Cannot save file: ") + downloading.path;
-        fail(QStringLiteral("Cannot save file"));
+        qCritical().noquote() << QString(UpdaterTexts::CannotSaveFileLog) + downloading.path;
+        fail(QString(UpdaterTexts::CannotSaveFile));
         return;
     }
     const QString path = downloading.path;
@@ -404,21 +405,21 @@ void Updater::saveInstaller(Downloading& downloading)
 void Updater::onProgressCanceled()
 {
     if (abortDownload()) {
-        qInfo() << "Downloading canceled.";
-        setLastStatus(QStringLiteral("Downloading canceled"));
+        qInfo() << UpdaterTexts::DownloadCanceledLog;
+        setLastStatus(QString(UpdaterTexts::DownloadCanceled));
     }
 }
 
 void Updater::cancel()
 {
-    qInfo() << "Cancelling update.";
+    qInfo() << UpdaterTexts::Cancelling;
     if (abortDownload()) {
-        qInfo() << "Downloading canceled.";
-        setLastStatus(QStringLiteral("Downloading canceled"));
+        qInfo() << UpdaterTexts::DownloadCanceledLog;
+        setLastStatus(QString(UpdaterTexts::DownloadCanceled));
     }
     m_state = Idle{};
-    qInfo() << "Update canceled.";
-    setLastStatus(QStringLiteral("Update canceled"));
+    qInfo() << UpdaterTexts::UpdateCanceledLog;
+    setLastStatus(QString(UpdaterTexts::UpdateCanceled));
 }
 
 void Updater::reset()
@@ -452,15 +453,15 @@ bool Updater::runUpdate()
         unexpectedState();
         return false;
     }
-    qInfo() << "Running update.";
-    setLastStatus(QStringLiteral("Running update"));
+    qInfo() << UpdaterTexts::RunningLog;
+    setLastStatus(QString(UpdaterTexts::Running));
     return m_launcher(downloaded->path, installerArguments());
 }
 
 void Updater::unexpectedState()
 {
-    qCritical() << "Unexpected state of updater.";
-    setLastStatus(QStringLiteral("Unexpected state"));
+    qCritical() << UpdaterTexts::UnexpectedStateLog;
+    setLastStatus(QString(UpdaterTexts::UnexpectedState));
 }
 
 void Updater::fail(const QString& status)

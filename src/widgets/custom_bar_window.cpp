@@ -4,6 +4,7 @@
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/initial_focus.h"
+#include "widgets/widgets_texts.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -42,8 +43,8 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
     m_closeButton->setFocusPolicy(Qt::TabFocus);
     // A dialog's push buttons answer Return when focused; Close never may.
     m_closeButton->setAutoDefault(false);
-    m_closeButton->setAccessibleName(QStringLiteral("Close"));
-    m_closeButton->setToolTip(QStringLiteral("Close"));
+    m_closeButton->setAccessibleName(QString(CorvelWidgets::WidgetsTexts::Close));
+    m_closeButton->setToolTip(QString(CorvelWidgets::WidgetsTexts::Close));
     connect(m_closeButton, &QPushButton::clicked, this, &QWidget::close);
 
     auto* stripeLayout = new QHBoxLayout(m_titleStripe);
@@ -60,6 +61,23 @@ CustomBarWindow::CustomBarWindow(const CorvelWidgets::IconFont& iconFont, QWidge
 
     // Without a system frame the stripe is the only handle to move the dialog by.
     m_titleStripe->installEventFilter(this);
+}
+
+void CustomBarWindow::addBody(const QList<QWidget*>& widgets, const QList<QPushButton*>& buttons, int spacing)
+{
+    auto* body = new QVBoxLayout;
+    body->setContentsMargins(30, 20, 30, 24);
+    body->setSpacing(spacing);
+    for (QWidget* widget : widgets)
+        body->addWidget(widget);
+    body->addSpacing(6);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(12);
+    row->addStretch();
+    for (QPushButton* button : buttons)
+        row->addWidget(button);
+    body->addLayout(row);
+    m_contentLayout->addLayout(body);
 }
 
 void CustomBarWindow::setTitle(const QString& title)

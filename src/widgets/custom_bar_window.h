@@ -1,13 +1,13 @@
 #pragma once
 
 #include <QDialog>
-#include <QVBoxLayout>
+#include <QList>
 #include <QPoint>
+#include <QVBoxLayout>
 
 class QFrame;
 class QLabel;
 class QPushButton;
-
 
 namespace CorvelWidgets {
 class IconFont;
@@ -27,6 +27,9 @@ public:
     QString title() const;
 
     QVBoxLayout* contentLayout() const { return m_contentLayout; }
+    // The body of the small dialogs: `widgets` top to bottom, `spacing` apart, then `buttons` in a row
+    // on the right.
+    void addBody(const QList<QWidget*>& widgets, const QList<QPushButton*>& buttons, int spacing);
     QFrame* frame() const { return m_frame; }
     QPushButton* closeButton() const { return m_closeButton; }
 

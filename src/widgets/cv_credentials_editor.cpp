@@ -2,6 +2,7 @@
 
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/widgets_texts.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -15,20 +16,20 @@ CvCredentialsEditor::CvCredentialsEditor(const IconFont& iconFont, QWidget* pare
     , m_description(new QLabel)
     , m_login(new QLineEdit)
     , m_password(new QLineEdit)
-    , m_check(new QPushButton("Check"))
+    , m_check(new QPushButton(WidgetsTexts::Check))
 {
     m_description->setObjectName("wizard_page_desription");
     m_password->setEchoMode(QLineEdit::Password);
-    m_login->setAccessibleName("NETWORK SHARE USERNAME:");
-    m_password->setAccessibleName("NETWORK SHARE PASSWORD:");
+    m_login->setAccessibleName(WidgetsTexts::ShareUsername);
+    m_password->setAccessibleName(WidgetsTexts::SharePassword);
     m_check->setObjectName("button_secondary");
     m_check->setIcon(iconFont.icon(Glyph::Next, IconFont::accent()));
     m_check->setAccessibleName("Check credentials");
     m_check->hide();
 
-    auto* userLabel = new QLabel("NETWORK SHARE USERNAME:");
+    auto* userLabel = new QLabel(WidgetsTexts::ShareUsername);
     userLabel->setObjectName("field_label");
-    auto* passwordLabel = new QLabel("NETWORK SHARE PASSWORD:");
+    auto* passwordLabel = new QLabel(WidgetsTexts::SharePassword);
     passwordLabel->setObjectName("field_label");
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);

@@ -4,6 +4,7 @@
 #include "widgets/folder_dialog.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/widgets_texts.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -20,16 +21,16 @@ CvDirSelector::CvDirSelector(const QString& path, const IconFont& iconFont, bool
     : QWidget(parent)
     , m_label(new QLabel)
     , m_edit(new QLineEdit(path))
-    , m_browse(new QPushButton("Browse"))
+    , m_browse(new QPushButton(WidgetsTexts::Browse))
 {
     m_label->setObjectName("field_label");
     m_label->setTextFormat(Qt::RichText);
     m_label->setText(required ? QStringLiteral("<font color=\"%1\">*</font>LOCATION:").arg(Corvel::Palette::Primary)
-                              : QStringLiteral("LOCATION:"));
-    m_edit->setAccessibleName("LOCATION:");
+                              : QString(WidgetsTexts::Location));
+    m_edit->setAccessibleName(WidgetsTexts::Location);
     m_browse->setObjectName("button_secondary");
     m_browse->setIcon(iconFont.icon(Glyph::Folder, IconFont::accent()));
-    m_browse->setAccessibleName("Browse");
+    m_browse->setAccessibleName(WidgetsTexts::Browse);
 
     auto* row = new QHBoxLayout;
     row->setContentsMargins(0, 0, 0, 0);

@@ -4,6 +4,7 @@
 #include "core/style_sheet.h"
 #include "widgets/picture_tag.h"
 #include "widgets/user_menu_button.h"
+#include "widgets/widgets_texts.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -38,7 +39,7 @@ QPushButton* windowButton(QWidget* parent, const QString& name)
 
 CvTitleBar::CvTitleBar(QWidget* parent)
     : QWidget(parent)
-    , m_closeButton(windowButton(this, QStringLiteral("Close")))
+    , m_closeButton(windowButton(this, QString(WidgetsTexts::Close)))
     , m_minimizeButton(windowButton(this, QStringLiteral("Minimize")))
     , m_maximizeButton(windowButton(this, QStringLiteral("Maximize")))
     , m_title(new QLabel(this))
@@ -72,7 +73,7 @@ CvTitleBar::CvTitleBar(QWidget* parent)
     m_closeButton->setIconSize(QSize(iconSide, iconSide));
     for (QPushButton* button : {m_minimizeButton, m_maximizeButton, m_closeButton})
         m_layout->addWidget(button, 0, Qt::AlignRight);
-    m_title->setAccessibleName(QStringLiteral("Corvel"));
+    m_title->setAccessibleName(QString(WidgetsTexts::Corvel));
     // Left to right, whatever order the buttons were made in.
     setTabOrder(m_minimizeButton, m_maximizeButton);
     setTabOrder(m_maximizeButton, m_closeButton);

@@ -5,6 +5,7 @@
 #include "widgets/cv_popup_calendar.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/widgets_texts.h"
 
 #include <QCalendarWidget>
 #include <QHBoxLayout>
@@ -19,8 +20,8 @@ DateLineEditWithButtonsDaysMove::DateLineEditWithButtonsDaysMove(const QString& 
     , m_layout(new QHBoxLayout(this))
     , m_lineEdit(new CvLineEdit)
     , m_popupButton(new QPushButton)
-    , m_previousDay(new CvPagCalendarButton("Previous Day", false, iconFont))
-    , m_nextDay(new CvPagCalendarButton("Next Day", true, iconFont))
+    , m_previousDay(new CvPagCalendarButton(WidgetsTexts::PreviousDay, false, iconFont))
+    , m_nextDay(new CvPagCalendarButton(WidgetsTexts::NextDay, true, iconFont))
     , m_popup(new CvPopupCalendar(iconFont, this))
 {
     m_layout->setSpacing(0);

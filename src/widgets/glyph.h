@@ -6,6 +6,7 @@
 namespace CorvelWidgets::Glyph {
 
 constexpr char AnalysisTool[] = "analysis_tool";
+constexpr char BareMetal[] = "bare_metal";
 constexpr char Calendar[] = "calendar";
 constexpr char Close[] = "close";
 constexpr char Download[] = "download";
@@ -18,13 +19,22 @@ constexpr char JobStopped[] = "job_stopped";
 constexpr char Left[] = "left";
 constexpr char NewRecovery[] = "new_recovery";
 constexpr char Next[] = "next";
+constexpr char Production[] = "production";
+constexpr char RecoveryIso[] = "recovery_iso";
 constexpr char RequestHelp[] = "request_help";
 constexpr char Right[] = "right";
+constexpr char Search[] = "search";
+constexpr char StartRecovery[] = "start_recovery";
+constexpr char Test[] = "test";
 constexpr char Toolbox[] = "toolbox";
 constexpr char User[] = "user";
+constexpr char VirtualDiskExport[] = "virtual_disk_export";
+constexpr char Virtualize[] = "virtualize";
 
-constexpr const char* All[] = {AnalysisTool, Calendar,          Close,      Download,   Folder, Help,
-                               Home,         InstallationGuide, JobRunning, JobStopped, Left,   NewRecovery,
-                               Next,         RequestHelp,       Right,      Toolbox,    User};
+constexpr const char* All[] = {
+    AnalysisTool,      BareMetal,  Calendar,   Close,         Download,    Folder,  Help,       Home,
+    InstallationGuide, JobRunning, JobStopped, Left,          NewRecovery, Next,    Production, RecoveryIso,
+    RequestHelp,       Right,      Search,     StartRecovery, Test,        Toolbox, User,       VirtualDiskExport,
+    Virtualize};
 
 } // namespace CorvelWidgets::Glyph

@@ -16,7 +16,9 @@ namespace {
 class GlyphIconEngine : public QIconEngine {
 public:
     GlyphIconEngine(QString family, ushort codePoint, QVariantMap options)
-        : m_family(std::move(family)), m_codePoint(codePoint), m_options(std::move(options))
+        : m_family(std::move(family))
+        , m_codePoint(codePoint)
+        , m_options(std::move(options))
     {
     }
 
@@ -73,7 +75,9 @@ private:
 
 } // namespace
 
-IconFont::IconFont(QString family, QHash<QString, ushort> icons) : m_family(std::move(family)), m_icons(std::move(icons))
+IconFont::IconFont(QString family, QHash<QString, ushort> icons)
+    : m_family(std::move(family))
+    , m_icons(std::move(icons))
 {
 }
 
@@ -102,17 +106,12 @@ QFont IconFont::font(int pixelSize) const
 
 QIcon IconFont::icon(const QString& name, const QVariantMap& options) const
 {
-    return icon(codePoint(name), options);
+    return QIcon(new GlyphIconEngine(m_family, codePoint(name), options));
 }
 
 QVariantMap IconFont::accent()
 {
     return {{"color", Corvel::Palette::Primary}, {"color-active", Corvel::Palette::DarkenPrimary}};
-}
-
-QIcon IconFont::icon(ushort codePoint, const QVariantMap& options) const
-{
-    return QIcon(new GlyphIconEngine(m_family, codePoint, options));
 }
 
 } // namespace CorvelWidgets

@@ -31,7 +31,6 @@ public:
     // A glyph by its name in the font's own table (tools/iconfont/mapping.tsv); an empty glyph
     // for a name the table does not hold.
     QIcon icon(const QString& name, const QVariantMap& options = {}) const;
-    QIcon icon(ushort codePoint, const QVariantMap& options = {}) const;
 
     // The accent colours most glyphs are drawn in.
     static QVariantMap accent();

@@ -2,6 +2,7 @@
 #include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
+#include "widgets/bordered.h"
 #include "widgets/dialog_style.h"
 
 #include <QDebug>
@@ -15,18 +16,11 @@ QQueue<QMessageBox::StandardButton> g_answers;
 bool g_autoAnswer = false;
 QList<MessageBox::Request> g_shown;
 
-// Without a window manager's frame (or on a light one) a plain box melts into the table behind it.
-class BorderedMessageBox : public QMessageBox {
+class BorderedMessageBox : public Bordered<QMessageBox> {
 public:
-    using QMessageBox::QMessageBox;
+    using Bordered<QMessageBox>::Bordered;
 
 protected:
-    void paintEvent(QPaintEvent* event) override
-    {
-        QMessageBox::paintEvent(event);
-        DialogStyle::paintBorder(*this);
-    }
-
     // Showing the box gives the focus to its first button, whatever the default is: Return must
     // answer the default, never "Yes" by accident.
     void showEvent(QShowEvent* event) override
@@ -73,6 +67,9 @@ QMessageBox::StandardButton MessageBox::ask(QWidget* parent, const Request& requ
     if (!request.informativeText.isEmpty())
         box.setInformativeText(request.informativeText);
     box.setStandardButtons(request.buttons);
+    for (auto it = request.buttonTexts.begin(); it != request.buttonTexts.end(); ++it)
+        if (QAbstractButton* button = box.button(it.key()))
+            button->setText(it.value());
     DialogStyle::dropButtonIcons(box);
     if (request.defaultButton != QMessageBox::NoButton)
         box.setDefaultButton(request.defaultButton);

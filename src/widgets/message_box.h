@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QMessageBox>
 #include <QString>
 
@@ -16,6 +17,8 @@ public:
         QString informativeText;
         QMessageBox::StandardButtons buttons = QMessageBox::Ok;
         QMessageBox::StandardButton defaultButton = QMessageBox::NoButton;
+        // Texts of buttons that do not mean what their standard label says.
+        QMap<QMessageBox::StandardButton, QString> buttonTexts;
         Qt::WindowFlags flags;
         bool titleSet = true;
     };

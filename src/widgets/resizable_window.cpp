@@ -6,6 +6,7 @@
 #include "widgets/cv_title_bar.h"
 #include "widgets/initial_focus.h"
 #include "widgets/picture_tag.h"
+#include "widgets/widgets_texts.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -39,7 +40,7 @@ ResizableWindow::ResizableWindow(QWidget* parent)
     logo->setObjectName("footer_widget");
     logo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
-    auto* version = new QLabel(QStringLiteral("Version: ") + QStringLiteral(CORVEL_VERSION), this);
+    auto* version = new QLabel(QString(CorvelWidgets::WidgetsTexts::Version) + QStringLiteral(CORVEL_VERSION), this);
     version->setObjectName("bottom_label");
     version->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     version->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);

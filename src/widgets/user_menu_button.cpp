@@ -3,6 +3,7 @@
 #include "widgets/dialog_style.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/widgets_texts.h"
 
 #include <QMenu>
 
@@ -22,7 +23,7 @@ UserMenuButton::UserMenuButton(const IconFont& iconFont, QWidget* parent)
     m_menu->setObjectName("user_menu");
     m_menu->setWindowFlags(m_menu->windowFlags() | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     DialogStyle::useTranslucentEdges(*m_menu);
-    QAction* logOut = m_menu->addAction("Log out");
+    QAction* logOut = m_menu->addAction(WidgetsTexts::LogOut);
     connect(logOut, &QAction::triggered, this, &UserMenuButton::logOutRequested);
     setMenu(m_menu);
 }

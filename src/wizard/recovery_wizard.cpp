@@ -2,6 +2,7 @@
 
 #include "core/hyperv_check.h"
 #include "platform/platform.h"
+#include "widgets/message_box.h"
 #include "wizard/pages/page_bmr_settings.h"
 #include "wizard/pages/page_disks_selector.h"
 #include "wizard/pages/page_file_recover_settings.h"
@@ -14,6 +15,7 @@
 #include "wizard/pages/page_virtualization_type.h"
 #include "wizard/pages/page_vm_settings.h"
 #include "wizard/resizable_stacked_widget.h"
+#include "wizard/wizard_texts.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -82,6 +84,31 @@ void RecoveryWizard::registerPage(WizardPage id, RecoveryWizardPage* page)
     connect(page, &RecoveryWizardPage::previousPageRequested, this, &RecoveryWizard::previousPage);
     connect(page, &RecoveryWizardPage::completeWizard, this, &QDialog::accept);
     connect(page, &RecoveryWizardPage::closeWizard, this, &QWidget::close);
+}
+
+void RecoveryWizard::resume(const RecoveryWizardValues& values, const QVector<qint32>& history)
+{
+    if (history.isEmpty())
+        return;
+    m_values = values;
+    m_history = history;
+    showPage(m_history.last());
+}
+
+void RecoveryWizard::reject()
+{
+    // Only a flow that leads to a job holds input worth asking about (bare metal restore only downloads).
+    if (m_history.size() > 1 && m_values.recoveryType) {
+        CorvelWidgets::MessageBox::Request request;
+        request.icon = QMessageBox::Question;
+        request.title = windowTitle();
+        request.text = WizardTexts::DiscardQuestion;
+        request.buttons = QMessageBox::Yes | QMessageBox::No;
+        request.defaultButton = QMessageBox::No;
+        if (CorvelWidgets::MessageBox::ask(this, request) != QMessageBox::Yes)
+            return;
+    }
+    CustomBarWindow::reject();
 }
 
 void RecoveryWizard::nextPage(WizardPage page)

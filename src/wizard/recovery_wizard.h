@@ -50,6 +50,8 @@ public:
     ~RecoveryWizard() override;
 
     RecoveryWizardValues values() const { return m_values; }
+    // Opens on the last page of `history` with `values`, as the operator left them.
+    void resume(const RecoveryWizardValues& values, const QVector<qint32>& history);
     const QVector<qint32>& history() const { return m_history; }
     RecoveryWizardPage* page(WizardPage id) const;
     RecoveryWizardPage* currentPage() const;
@@ -60,6 +62,8 @@ public:
 public slots:
     void nextPage(Corvel::WizardPage page);
     void previousPage();
+    // Closing a wizard that holds input asks first.
+    void reject() override;
 
 protected:
     void showEvent(QShowEvent* event) override;

@@ -6,6 +6,9 @@
 // Odd spellings ("Retrieveing", the two spaces before "Check") are the product's own: keep them.
 namespace Corvel::WizardTexts {
 
+// The wizard.
+constexpr char DiscardQuestion[] = "Discard this recovery?";
+
 // Service queries.
 constexpr char NoClientLog[] = "Failed to create Corvel Service client";
 

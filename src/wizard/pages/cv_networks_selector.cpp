@@ -1,5 +1,6 @@
 #include "wizard/pages/cv_networks_selector.h"
 
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/styled_combobox.h"
 
@@ -51,7 +52,7 @@ void CvNetworksSelector::addRow()
     combo->addItems(m_networks);
     auto* remove = new QPushButton;
     remove->setObjectName("button_secondary");
-    remove->setIcon(m_iconFont.icon(0xE921));
+    remove->setIcon(m_iconFont.icon(CorvelWidgets::Glyph::Close));
     remove->setToolTip("Remove this network adapter");
     remove->setAccessibleName("Remove network adapter");
     rowLayout->addWidget(combo, 1);

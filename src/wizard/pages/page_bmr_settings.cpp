@@ -1,5 +1,7 @@
 #include "wizard/pages/page_bmr_settings.h"
 
+#include "core/palette.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "wizard/pages/page_parts.h"
 
@@ -32,11 +34,12 @@ PageBMRSettings::PageBMRSettings(const Settings& settings, const CorvelWidgets::
     tile->setObjectName("bmr_download_tile");
     auto* tileIcon = new QLabel;
     tileIcon->setObjectName("wizard_button_icon_label");
-    tileIcon->setPixmap(iconFont.icon(0xE9AF).pixmap(64, 64));
+    tileIcon->setPixmap(iconFont.icon(CorvelWidgets::Glyph::RecoveryIso).pixmap(64, 64));
     auto* tileLabel = new QLabel("Bootable Recovery ISO \n");
     tileLabel->setObjectName("wizard_button_caption");
     m_download->setObjectName("button_secondary");
-    m_download->setIcon(iconFont.icon(0xE920, {{"color", "#878C96"}, {"color-active", "#878C96"}}));
+    m_download->setIcon(iconFont.icon(CorvelWidgets::Glyph::Download,
+                                      {{"color", Corvel::Palette::Grey}, {"color-active", Corvel::Palette::Grey}}));
     m_download->setAccessibleName("Download");
     auto* tileLayout = new QHBoxLayout(tile);
     tileLayout->setContentsMargins(18, 10, 18, 10);

@@ -2,6 +2,7 @@
 
 #include "platform/platform.h"
 #include "widgets/cv_dir_selector.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/styled_combobox.h"
 #include "wizard/pages/page_parts.h"
@@ -66,7 +67,8 @@ PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint, const std:
     m_dirSelector->setObjectName("dir_selector");
     m_dirSelector->setEnabled(false);
     m_start->setObjectName("button_primary");
-    m_start->setIcon(iconFont.icon(0xE96E, {{"color", "white"}, {"color-active", "white"}}));
+    m_start->setIcon(
+        iconFont.icon(CorvelWidgets::Glyph::StartRecovery, {{"color", "white"}, {"color-active", "white"}}));
 
     connect(m_driveCombo, &QComboBox::currentTextChanged, this, [this](const QString& text) { *m_mountPoint = text; });
     m_driveCombo->addItems(WizardRules::freeDriveLetters(CorvelPlatform::logicalDrivesMask()));
@@ -102,6 +104,14 @@ PageFileRecoverSettings::PageFileRecoverSettings(QString* mountPoint, const std:
 
 void PageFileRecoverSettings::onPageShown()
 {
+    // A wizard opened again after a refused job shows the mount point chosen before.
+    if (m_driveCombo->findText(*m_mountPoint) >= 0) {
+        m_driveButton->setChecked(true);
+        m_driveCombo->setCurrentText(*m_mountPoint);
+    } else if (!m_mountPoint->isEmpty()) {
+        m_pathButton->setChecked(true);
+        m_dirSelector->setPath(*m_mountPoint);
+    }
     if (!m_recoveryType->has_value())
         return;
     const Texts* texts = nullptr;

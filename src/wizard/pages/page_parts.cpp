@@ -1,5 +1,6 @@
 #include "wizard/pages/page_parts.h"
 
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
 #include <QHBoxLayout>
@@ -8,16 +9,11 @@
 
 namespace Corvel::PageParts {
 
-namespace {
-constexpr ushort LeftGlyph = 0xE985;
-constexpr ushort NextGlyph = 0xE91F;
-} // namespace
-
 QPushButton* back(const CorvelWidgets::IconFont& iconFont, const QString& text)
 {
     auto* button = new QPushButton(text);
     button->setObjectName("button_secondary");
-    button->setIcon(iconFont.icon(LeftGlyph, {{"color", "#FF6e21"}, {"color-active", "#FF5B04"}}));
+    button->setIcon(iconFont.icon(CorvelWidgets::Glyph::Left, CorvelWidgets::IconFont::accent()));
     button->setAccessibleName(text);
     return button;
 }
@@ -26,7 +22,7 @@ QPushButton* next(const CorvelWidgets::IconFont& iconFont, const QString& text)
 {
     auto* button = new QPushButton(text);
     button->setObjectName("button_primary");
-    button->setIcon(iconFont.icon(NextGlyph, {{"color", "white"}, {"color-active", "white"}}));
+    button->setIcon(iconFont.icon(CorvelWidgets::Glyph::Next, {{"color", "white"}, {"color-active", "white"}}));
     button->setLayoutDirection(Qt::RightToLeft);
     button->setAccessibleName(text);
     return button;

@@ -1,5 +1,7 @@
 #include "wizard/pages/page_recovery_data_source.h"
 
+#include "core/palette.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "widgets/loader_widget.h"
 #include "widgets/styled_combobox.h"
@@ -30,7 +32,8 @@ PageRecoveryDataSource::PageRecoveryDataSource(RecoveryWizardValues* values, con
 {
     QLabel* clientLabel = PageParts::label("CLIENT:", "field_label_rec_point");
     m_search->setAccessibleName("CLIENT:");
-    m_search->addAction(iconFont.icon(0xE95A, {{"color", "#878C96"}, {"color-active", "#FF6e21"}}),
+    m_search->addAction(iconFont.icon(CorvelWidgets::Glyph::Search,
+                                      {{"color", Corvel::Palette::Grey}, {"color-active", Corvel::Palette::Primary}}),
                         QLineEdit::LeadingPosition);
     QLabel* resultsLabel = PageParts::label("RESULTS:", "field_label_rec_point");
     m_clientList->setObjectName("new_job_wizard_list");

@@ -1,6 +1,7 @@
 #include "wizard/pages/page_recovery_type.h"
 
 #include "widgets/cv_wizard_button.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "wizard/page_flow.h"
 
@@ -26,20 +27,21 @@ PageRecoveryType::PageRecoveryType(std::optional<JobType::type>* recoveryType, b
                                        ? QString(VirtualizeDescription)
                                        : QString(VirtualizeDescription) +
                                              "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)";
-    auto* virtualize = new CorvelWidgets::CvWizardButton("Virtualize (Hyper-V)", virtualizeText, iconFont.icon(0xE968));
+    auto* virtualize = new CorvelWidgets::CvWizardButton("Virtualize (Hyper-V)", virtualizeText,
+                                                         iconFont.icon(CorvelWidgets::Glyph::Virtualize));
     virtualize->setEnabled(hyperVInstalled);
     auto* exportTile = new CorvelWidgets::CvWizardButton(
         "Virtual Disk Export",
         "Export the selected recovery point to virtual disk<br/>image(s) compatible with common virtual<br/>machine "
         "hypervisors. Export is virtual and does<br/>not require data conversion or extra disk space.",
-        iconFont.icon(0xE9B1));
+        iconFont.icon(CorvelWidgets::Glyph::VirtualDiskExport));
     auto* files = new CorvelWidgets::CvWizardButton("Recover Files",
                                                     "Mount the selected recovery point as a local<br/>volume so you "
                                                     "can browse and recover individual<br/>files and folders.",
-                                                    iconFont.icon(0xE919));
+                                                    iconFont.icon(CorvelWidgets::Glyph::Folder));
     auto* bareMetal = new CorvelWidgets::CvWizardButton(
         "Bare Metal Restore", "Restore a complete Windows system image onto<br/>new hardware by conducting a BMR.",
-        iconFont.icon(0xE979));
+        iconFont.icon(CorvelWidgets::Glyph::BareMetal));
 
     const std::pair<CorvelWidgets::CvWizardButton*, PageFlow::RecoveryType> tiles[] = {
         {virtualize, JobType::Virtualization},

@@ -1,6 +1,7 @@
 #include "wizard/pages/page_virtual_disk_type.h"
 
 #include "widgets/cv_wizard_button.h"
+#include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 #include "wizard/page_flow.h"
 #include "wizard/pages/page_parts.h"
@@ -12,8 +13,6 @@ namespace Corvel {
 using CorvelService::VirtualDiskType;
 
 namespace {
-
-constexpr ushort ExportGlyph = 0xE9B1;
 
 struct Format {
     const char* title;
@@ -45,7 +44,8 @@ PageVirtualDiskType::PageVirtualDiskType(VirtualDiskType::type* virtualDiskType,
 {
     QList<CorvelWidgets::CvWizardButton*> tiles;
     for (const Format& format : Formats) {
-        auto* tile = new CorvelWidgets::CvWizardButton(format.title, format.description, iconFont.icon(ExportGlyph));
+        auto* tile = new CorvelWidgets::CvWizardButton(format.title, format.description,
+                                                       iconFont.icon(CorvelWidgets::Glyph::VirtualDiskExport));
         const VirtualDiskType::type value = format.value;
         connectTile(
             tile, [this, value] { *m_virtualDiskType = value; }, PageFlow::AfterVirtualDiskType);

@@ -106,8 +106,10 @@ private:
                         started->closeWindowButton()->click();
                     }
                 });
-                if (!walked.isEmpty())
+                if (!walked.isEmpty()) {
+                    MessageBox::setNextAnswer(QMessageBox::Yes);
                     wizard->reject();
+                }
             }
         });
         QTest::mouseClick(console.window->home()->newRecoveryButton(), Qt::LeftButton);
@@ -182,6 +184,14 @@ private slots:
         auto* list = console->window->home()->jobTable()->jobList();
         QTRY_VERIFY_WITH_TIMEOUT(list->jobs().size() == 1, 5000);
         QCOMPARE(QString::fromStdString(to_string(list->jobs().front().job_type)), type);
+        // The new job is marked once the job-started window has closed.
+        const auto marked = [list] {
+            for (QWidget* widget : list->findChildren<QWidget*>())
+                if (widget->property("highlighted").toBool())
+                    return true;
+            return false;
+        };
+        QTRY_VERIFY(marked());
     }
 
     void launchFailures_data()
@@ -223,7 +233,51 @@ private slots:
         QVERIFY(!log.contains(QtInfoMsg, "Recovery job started successfully."));
         // A created job that did not start stays with the service and shows in the table.
         auto* table = console->window->home()->jobTable();
-        QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(table->jobList()->jobs().size()) == jobsLeft, 8000);
+        QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(table->jobList()->jobs().size()) == jobsLeft,
+                                 8000);
+    }
+
+    // A job the service refused to create sends the operator back to the wizard's last page with
+    // every value kept: the same job is asked for again.
+    void backToWizardAfterRefusal()
+    {
+        auto console = open({"--fault", "createJob=exception"});
+        QVERIFY(console);
+        MessageBox::setNextAnswer(QMessageBox::Retry);
+        QString walked = "the wizard did not open";
+        QString resumedOn = "the wizard did not open again";
+        RecoveryWizardValues first, resumed;
+        CorvelTest::whenModal([&](QWidget* modal) {
+            auto* wizard = qobject_cast<RecoveryWizard*>(modal);
+            walked = wizard ? walk(*console->steps, *wizard, "Recover Files") : walked;
+            first = wizard ? wizard->values() : first;
+            CorvelTest::whenModal([&](QWidget* again) {
+                if (auto* wizard = qobject_cast<RecoveryWizard*>(again)) {
+                    resumedOn = wizard->currentPage()->title();
+                    console->steps->finish(*wizard);
+                    resumed = wizard->values();
+                }
+            });
+        });
+        const auto refusals = [&] {
+            return console->service->log().count("createJob: injected application exception");
+        };
+        const int before = refusals();
+        QTest::mouseClick(console->window->home()->newRecoveryButton(), Qt::LeftButton);
+        QVERIFY2(walked.isEmpty(), qPrintable(walked));
+        QCOMPARE(resumedOn, "Recovery Settings");
+        QCOMPARE(shownBoxes(),
+                 (QStringList{"Internal Error: Failed to create job", "Internal Error: Failed to create job"}));
+        QCOMPARE(MessageBox::shown().first().buttonTexts.value(QMessageBox::Retry), "Back to Wizard");
+        QCOMPARE(refusals() - before, 2);
+        QVERIFY(!first.deviceToken.isEmpty());
+        QCOMPARE(resumed.recoveryType, first.recoveryType);
+        for (const auto& [field, value] : {std::pair(resumed.clientName, first.clientName),
+                                           {resumed.deviceName, first.deviceName},
+                                           {resumed.deviceToken, first.deviceToken},
+                                           {resumed.snapshot, first.snapshot},
+                                           {resumed.mountPoint, first.mountPoint}})
+            QCOMPARE(field, value);
     }
 };
 

@@ -170,6 +170,48 @@ private slots:
         QVERIFY(!wizard->values().recoveryType.has_value());
     }
 
+    // Closing a wizard that holds input asks once, "No" by default; the first page and the bare metal
+    // page close without a question.
+    void closingAsksBeforeDiscarding_data()
+    {
+        QTest::addColumn<QString>("tile"); // empty: none chosen
+        QTest::addColumn<bool>("escape");
+        QTest::addColumn<int>("answer"); // NoButton: the box's default
+        QTest::addColumn<bool>("closed");
+        QTest::newRow("first page") << QString() << false << int(QMessageBox::NoButton) << true;
+        QTest::newRow("bare metal") << "Bare Metal Restore" << false << int(QMessageBox::NoButton) << true;
+        QTest::newRow("default keeps it") << "Recover Files" << false << int(QMessageBox::NoButton) << false;
+        QTest::newRow("escape, yes") << "Virtual Disk Export" << true << int(QMessageBox::Yes) << true;
+    }
+
+    void closingAsksBeforeDiscarding()
+    {
+        QFETCH(QString, tile);
+        QFETCH(bool, escape);
+        QFETCH(int, answer);
+        QFETCH(bool, closed);
+        WizardFixture fixture(partnerToken());
+        auto wizard = fixture.makeWizard();
+        wizard->show();
+        if (!tile.isEmpty())
+            QVERIFY(fixture.chooseTile(*wizard, tile));
+        if (answer != QMessageBox::NoButton)
+            MessageBox::setNextAnswer(QMessageBox::StandardButton(answer));
+        if (escape)
+            QTest::keyClick(wizard.get(), Qt::Key_Escape);
+        else
+            clickOn(wizard->findChild<QPushButton*>("wizard_close_button"));
+        QCOMPARE(wizard->isVisible(), !closed);
+        const bool asks = !tile.isEmpty() && !tile.startsWith("Bare");
+        QCOMPARE(MessageBox::shown().size(), asks ? 1 : 0);
+        if (asks) {
+            const MessageBox::Request question = MessageBox::shown().first();
+            QCOMPARE(question.text, "Discard this recovery?");
+            QCOMPARE(question.buttons, QMessageBox::Yes | QMessageBox::No);
+            QCOMPARE(question.defaultButton, QMessageBox::No);
+        }
+    }
+
     void pagesScrollOnLowScreens_data()
     {
         QTest::addColumn<int>("screenHeight");
