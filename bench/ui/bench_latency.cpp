@@ -24,6 +24,7 @@
 #include <QDBusInterface>
 #include <QDBusReply>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QMetaEnum>
 #include <QPushButton>
 #include <QScrollArea>
@@ -37,6 +38,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -62,8 +64,8 @@ public:
         m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
         m_protocols = atom("WM_PROTOCOLS");
         m_ping = atom("_NET_WM_PING");
-        // The answer goes to the root window for whoever listens to its children.
-        const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY;
+        // The answer goes to the root window, for whoever listens to its structure.
+        const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
         xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
         xcb_flush(m_connection);
         m_thread = std::thread([this] { run(); });
@@ -236,16 +238,16 @@ Figures measure(QWidget* window, int ms, const std::function<void(int)>& step = 
 {
     pinger->target(static_cast<xcb_window_t>(window->winId()));
     timedApp()->startLog();
-    QElapsedTimer clock;
-    clock.start();
+    QEventLoop loop;
+    QTimer stepper;
     int steps = 0;
-    while (clock.elapsed() < ms) {
-        if (step && clock.elapsed() >= (steps + 1) * static_cast<qint64>(stepMs))
-            step(steps++);
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (step) {
+        QObject::connect(&stepper, &QTimer::timeout, [&] { step(steps++); });
+        stepper.start(stepMs);
     }
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+    stepper.stop();
     Figures figures;
     figures.stalls = timedApp()->stopLog();
     figures.pings = pinger->samples();
