@@ -51,6 +51,39 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     m_sliceTimer.setSingleShot(true);
     m_sliceTimer.setInterval(0);
     connect(&m_sliceTimer, &QTimer::timeout, this, &JobListWidget::continueBuilding);
+    m_actionsTimer.setSingleShot(true);
+    m_actionsTimer.setInterval(0);
+    connect(&m_actionsTimer, &QTimer::timeout, this, &JobListWidget::applyActionsEnabled);
+}
+
+void JobListWidget::setActionsEnabled(bool enabled)
+{
+    if (enabled == m_actionsEnabled)
+        return;
+    m_actionsEnabled = enabled;
+    m_actionsStale.insert(m_rows.begin(), m_rows.end());
+    applyActionsEnabled();
+}
+
+void JobListWidget::applyActionsEnabled()
+{
+    constexpr int ActionsSliceMs = 4;
+    QElapsedTimer clock;
+    clock.start();
+    const QRect inView = visibleRegion().boundingRect();
+    // Rows in view first, whatever it takes; then the others while the slice lasts.
+    for (bool visibleOnly : {true, false}) {
+        for (JobRowWidget* row : m_rows) {
+            if (!m_actionsStale.count(row))
+                continue;
+            if (visibleOnly ? !row->geometry().intersects(inView) : clock.elapsed() >= ActionsSliceMs)
+                continue;
+            row->actions()->setEnabled(m_actionsEnabled);
+            m_actionsStale.erase(row);
+        }
+    }
+    if (!m_actionsStale.empty())
+        m_actionsTimer.start();
 }
 
 void JobListWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
@@ -225,6 +258,7 @@ void JobListWidget::sync(int budgetMs)
         if (row->isAncestorOf(QApplication::focusWidget()))
             setFocus(Qt::OtherFocusReason);
         m_layout->removeWidget(row);
+        m_actionsStale.erase(row);
         row->hide();
         // Deferred: the row's own button may be what asked for this refresh.
         row->deleteLater();
@@ -322,6 +356,8 @@ void JobListWidget::continueBuilding()
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    if (!m_actionsEnabled)
+        row->actions()->setEnabled(false);
     row->actions()->setClock(m_clock);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     connect(row->actions(), &JobActionButtonsWidget::actionTaken, this, &JobListWidget::actionTaken);

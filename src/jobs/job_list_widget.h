@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 class QLabel;
@@ -46,6 +47,10 @@ public:
     // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
     // open nothing changes until a later call.
     bool setJobs(std::vector<CorvelService::JobDescription> jobs);
+
+    // Turns the rows' actions on or off: those in view at once, the others over the next passes of
+    // the event loop (each widget changed costs a screen reader's bridge a message).
+    void setActionsEnabled(bool enabled);
 
     // Highlights the job's row for a moment once it is shown (now, or after a later setJobs).
     void revealJob(const std::string& jobId);
@@ -89,6 +94,7 @@ private:
     bool anyRowBusy() const;
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
+    void applyActionsEnabled();
 
     CorvelService::ServiceConnection* m_connection = nullptr;
     std::shared_ptr<Corvel::Clock> m_clock = Corvel::Clock::system();
@@ -101,6 +107,10 @@ private:
     std::vector<JobRowWidget*> m_rows;
     size_t m_pendingRows = 0;
     QTimer m_sliceTimer;
+    bool m_actionsEnabled = true;
+    // Rows whose actions may not yet follow m_actionsEnabled.
+    std::unordered_set<JobRowWidget*> m_actionsStale;
+    QTimer m_actionsTimer;
     std::string m_revealId;
 };
 
