@@ -82,6 +82,8 @@ private:
     void sync(int budgetMs);
     // Updates the rows in place when they are the list's jobs in the list's order.
     bool updateSameRows();
+    // Brings the rows of m_staleRows up to date: those in view now, the others in slices.
+    void applyRowUpdates();
     void continueBuilding();
     // Adds rows for the jobs after the built ones when those are the list's first jobs in order.
     bool appendPendingRows(int budgetMs);
@@ -111,6 +113,9 @@ private:
     // Rows whose actions may not yet follow m_actionsEnabled.
     std::unordered_set<JobRowWidget*> m_actionsStale;
     QTimer m_actionsTimer;
+    // Rows (index, index of their job in m_cache) that do not show their job yet.
+    std::vector<std::pair<size_t, size_t>> m_staleRows;
+    QTimer m_updateTimer;
     std::string m_revealId;
 };
 
