@@ -125,15 +125,28 @@ int JobRowLayout::heightForWidth(int width) const
 
 void JobRowLayout::invalidate()
 {
+    const QRect laid = geometry();
+    const int laidHeight = m_cachedWidth == laid.width() ? m_cachedHeight : -1;
     m_cachedWidth = -1;
+    // A cell whose content changed without changing the row's height or the columns leaves every
+    // cell where it is: laying out the row, and with it the whole list, again would change nothing.
+    if (laidHeight >= 0 && laidHeight == laid.height() && m_laidSpans == spansFor(laid) &&
+        heightForWidth(laid.width()) == laidHeight)
+        return;
     QLayout::invalidate();
+}
+
+std::array<JobColumns::Span, JobColumns::Count> JobRowLayout::spansFor(const QRect& rect) const
+{
+    return m_columns->spans(rect.marginsRemoved(contentsMargins()).width());
 }
 
 void JobRowLayout::setGeometry(const QRect& rect)
 {
     QLayout::setGeometry(rect);
     const QRect area = rect.marginsRemoved(contentsMargins());
-    const auto spans = m_columns->spans(area.width());
+    const auto spans = spansFor(rect);
+    m_laidSpans = spans;
     for (int i = 0; i < m_items.size() && i < JobColumns::Count; ++i)
         m_items[i]->setGeometry(QRect(area.x() + spans[i].x, area.y(), spans[i].width, area.height()));
 }

@@ -19,6 +19,7 @@ public:
     struct Span {
         int x = 0;
         int width = 0;
+        bool operator==(const Span& other) const { return x == other.x && width == other.width; }
     };
 
     std::array<Span, Count> spans(int width) const;
@@ -53,10 +54,13 @@ public:
     void setGeometry(const QRect& rect) override;
 
 private:
+    std::array<JobColumns::Span, JobColumns::Count> spansFor(const QRect& rect) const;
+
     std::shared_ptr<const JobColumns> m_columns;
     QList<QLayoutItem*> m_items;
     mutable int m_cachedWidth = -1;
     mutable int m_cachedHeight = 0;
+    std::array<JobColumns::Span, JobColumns::Count> m_laidSpans{};
 };
 
 } // namespace CvJobs

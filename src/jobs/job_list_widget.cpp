@@ -51,6 +51,48 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     m_sliceTimer.setSingleShot(true);
     m_sliceTimer.setInterval(0);
     connect(&m_sliceTimer, &QTimer::timeout, this, &JobListWidget::continueBuilding);
+    m_actionsTimer.setSingleShot(true);
+    m_actionsTimer.setInterval(0);
+    connect(&m_actionsTimer, &QTimer::timeout, this, &JobListWidget::applyActionsEnabled);
+    m_updateTimer.setSingleShot(true);
+    m_updateTimer.setInterval(0);
+    connect(&m_updateTimer, &QTimer::timeout, this, [this] {
+        // A row's dialog runs its own event loop; its row stays as it is until it closes.
+        if (anyRowBusy())
+            m_updateTimer.start(100);
+        else
+            applyRowUpdates();
+    });
+}
+
+void JobListWidget::setActionsEnabled(bool enabled)
+{
+    if (enabled == m_actionsEnabled)
+        return;
+    m_actionsEnabled = enabled;
+    m_actionsStale.insert(m_rows.begin(), m_rows.end());
+    applyActionsEnabled();
+}
+
+void JobListWidget::applyActionsEnabled()
+{
+    constexpr int ActionsSliceMs = 4;
+    QElapsedTimer clock;
+    clock.start();
+    const QRect inView = visibleRegion().boundingRect();
+    // Rows in view first, whatever it takes; then the others while the slice lasts.
+    for (bool visibleOnly : {true, false}) {
+        for (JobRowWidget* row : m_rows) {
+            if (!m_actionsStale.count(row))
+                continue;
+            if (visibleOnly ? !row->geometry().intersects(inView) : clock.elapsed() >= ActionsSliceMs)
+                continue;
+            row->actions()->setEnabled(m_actionsEnabled);
+            m_actionsStale.erase(row);
+        }
+    }
+    if (!m_actionsStale.empty())
+        m_actionsTimer.start();
 }
 
 void JobListWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
@@ -131,38 +173,63 @@ bool JobListWidget::updateSameRows()
 {
     if (m_pendingRows > 0)
         return false;
+    std::vector<std::pair<size_t, size_t>> stale;
     size_t index = 0;
-    for (const auto& job : m_cache) {
+    for (size_t at = 0; at < m_cache.size(); ++at) {
+        const auto& job = m_cache[at];
         if (job.status == CorvelService::JobStatus::Deleted)
             continue;
         if (index >= m_rows.size() || m_rows[index]->job().id != job.id)
             return false;
+        if (!(m_rows[index]->job() == job))
+            stale.emplace_back(index, at);
         ++index;
     }
     if (index != m_rows.size())
         return false;
-    index = 0;
+    m_staleRows = std::move(stale);
+    applyRowUpdates();
+    return true;
+}
+
+void JobListWidget::applyRowUpdates()
+{
+    constexpr int UpdateSliceMs = 6;
+    QElapsedTimer clock;
+    clock.start();
+    const QRect inView = visibleRegion().boundingRect();
     int changedColumns = 0;
-    std::vector<JobRowWidget*> newButtons;
-    for (const auto& job : m_cache) {
-        if (job.status == CorvelService::JobStatus::Deleted)
-            continue;
-        JobRowWidget* row = m_rows[index++];
-        const int changed = row->setJob(job);
-        if (!changed)
-            continue;
-        row->measure(changed);
-        changedColumns |= changed & AllColumns;
-        if (changed & JobRowWidget::NewButtons)
-            newButtons.push_back(row);
+    std::vector<size_t> newButtons;
+    std::vector<std::pair<size_t, size_t>> later;
+    // Rows in view at once; the others while the slice lasts, the rest on the next pass.
+    for (bool visibleOnly : {true, false}) {
+        for (const auto& entry : m_staleRows) {
+            JobRowWidget* row = m_rows[entry.first];
+            if (row->job() == m_cache[entry.second])
+                continue;
+            if (visibleOnly ? !row->geometry().intersects(inView) : clock.elapsed() >= UpdateSliceMs) {
+                if (!visibleOnly)
+                    later.push_back(entry);
+                continue;
+            }
+            const int changed = row->setJob(m_cache[entry.second]);
+            if (!changed)
+                continue;
+            row->measure(changed);
+            changedColumns |= changed & AllColumns;
+            if (changed & JobRowWidget::NewButtons)
+                newButtons.push_back(entry.first);
+        }
     }
+    m_staleRows = std::move(later);
     updateColumns(changedColumns, {});
-    for (size_t i = 0; i < m_rows.size() && !newButtons.empty(); ++i)
-        if (std::find(newButtons.begin(), newButtons.end(), m_rows[i]) != newButtons.end())
-            stitchTabOrder(i);
+    std::sort(newButtons.begin(), newButtons.end());
+    for (size_t i : newButtons)
+        stitchTabOrder(i);
     if (changedColumns)
         fitHeight();
-    return true;
+    if (!m_staleRows.empty())
+        m_updateTimer.start();
 }
 
 JobRowWidget* JobListWidget::row(int index) const
@@ -180,6 +247,7 @@ void JobListWidget::sync(int budgetMs)
 {
     QElapsedTimer clock;
     clock.start();
+    m_staleRows.clear();
 
     // Rows by job id, the first row of an id first should the service ever repeat one.
     std::unordered_map<std::string, std::vector<JobRowWidget*>> available;
@@ -225,6 +293,7 @@ void JobListWidget::sync(int budgetMs)
         if (row->isAncestorOf(QApplication::focusWidget()))
             setFocus(Qt::OtherFocusReason);
         m_layout->removeWidget(row);
+        m_actionsStale.erase(row);
         row->hide();
         // Deferred: the row's own button may be what asked for this refresh.
         row->deleteLater();
@@ -322,6 +391,8 @@ void JobListWidget::continueBuilding()
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    if (!m_actionsEnabled)
+        row->actions()->setEnabled(false);
     row->actions()->setClock(m_clock);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     connect(row->actions(), &JobActionButtonsWidget::actionTaken, this, &JobListWidget::actionTaken);

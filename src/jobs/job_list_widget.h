@@ -9,6 +9,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <unordered_set>
 #include <vector>
 
 class QLabel;
@@ -47,6 +48,10 @@ public:
     // open nothing changes until a later call.
     bool setJobs(std::vector<CorvelService::JobDescription> jobs);
 
+    // Turns the rows' actions on or off: those in view at once, the others over the next passes of
+    // the event loop (each widget changed costs a screen reader's bridge a message).
+    void setActionsEnabled(bool enabled);
+
     // Highlights the job's row for a moment once it is shown (now, or after a later setJobs).
     void revealJob(const std::string& jobId);
 
@@ -77,6 +82,8 @@ private:
     void sync(int budgetMs);
     // Updates the rows in place when they are the list's jobs in the list's order.
     bool updateSameRows();
+    // Brings the rows of m_staleRows up to date: those in view now, the others in slices.
+    void applyRowUpdates();
     void continueBuilding();
     // Adds rows for the jobs after the built ones when those are the list's first jobs in order.
     bool appendPendingRows(int budgetMs);
@@ -89,6 +96,7 @@ private:
     bool anyRowBusy() const;
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
+    void applyActionsEnabled();
 
     CorvelService::ServiceConnection* m_connection = nullptr;
     std::shared_ptr<Corvel::Clock> m_clock = Corvel::Clock::system();
@@ -101,6 +109,13 @@ private:
     std::vector<JobRowWidget*> m_rows;
     size_t m_pendingRows = 0;
     QTimer m_sliceTimer;
+    bool m_actionsEnabled = true;
+    // Rows whose actions may not yet follow m_actionsEnabled.
+    std::unordered_set<JobRowWidget*> m_actionsStale;
+    QTimer m_actionsTimer;
+    // Rows (index, index of their job in m_cache) that do not show their job yet.
+    std::vector<std::pair<size_t, size_t>> m_staleRows;
+    QTimer m_updateTimer;
     std::string m_revealId;
 };
 

@@ -117,8 +117,8 @@ void JobTableWidget::updateServiceState()
         return;
     m_unavailable = unavailable;
     m_banner->setVisible(unavailable);
-    // The row actions call the service on this thread: none may be started while it cannot answer.
-    m_list->setEnabled(!unavailable);
+    // No row action may be started while the service cannot answer.
+    m_list->setActionsEnabled(!unavailable);
     m_greyed->setEnabled(unavailable);
 }
 

@@ -6,6 +6,7 @@
 #include <QFontDatabase>
 #include <QLabel>
 #include <QProgressBar>
+#include <QResizeEvent>
 #include <QStyle>
 #include <QVBoxLayout>
 
@@ -48,7 +49,15 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     QFont figures = QFontDatabase::systemFont(QFontDatabase::FixedFont);
     figures.setPointSizeF(font().pointSizeF() > 0 ? font().pointSizeF() * 0.85 : 8.5);
     m_activityLabel->setFont(figures);
-    m_layout->addWidget(m_activityLabel);
+    // The clock changes its text every second. In a holder without a layout its geometry
+    // requests stop there, instead of laying out the row and the whole list again each time.
+    auto* clockHolder = new QWidget(this);
+    clockHolder->setObjectName("job_activity_holder");
+    m_activityLabel->setParent(clockHolder);
+    m_activityLabel->ensurePolished();
+    clockHolder->setFixedHeight(m_activityLabel->sizeHint().height());
+    clockHolder->installEventFilter(this);
+    m_layout->addWidget(clockHolder);
     m_layout->addStretch(1);
     m_work.progress = -1; // differs from any value, so the bar is set below
     setWork(job.current_work);
@@ -56,6 +65,13 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     m_activityTimer.setInterval(ActivityTickMs);
     connect(&m_activityTimer, &QTimer::timeout, this, &JobWorkWidget::showActivity);
     trackActivity(job);
+}
+
+bool JobWorkWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::Resize && watched == m_activityLabel->parentWidget())
+        m_activityLabel->resize(static_cast<QResizeEvent*>(event)->size());
+    return QWidget::eventFilter(watched, event);
 }
 
 void JobWorkWidget::setJob(const CorvelService::JobDescription& job)

@@ -36,6 +36,9 @@ public:
     QLabel* workLabel() const { return m_workLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void setWork(const CorvelService::CurrentWork& work);
     void trackActivity(const CorvelService::JobDescription& job);
