@@ -3,17 +3,65 @@
 #include "jobs/job_status_label.h"
 #include "jobs/soft_wrap.h"
 
+#include <QCoreApplication>
 #include <QFontDatabase>
 #include <QLabel>
+#include <QPointer>
 #include <QProgressBar>
 #include <QResizeEvent>
+#include <QSet>
 #include <QStyle>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace CvJobs {
 
 namespace {
+
 constexpr int ActivityTickMs = 1000;
+
+// One clock for every running row: each second it brings the rows in view up to date. A timer per
+// row would wake a thousand rows, and a reader of the screen with them, to change text nobody sees.
+class ActivityTicker : public QObject {
+public:
+    static ActivityTicker& instance()
+    {
+        static QPointer<ActivityTicker> ticker;
+        if (!ticker)
+            ticker = new ActivityTicker(QCoreApplication::instance());
+        return *ticker;
+    }
+
+    void add(JobWorkWidget* widget)
+    {
+        m_widgets.insert(widget);
+        if (!m_timer.isActive())
+            m_timer.start();
+    }
+
+    void remove(JobWorkWidget* widget)
+    {
+        m_widgets.remove(widget);
+        if (m_widgets.isEmpty())
+            m_timer.stop();
+    }
+
+private:
+    explicit ActivityTicker(QObject* parent)
+        : QObject(parent)
+    {
+        m_timer.setInterval(ActivityTickMs);
+        connect(&m_timer, &QTimer::timeout, this, [this] {
+            for (JobWorkWidget* widget : qAsConst(m_widgets))
+                if (!widget->visibleRegion().isEmpty())
+                    widget->tick();
+        });
+    }
+
+    QTimer m_timer;
+    QSet<JobWorkWidget*> m_widgets;
+};
+
 } // namespace
 
 JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const CorvelWidgets::IconFont& iconFont,
@@ -62,9 +110,17 @@ JobWorkWidget::JobWorkWidget(const CorvelService::JobDescription& job, const Cor
     m_work.progress = -1; // differs from any value, so the bar is set below
     setWork(job.current_work);
 
-    m_activityTimer.setInterval(ActivityTickMs);
-    connect(&m_activityTimer, &QTimer::timeout, this, &JobWorkWidget::showActivity);
     trackActivity(job);
+}
+
+JobWorkWidget::~JobWorkWidget()
+{
+    ActivityTicker::instance().remove(this);
+}
+
+void JobWorkWidget::tick()
+{
+    showActivity();
 }
 
 bool JobWorkWidget::eventFilter(QObject* watched, QEvent* event)
@@ -86,10 +142,10 @@ void JobWorkWidget::trackActivity(const CorvelService::JobDescription& job)
     const bool running = job.status == CorvelService::JobStatus::Running;
     m_activity.update(running, QString::fromStdString(job.current_work.text), job.current_work.progress,
                       m_clock->nowMs());
-    if (running && !m_activityTimer.isActive())
-        m_activityTimer.start();
-    else if (!running)
-        m_activityTimer.stop();
+    if (running)
+        ActivityTicker::instance().add(this);
+    else
+        ActivityTicker::instance().remove(this);
     showActivity();
 }
 

@@ -4,7 +4,6 @@
 #include "corvel_service_types.h"
 #include "journal/job_activity.h"
 
-#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -29,8 +28,12 @@ public:
     JobWorkWidget(const CorvelService::JobDescription& job, const CorvelWidgets::IconFont& iconFont,
                   QWidget* parent = nullptr, std::shared_ptr<Corvel::Clock> clock = Corvel::Clock::system());
 
+    ~JobWorkWidget() override;
+
     // Shows `job`, changing only what differs from what is shown.
     void setJob(const CorvelService::JobDescription& job);
+    // Brings the activity clock up to date.
+    void tick();
 
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
     QLabel* workLabel() const { return m_workLabel; }
@@ -52,7 +55,6 @@ private:
     std::shared_ptr<Corvel::Clock> m_clock;
     CorvelJournal::JobActivity m_activity;
     QLabel* m_activityLabel;
-    QTimer m_activityTimer;
 };
 
 } // namespace CvJobs
