@@ -8,7 +8,6 @@
 #include "widgets/message_box.h"
 #include "widgets/styled_combobox.h"
 #include "wizard/recovery_wizard_page.h"
-#include "wizard/restore_points.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -167,20 +166,22 @@ private slots:
         auto* times = findOnPage<QListWidget>(run.wizard->currentPage(), "SNAPSHOT TIME:");
         QTRY_VERIFY_WITH_TIMEOUT(times->count() > 0, 10000);
 
-        // What the service listed for this token, read the same way.
+        // What the service listed for this token: the newest day's times, in the service's order.
         std::vector<std::string> listed;
         auto client = CorvelService::createServiceClient(m_certs.path().toStdString(), "localhost", m_service.port());
         QVERIFY(client);
         client->retrieveRestorePoints(listed, run.wizard->values().deviceHost.toStdString(),
                                       run.wizard->values().deviceToken.toStdString());
-        QStringList names;
+        const QRegularExpression pointName("^\\d{4}(_\\d\\d){5}$");
+        QString newest;
         for (const std::string& name : listed)
-            names << QString::fromStdString(name);
-        const QList<QDate> dates = RestorePoints::availableDates(names);
-        QVERIFY(dates.size() < names.size()); // one name does not parse
+            if (pointName.match(QString::fromStdString(name)).hasMatch())
+                newest = qMax(newest, QString::fromStdString(name).left(10));
         QStringList expected;
-        for (const auto& entry : RestorePoints::timesOn(names, dates.first()))
-            expected << entry.text;
+        for (const std::string& name : listed)
+            if (pointName.match(QString::fromStdString(name)).hasMatch() && QString::fromStdString(name).startsWith(newest))
+                expected << QTime::fromString(QString::fromStdString(name).mid(11), "hh_mm_ss").toString("h:mm ap");
+        QVERIFY(!expected.isEmpty());
         QCOMPARE(itemTexts(times->model()), expected);
         QVERIFY(m_service.log().contains("retrieveRestorePoints"));
     }
