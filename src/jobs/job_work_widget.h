@@ -33,7 +33,6 @@ public:
     void setJob(const CorvelService::JobDescription& job);
 
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
-    QLabel* workLabel() const { return m_workLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }
 
 private:

@@ -72,7 +72,6 @@ public:
     QFuture<void> updateCheck() const { return m_updateCheck; }
     MainWindowTabsWidget* tabs() const { return m_tabs; }
     HomeWidget* home() const { return m_home; }
-    CorvelWidgets::UserMenuButton* userMenuButton() const { return m_userMenu; }
 
 public slots:
     void openUrl(const QString& url);

@@ -3,7 +3,7 @@
 // the service dies.
 
 #include "service/service_client.h"
-#include "service_testkit.h"
+#include "testsupport/service_testkit.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/service_sim.h"
 

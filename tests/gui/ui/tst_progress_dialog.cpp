@@ -1,4 +1,4 @@
-#include "http_test_server.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/log_capture.h"
 #include "ui/progress_dialog.h"
 #include "updater/updater.h"

@@ -1,4 +1,4 @@
-#include "http_test_server.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/peak_rss.h"
