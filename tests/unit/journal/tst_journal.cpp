@@ -48,6 +48,7 @@ private slots:
     void progressRows();
     void unusableFile_data();
     void unusableFile();
+    void durations();
 };
 
 void TestJournal::estimate_data()
@@ -202,6 +203,20 @@ void TestJournal::unusableFile()
     QCOMPARE(notes.size(), size_t(1));
     QVERIFY(notes.front().text.contains(QStringLiteral("set aside as")));
     QCOMPARE(QDir(dir.path()).entryList({QStringLiteral("journal-set-aside-*.sqlite")}).size(), 1);
+}
+
+// The history's duration column, at each unit's edges.
+void TestJournal::durations()
+{
+    const QList<QPair<qint64, QString>> rows{{-5, "0 s"},
+                                             {59999, "59 s"},
+                                             {60000, "1 min"},
+                                             {3599999, "59 min"},
+                                             {3600000, "1 h 00 min"},
+                                             {48 * 3600000LL - 1, "47 h 59 min"},
+                                             {49 * 3600000LL, "2 d 1 h"}};
+    for (const auto& [ms, text] : rows)
+        QCOMPARE(CorvelJournal::durationText(ms), text);
 }
 
 QTEST_GUILESS_MAIN(TestJournal)
