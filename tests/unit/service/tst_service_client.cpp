@@ -231,6 +231,11 @@ void TestServiceClient::hostileReplies_data()
         out.writeI32(int32_t(0x80010002));
         out.writeI32(kHugeString);
     }) << 0 << "END_OF_FILE";
+    QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
+        out.writeI32(int32_t(0x80020002));
+        out.writeString("getAllJobsInfo");
+        out.writeI32(seqid);
+    }) << 0 << "BAD_VERSION";
     QTest::newRow("a 32 MiB method name without version")
         << Writer([](TProtocol& out, int32_t) { out.writeI32(kHugeString); }) << 0 << "END_OF_FILE";
     QTest::newRow("a skipped field of 32 MiB") << Writer([=](TProtocol& out, int32_t seqid) {
