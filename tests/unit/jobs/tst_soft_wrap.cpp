@@ -52,11 +52,11 @@ private slots:
             const auto spans = columns.spans(width + 7 * CvJobs::JobColumns::Spacing);
             for (const auto& span : spans)
                 shown << QString::number(span.width);
-            QCOMPARE(spans[7].x + spans[7].width, width + 7 * CvJobs::JobColumns::Spacing);
-            return shown.join(' ');
+            return shown.join(' ') + " ends " + QString::number(spans[7].x + spans[7].width - width);
         };
-        QCOMPARE(widths(1000), QString("100 100 300 100 100 100 100 100"));
-        QCOMPARE(widths(1003), QString("101 101 300 101 100 100 100 100"));
+        const QString spacing = " ends " + QString::number(7 * CvJobs::JobColumns::Spacing);
+        QCOMPARE(widths(1000), "100 100 300 100 100 100 100 100" + spacing);
+        QCOMPARE(widths(1003), "101 101 300 101 100 100 100 100" + spacing);
     }
 };
 
