@@ -5,7 +5,7 @@
 // 50 ms; the window manager's ping is answered on the GUI thread, so the round trip is how long
 // the event loop kept the window waiting. Inside: every dispatch over 16 ms is logged with its
 // receiver and event type. The console runs against the service simulator over TLS.
-#include "../../tests/gui/wizard/wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"

@@ -1,13 +1,14 @@
 // Figures for the recovery wizard: opening it, changing pages, filling the date picker and time
 // list from 10,000 restore points, and each recovery flow from "Start New Recovery" to the job in
 // the table against both simulators over TLS (the console's own CPU time next to the wall time).
-#include "../../tests/gui/wizard/wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "jobs/job_list_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
 #include "service/service_client.h"
 #include "testsupport/cloud_sim.h"
+#include "testsupport/find_child.h"
 #include "testsupport/modal.h"
 #include "testsupport/service_sim.h"
 #include "testsupport/test_tokens.h"
@@ -223,7 +224,7 @@ bool flow(const QString& kind, const QString& certs, CorvelTest::CloudSim& cloud
     QElapsedTimer timer;
     timer.start();
     const double cpuStart = cpuMs();
-    QTest::mouseClick(window.home()->newRecoveryButton(), Qt::LeftButton);
+    QTest::mouseClick(CorvelTest::named<QPushButton>(&window, "Start New Recovery"), Qt::LeftButton);
     auto* list = window.home()->jobTable()->jobList();
     const bool listed = QTest::qWaitFor([&] { return list->jobs().size() == 1; }, 10000);
     wallMs = timer.nsecsElapsed() / 1e6;

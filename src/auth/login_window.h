@@ -28,7 +28,6 @@ public:
                                            QWidget* parent = nullptr);
 
     QString token() const { return m_token; }
-    QWebEngineView* webView() const { return m_webView; }
 
 public slots:
     void setToken(QString token);

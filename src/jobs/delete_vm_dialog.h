@@ -14,9 +14,6 @@ public:
 
     bool isDeleteSelected() const;
 
-    QRadioButton* yesButton() const { return m_yesButton; }
-    QRadioButton* noButton() const { return m_noButton; }
-    QPushButton* saveButton() const { return m_saveButton; }
 
     static QString descriptionText();
 

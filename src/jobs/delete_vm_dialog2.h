@@ -13,8 +13,6 @@ public:
     // Meaningful once accepted: which of the two buttons answered.
     bool isDeleteSelected() const { return m_deleteSelected; }
 
-    QPushButton* deleteButton() const { return m_deleteButton; }
-    QPushButton* keepButton() const { return m_keepButton; }
 
 private:
     QPushButton* m_deleteButton;

@@ -56,11 +56,9 @@ public:
     void revealJob(const std::string& jobId);
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
-    bool hasRows() const { return !m_rows.empty() || m_pendingRows > 0; }
     // Rows built so far, and whether more are still to come.
     int rowCount() const { return static_cast<int>(m_rows.size()); }
     bool isBuilding() const { return m_pendingRows > 0; }
-    QLabel* placeholder() const { return m_placeholder; }
     JobRowWidget* row(int index) const;
     // The widget of a built row's column, or null.
     QWidget* cell(int row, int column) const;

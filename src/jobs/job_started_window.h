@@ -13,8 +13,6 @@ class JobStartedWindow : public Corvel::CustomBarWindow {
 public:
     JobStartedWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent, CorvelService::JobType::type jobType);
 
-    QLabel* heading() const { return m_heading; }
-    QPushButton* closeWindowButton() const { return m_closeWindowButton; }
 
 private:
     QLabel* m_heading;

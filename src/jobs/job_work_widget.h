@@ -36,7 +36,6 @@ public:
     void tick();
 
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
-    QLabel* workLabel() const { return m_workLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }
 
 protected:

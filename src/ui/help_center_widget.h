@@ -17,9 +17,6 @@ class HelpCenterWidget : public QWidget {
 public:
     explicit HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
 
-    ToolBoxTileWidget* analysisToolTile() const { return m_analysisTool; }
-    ToolBoxTileWidget* installationGuideTile() const { return m_installationGuide; }
-    ToolBoxTileWidget* requestHelpTile() const { return m_requestHelp; }
 
     static QString analysisToolPath();
 

@@ -25,7 +25,6 @@ public:
                QWidget* parent = nullptr);
 
     CvJobs::JobTableWidget* jobTable() const { return m_jobTable; }
-    QPushButton* newRecoveryButton() const { return m_newRecovery; }
     QPushButton* historyButton() const { return m_history; }
 
 signals:

@@ -80,7 +80,6 @@ public:
     QFuture<void> updateCheck() const { return m_updateCheck; }
     MainWindowTabsWidget* tabs() const { return m_tabs; }
     HomeWidget* home() const { return m_home; }
-    CorvelWidgets::UserMenuButton* userMenuButton() const { return m_userMenu; }
 
     // How "Start New Recovery" ended.
     enum class RecoveryResult { NotAllowed, Closed, Started, Failed, BackToWizard };

@@ -156,11 +156,6 @@ QString Updater::lastStatus() const
     return m_lastStatus;
 }
 
-QString Updater::installerPath() const
-{
-    return m_installerPath;
-}
-
 bool Updater::isDownloading() const
 {
     return std::holds_alternative<Downloading>(m_state);

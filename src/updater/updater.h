@@ -47,7 +47,6 @@ public:
     bool isDownloading() const;
     bool runUpdate();
     void reset();
-    QString installerPath() const;
 
     // Without a factory a download runs without anything on screen.
     void setProgressFactory(DownloadProgressFactory factory);

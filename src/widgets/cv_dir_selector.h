@@ -18,8 +18,6 @@ public:
 
     QString path() const;
     void setPath(const QString& path);
-    QLineEdit* lineEdit() const { return m_edit; }
-    QPushButton* browseButton() const { return m_browse; }
     QLabel* label() const { return m_label; }
 
 signals:

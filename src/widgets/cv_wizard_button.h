@@ -20,7 +20,6 @@ public:
     void setIconSize(const QSize& size);
 
     QLabel* captionLabel() const { return m_caption; }
-    QLabel* descriptionLabel() const { return m_description; }
     void setDescription(const QString& description);
 
 signals:

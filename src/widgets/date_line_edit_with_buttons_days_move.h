@@ -27,10 +27,7 @@ public:
     void clear();
 
     QString text() const;
-    CvLineEdit* lineEdit() const { return m_lineEdit; }
     QPushButton* popupButton() const { return m_popupButton; }
-    CvPagCalendarButton* previousDayButton() const { return m_previousDay; }
-    CvPagCalendarButton* nextDayButton() const { return m_nextDay; }
     CvPopupCalendar* popup() const { return m_popup; }
 
 signals:

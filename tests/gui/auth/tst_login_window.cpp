@@ -43,7 +43,7 @@ public:
             if (!window || window == m_clicked || m_asking)
                 return;
             m_asking = true;
-            window->webView()->page()->runJavaScript(
+            window->findChild<QWebEngineView*>("web_view")->page()->runJavaScript(
                 QString(
                     "(function(){var b=document.getElementById('sign_in'),u=document.getElementById('user');"
                     "if(!b||!u||document.readyState!='complete')return false;u.value='%1';b.click();return true;})()")

@@ -6,6 +6,7 @@
 #include "jobs/job_table_widget.h"
 #include "jobs/job_work_widget.h"
 #include "jobs/soft_wrap.h"
+#include "testsupport/find_child.h"
 #include "testsupport/console_look.h"
 #include "testsupport/fake_service.h"
 #include "testsupport/log_capture.h"
@@ -28,6 +29,7 @@
 
 using namespace CorvelService;
 using CorvelTest::FakeService;
+using CorvelTest::named;
 using CorvelTest::whenModal;
 using CvJobs::JobActionButtonsWidget;
 using CvJobs::JobTableWidget;
@@ -40,6 +42,8 @@ Q_DECLARE_METATYPE(Change)
 namespace {
 
 const QString RefusedLog = "Application exception: job is locked by another operation";
+const QString DeleteYes = "YES - Delete this virtual machine from the Hyper-V host";
+const QString DeleteNo = "NO - Leave this virtual machine on the Hyper-V host";
 const QString TransportLog = "Unknown exception: Called write on non-open socket";
 
 JobDescription makeJob(const std::string& id, JobStatus::type status, int actions = JobAction::None,
@@ -229,8 +233,8 @@ private slots:
         poll(*m_connection);
         QCOMPARE(m_service->listCalls, calls + 1);
         QCOMPARE(rowIds(list), ids);
-        QCOMPARE(list->placeholder()->text(), QString("No Active Jobs"));
-        QCOMPARE(list->placeholder()->isVisible(), ids.isEmpty());
+        QCOMPARE(list->findChild<QLabel*>("no_job_item")->text(), QString("No Active Jobs"));
+        QCOMPARE(list->findChild<QLabel*>("no_job_item")->isVisible(), ids.isEmpty());
         const int rowB = ids.indexOf("b");
         if (rowB >= 0)
             QCOMPARE(static_cast<CvJobs::JobWorkWidget*>(list->cell(rowB, 1))->progressBar()->value(), progress);
@@ -583,7 +587,7 @@ private slots:
         QVERIFY(banner(table)->isHidden());
         m_service->listFailure = Failure::None;
         poll(*m_connection);
-        QVERIFY(!table->jobList()->hasRows());
+        QVERIFY(table->findChild<QLabel*>("no_job_item")->isVisible());
     }
 
     void reconnectBacksOff()
@@ -604,6 +608,7 @@ private slots:
         poll(*m_connection);
         QVERIFY(m_connection->isLost());
         QVERIFY(banner(table)->isVisible());
+        QCOMPARE(banner(table)->text(), QString("The Corvel service is not reachable. Trying again in 1 s."));
         QVERIFY(!button("Start")->isEnabled());
         const qint64 lostAt = m_clock->nowMs();
         auto stepUntil = [&](int count) {
@@ -618,6 +623,9 @@ private slots:
         for (int i = 0; i < attempts.size(); ++i)
             waits << attempts[i] - (i == 0 ? lostAt : attempts[i - 1]);
         QCOMPARE(waits, (QList<qint64>{100, 200, 400, 800, 1600, 2500, 2500}));
+        m_clock->advance(1000);
+        poll(*m_connection);
+        QCOMPARE(banner(table)->text(), QString("The Corvel service is not reachable. Trying again in 2 s."));
 
         serviceBack = true;
         stepUntil(8);
@@ -657,7 +665,7 @@ private slots:
         QCoreApplication::processEvents();
         const qint64 elapsedMs = shown.elapsed();
 
-        const QString tip = static_cast<CvJobs::JobWorkWidget*>(table->jobList()->cell(0, 1))->workLabel()->toolTip();
+        const QString tip = table->findChild<QLabel*>("job_item_status")->toolTip();
         QTextDocument rendered;
         if (Qt::mightBeRichText(tip))
             rendered.setHtml(tip);
@@ -674,6 +682,31 @@ private slots:
             QCOMPARE(firstRow()->job().description.size(), size_t(description.size()));
             QVERIFY2(elapsedMs < 3000, qPrintable(QString::number(elapsedMs)));
         }
+    }
+
+    // The work cell follows its job in place: the bar within 0..100 whatever the wire's signed byte
+    // says, and the status picture switches between running and stopped.
+    void workCellFollowsTheJob_data()
+    {
+        QTest::addColumn<int>("progress");
+        QTest::addColumn<int>("shown");
+        QTest::newRow("within") << 42 << 42;
+        QTest::newRow("above 100") << 120 << 100;
+        QTest::newRow("negative") << -5 << 0;
+    }
+
+    void workCellFollowsTheJob()
+    {
+        QFETCH(int, progress);
+        QFETCH(int, shown);
+        auto* table = makeTable({makeJob("j", JobStatus::Running, JobAction::Stop)});
+        auto* icon = table->findChild<QPushButton*>("job_icon_label");
+        const QImage running = icon->icon().pixmap(16).toImage();
+        m_service->jobs[0].current_work.progress = static_cast<int8_t>(progress);
+        m_service->jobs[0].status = JobStatus::Stopped;
+        poll(*m_connection);
+        QCOMPARE(table->findChild<QProgressBar*>("job_current_work_progress_bar")->value(), shown);
+        QVERIFY(icon->icon().pixmap(16).toImage() != running);
     }
 
     void actionButtons_data()
@@ -772,20 +805,20 @@ private slots:
         bool yesChecked = false, noChecked = false, confirmationShown = false;
         whenModal([&](QWidget* modal) {
             auto* first = static_cast<CvJobs::DeleteVMDialog*>(modal);
-            yesChecked = first->yesButton()->isChecked();
-            noChecked = first->noButton()->isChecked();
+            yesChecked = named<QRadioButton>(first, DeleteYes)->isChecked();
+            noChecked = named<QRadioButton>(first, DeleteNo)->isChecked();
             whenModal([&](QWidget* next) {
                 auto* second = qobject_cast<CvJobs::DeleteVMDialog2*>(next);
                 confirmationShown = second != nullptr;
                 if (!second)
                     next->close();
                 else
-                    QTest::mouseClick(confirmation == "delete" ? second->deleteButton() : second->keepButton(),
+                    QTest::mouseClick(confirmation == "delete" ? named<QPushButton>(second, "Yes - Delete Virtual Machine") : named<QPushButton>(second, "No - Keep Virtual Machine"),
                                       Qt::LeftButton);
             });
             if (pickYes)
-                QTest::mouseClick(first->yesButton(), Qt::LeftButton);
-            QTest::mouseClick(first->saveButton(), Qt::LeftButton);
+                QTest::mouseClick(named<QRadioButton>(first, DeleteYes), Qt::LeftButton);
+            QTest::mouseClick(named<QPushButton>(first, "Save"), Qt::LeftButton);
         });
         QTest::mouseClick(button("Delete Job"), Qt::LeftButton);
 
@@ -812,9 +845,8 @@ private slots:
             poll(*m_connection);
             rowAliveWhileOpen =
                 !row.isNull() && row->buttons().size() == 1 && row->buttons()[0]->text() == "Delete Job";
-            auto* dialog = static_cast<CvJobs::DeleteVMDialog*>(modal);
-            QTest::mouseClick(dialog->noButton(), Qt::LeftButton);
-            QTest::mouseClick(dialog->saveButton(), Qt::LeftButton);
+            QTest::mouseClick(named<QRadioButton>(modal, DeleteNo), Qt::LeftButton);
+            QTest::mouseClick(named<QPushButton>(modal, "Save"), Qt::LeftButton);
         });
         QTest::mouseClick(button("Delete Job"), Qt::LeftButton);
         QVERIFY(rowAliveWhileOpen);

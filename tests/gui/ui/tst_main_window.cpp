@@ -1,5 +1,6 @@
 #include "CorvelService.h"
 #include "session/auth_session.h"
+#include "testsupport/find_child.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/fake_cloud.h"
 #include "testsupport/log_capture.h"
@@ -31,6 +32,7 @@
 
 using Corvel::MainWindow;
 using CorvelTest::LogCapture;
+using CorvelTest::named;
 using CorvelWidgets::MessageBox;
 
 namespace {
@@ -122,10 +124,10 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), list);
 
         auto* bar = m_window->titleBar();
-        const QList<QWidget*> chrome{m_window->userMenuButton(), bar->minimizeButton(), bar->maximizeButton(),
+        const QList<QWidget*> chrome{named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu"), bar->minimizeButton(), bar->maximizeButton(),
                                      bar->closeButton()};
         QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
-        QVERIFY(visited.indexOf(m_window->home()->newRecoveryButton()) > 0);
+        QVERIFY(visited.indexOf(named<QPushButton>(m_window.get(), "Start New Recovery")) > 0);
 
         QStringList missed;
         for (QWidget* widget : m_window->findChildren<QWidget*>()) {
@@ -149,7 +151,7 @@ private slots:
 
         // Escape, meant for a menu or a field, leaves the window alone.
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QTest::keyClick(m_window->home()->newRecoveryButton(), Qt::Key_Escape);
+        QTest::keyClick(named<QPushButton>(m_window.get(), "Start New Recovery"), Qt::Key_Escape);
         QVERIFY(m_window->isVisible());
     }
 
@@ -191,12 +193,12 @@ private slots:
         showWindow(partner());
         auto* help = m_window->findChild<Corvel::HelpCenterWidget*>();
         m_window->tabs()->list()->setCurrentRow(2);
-        QVERIFY(help->analysisToolTile()->isVisible());
-        QVERIFY(!help->installationGuideTile()->isVisible());
-        QVERIFY(!help->requestHelpTile()->isVisible());
+        QVERIFY(named<QWidget>(help, "Analysis Tool")->isVisible());
+        QVERIFY(!named<QWidget>(help, "Installation Guide")->isVisible());
+        QVERIFY(!named<QWidget>(help, "Request Help")->isVisible());
 
         LogCapture log;
-        QTest::mouseClick(help->analysisToolTile()->button(), Qt::LeftButton);
+        QTest::mouseClick(named<QWidget>(help, "Analysis Tool")->findChild<QPushButton*>(), Qt::LeftButton);
         QCOMPARE(log.texts().filter(QRegularExpression("^(Opening )?Analysis Tool")),
                  QStringList({"Opening Analysis Tool", "Analysis Tool opening failed"}));
         QCOMPARE(MessageBox::shown().size(), 1);
@@ -232,7 +234,7 @@ private slots:
             }
         });
         LogCapture log;
-        QTest::mouseClick(m_window->home()->newRecoveryButton(), Qt::LeftButton);
+        QTest::mouseClick(named<QPushButton>(m_window.get(), "Start New Recovery"), Qt::LeftButton);
         // Only partners and clients reach the wizard, centred over the window; closing it makes no job.
         QCOMPARE(wizardTitle, expectedBox.isEmpty() ? QString("Recovery Type") : QString());
         if (expectedBox.isEmpty()) {
@@ -267,7 +269,7 @@ private slots:
         QFETCH(QString, expectedName);
         QFETCH(bool, stillOpen);
         showWindow(partner());
-        auto* button = m_window->userMenuButton();
+        auto* button = named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu");
         QCOMPARE(button->text(), QString("Pat Partner"));
         m_window->setTokenSource([&](const QString&, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
             if (!logoutUrl.endsWith("/auth/logout") || newToken.isEmpty())

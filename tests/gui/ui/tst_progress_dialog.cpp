@@ -1,4 +1,4 @@
-#include "http_test_server.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/log_capture.h"
 #include "ui/progress_dialog.h"
 #include "updater/updater.h"
@@ -19,6 +19,25 @@ class TestProgressDialog : public QObject {
 
 private slots:
     void initTestCase() { qputenv("TMPDIR", QFile::encodeName(m_temp.path())); }
+
+    // The bar stays within its range whatever the transfer reports; sizes past the bar's integers
+    // are scaled down.
+    void progressIsClamped()
+    {
+        QWidget window;
+        CVUpdater::ProgressDialog progress(&window);
+        auto* dialog = window.findChild<QProgressDialog*>("updater_progress_dialog");
+        const QList<std::array<qint64, 4>> rows{// received, total, shown value, shown maximum
+                                                {50, 100, 50, 100},
+                                                {150, 100, 100, 100},
+                                                {-5, 100, 0, 100},
+                                                {1LL << 32, 1LL << 33, 858993459, 1717986918}};
+        for (const auto& [received, total, value, maximum] : rows) {
+            progress.setProgress(received, total);
+            QCOMPARE(qint64(dialog->value()), value);
+            QCOMPARE(qint64(dialog->maximum()), maximum);
+        }
+    }
 
     void dialogFollowsDownload_data()
     {

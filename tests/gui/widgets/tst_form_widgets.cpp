@@ -1,3 +1,4 @@
+#include "testsupport/find_child.h"
 #include "widgets/cv_dir_selector.h"
 #include "widgets/cv_wizard_button.h"
 #include "widgets/date_line_edit_with_buttons_days_move.h"
@@ -62,7 +63,8 @@ private slots:
             QTest::mouseClick(tile, Qt::LeftButton);
         } else if (input == "click on the description") {
             // Through the window, as a real mouse press reaches the label under the pointer first.
-            const QPoint at = tile->descriptionLabel()->mapTo(&window, tile->descriptionLabel()->rect().center());
+            auto* label = tile->findChild<QLabel*>("wizard_button_description");
+            const QPoint at = label->mapTo(&window, label->rect().center());
             QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
         } else {
             before->setFocus();
@@ -82,14 +84,15 @@ private slots:
         QVERIFY(selector.label()->text().contains("*"));
         QVERIFY(selector.label()->text().endsWith("LOCATION:"));
         QSignalSpy changed(&selector, &CvDirSelector::dirChanged);
-        selector.lineEdit()->clear();
-        QTest::keyClicks(selector.lineEdit(), "D:");
+        auto* edit = CorvelTest::named<QLineEdit>(&selector, "LOCATION:");
+        edit->clear();
+        QTest::keyClicks(edit, "D:");
         QCOMPARE(changed.size(), 3); // the clearing, then one per key
         FolderDialog::setNextAnswer("/srv/cache");
-        selector.browseButton()->click();
+        CorvelTest::named<QPushButton>(&selector, "Browse")->click();
         QCOMPARE(selector.path(), QString("/srv/cache"));
         FolderDialog::setNextAnswer(QString()); // cancelled
-        selector.browseButton()->click();
+        CorvelTest::named<QPushButton>(&selector, "Browse")->click();
         QCOMPARE(selector.path(), QString("/srv/cache"));
         QCOMPARE(FolderDialog::askedCaptions(), (QStringList{"Open Directory", "Open Directory"}));
         QCOMPARE(changed.last().first().toString(), QString("/srv/cache"));

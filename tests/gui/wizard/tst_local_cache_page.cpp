@@ -1,4 +1,4 @@
-#include "wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "cloud/vusk_request.h"
 #include "localcache/local_cache_check.h"

@@ -1,9 +1,10 @@
-#include "wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "jobs/job_list_widget.h"
 #include "jobs/job_started_window.h"
 #include "jobs/job_table_widget.h"
 #include "service/service_client.h"
+#include "testsupport/find_child.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/modal.h"
@@ -102,8 +103,8 @@ private:
                 CorvelTest::whenModal([&](QWidget* next) {
                     if (auto* started = qobject_cast<CvJobs::JobStartedWindow*>(next)) {
                         if (startedHeading)
-                            *startedHeading = started->heading()->text();
-                        started->closeWindowButton()->click();
+                            *startedHeading = started->findChild<QLabel*>("header")->text();
+                        started->findChild<QPushButton*>("button_primary")->click();
                     }
                 });
                 if (!walked.isEmpty()) {
@@ -112,7 +113,7 @@ private:
                 }
             }
         });
-        QTest::mouseClick(console.window->home()->newRecoveryButton(), Qt::LeftButton);
+        QTest::mouseClick(CorvelTest::named<QPushButton>(console.window.get(), "Start New Recovery"), Qt::LeftButton);
         return walked;
     }
 
@@ -263,7 +264,7 @@ private slots:
             return console->service->log().count("createJob: injected application exception");
         };
         const int before = refusals();
-        QTest::mouseClick(console->window->home()->newRecoveryButton(), Qt::LeftButton);
+        QTest::mouseClick(CorvelTest::named<QPushButton>(console->window.get(), "Start New Recovery"), Qt::LeftButton);
         QVERIFY2(walked.isEmpty(), qPrintable(walked));
         QCOMPARE(resumedOn, "Recovery Settings");
         QCOMPARE(shownBoxes(),

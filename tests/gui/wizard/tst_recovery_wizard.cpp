@@ -1,5 +1,6 @@
-#include "wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
+#include "testsupport/find_child.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/test_tokens.h"
 #include "widgets/cv_pag_calendar_button.h"
@@ -16,6 +17,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QScrollArea>
 #include <QtTest>
@@ -89,16 +91,25 @@ private slots:
     {
         QTest::addColumn<QString>("tile");
         QTest::addColumn<QList<int>>("pages");
-        QTest::newRow("virtualization") << "Virtualize (Hyper-V)" << QList<int>{0, 3, 4, 5, 6, 7, 8, 9, 10};
-        QTest::newRow("export") << "Virtual Disk Export" << QList<int>{0, 1, 4, 5, 6, 7, 10};
-        QTest::newRow("file recovery") << "Recover Files" << QList<int>{0, 4, 5, 7, 10};
-        QTest::newRow("bare metal") << "Bare Metal Restore" << QList<int>{0, 2};
+        QTest::addColumn<QStringList>("lastPage"); // the settings page's header, drive choice and start
+        QTest::newRow("virtualization")
+            << "Virtualize (Hyper-V)" << QList<int>{0, 3, 4, 5, 6, 7, 8, 9, 10}
+            << QStringList{"<b>How Do You Want to Mount the Virtual Disk Image(s)?</b>", "Mount to Drive Letter:",
+                           "Start Virtual Machine"};
+        QTest::newRow("export") << "Virtual Disk Export" << QList<int>{0, 1, 4, 5, 6, 7, 10}
+                                << QStringList{"<b>How Do You Want to Mount the Virtual Disk Image(s)?</b>",
+                                               "Mount to Drive Letter:", "Start Virtual Export"};
+        QTest::newRow("file recovery") << "Recover Files" << QList<int>{0, 4, 5, 7, 10}
+                                       << QStringList{"<b>How Do You Want to Mount the Recovered Volumes?</b>",
+                                                      "Mount to Drive Letters starting with:", "Start File Recovery"};
+        QTest::newRow("bare metal") << "Bare Metal Restore" << QList<int>{0, 2} << QStringList();
     }
 
     void pageFlow()
     {
         QFETCH(QString, tile);
         QFETCH(QList<int>, pages);
+        QFETCH(QStringList, lastPage);
         WizardFixture fixture(partnerToken());
         fixture.iconFont = m_iconFont;
         auto wizard = fixture.makeWizard();
@@ -139,6 +150,12 @@ private slots:
         }
         QCOMPARE(history(*wizard), pages);
         QCOMPARE(wizard->currentPage(), wizard->page(WizardPage(pages.last())));
+        if (!lastPage.isEmpty()) {
+            RecoveryWizardPage* page = wizard->currentPage();
+            QCOMPARE(page->findChild<QLabel*>("sub_header")->text(), lastPage[0]);
+            QCOMPARE(page->findChild<QRadioButton*>("drive_button")->text(), lastPage[1]);
+            QCOMPARE(page->findChild<QPushButton*>("button_primary")->text(), lastPage[2]);
+        }
 
         for (int i = pages.size() - 2; i >= 0; --i) {
             QVERIFY2(fixture.pressButton(*wizard, "Back"), qPrintable(fixture.failure));
@@ -244,7 +261,7 @@ private slots:
         };
         CorvelWidgets::CvWizardButton* virtualize = tile("Virtualize (Hyper-V)");
         QVERIFY(!virtualize->isEnabled());
-        QVERIFY(virtualize->descriptionLabel()->text().endsWith(
+        QVERIFY(virtualize->findChild<QLabel*>("wizard_button_description")->text().endsWith(
             "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)"));
         QTest::mouseClick(virtualize, Qt::LeftButton);
         QTest::keyClick(virtualize, Qt::Key_Space);
@@ -265,8 +282,9 @@ private slots:
         QCOMPARE(history(*wizard), (QList<int>{0, 4}));
     }
 
-    // An odd or too small memory size is drawn in the error colour of the style sheet.
-    void invalidRamInErrorColour()
+    // VM settings: Next wants a name and a valid memory size (an invalid one drawn in the error
+    // colour); adapter rows come and go. Then the disk options of a generation 2 machine.
+    void vmSettingsAndDiskOptions()
     {
         WizardFixture fixture(partnerToken());
         auto wizard = fixture.makeWizard();
@@ -274,8 +292,12 @@ private slots:
         QVERIFY(fixture.chooseTile(*wizard, "Virtualize (Hyper-V)") && fixture.chooseTile(*wizard, "Make it a Test") &&
                 fixture.passDataSource(*wizard) && fixture.passRecoveryPoint(*wizard) && fixture.passDisks(*wizard) &&
                 fixture.passLocalCache(*wizard));
-        auto* ram = findOnPage<QComboBox>(wizard->currentPage(), "RAM:");
+        RecoveryWizardPage* page = wizard->currentPage();
+        auto* ram = findOnPage<QComboBox>(page, "RAM:");
+        auto* next = findOnPage<QPushButton>(page, "Next");
         QTRY_VERIFY(ram->count() > 0);
+        QVERIFY(!next->isEnabled());
+        QTest::keyClicks(findOnPage<QLineEdit>(page, "NAME:"), "FS-01 test");
         // What is drawn, not what the palette says: the style sheet has the last word.
         const auto drawnRed = [ram] {
             const QImage image = ram->grab().toImage();
@@ -292,7 +314,32 @@ private slots:
             QTest::keyClicks(ram->lineEdit(), value);
             ram->lineEdit()->deselect();
             QVERIFY2(drawnRed() == (value != "1024"), qPrintable(value));
+            QCOMPARE(next->isEnabled(), value == "1024");
         }
+
+        auto* add = findOnPage<QPushButton>(page, "Add Network Adapter");
+        QTRY_VERIFY(add->isEnabled());
+        clickOn(add);
+        clickOn(add);
+        findOnPage<QComboBox>(page, "Network adapter 2")->setCurrentText("LAN");
+        QCOMPARE(wizard->values().vmSettings.networkAdapters, (QStringList{"Default Switch", "LAN"}));
+        clickOn(findOnPage<QPushButton>(page, "Remove network adapter"));
+        QCOMPARE(wizard->values().vmSettings.networkAdapters, QStringList{"LAN"});
+
+        QVERIFY(fixture.pressButton(*wizard, "Next"));
+        page = wizard->currentPage();
+        QCOMPARE(page->title(), QString("Virtual Disk Options"));
+        QVERIFY(findOnPage<QRadioButton>(page, "VHDX")->isChecked());
+        QVERIFY(!findOnPage<QRadioButton>(page, "VHD (2TiB Maximum Disk Size)")->isEnabled());
+        next = findOnPage<QPushButton>(page, "Next");
+        auto* location = findOnPage<QLineEdit>(page, "LOCATION:");
+        QVERIFY(next->isEnabled());
+        location->clear();
+        QVERIFY(!next->isEnabled());
+        QTest::keyClicks(location, "D:\\VMs");
+        QVERIFY(fixture.pressButton(*wizard, "Next"));
+        QCOMPARE(wizard->values().vmSettings.storageLocation, QString("D:\\VMs"));
+        QCOMPARE(wizard->values().vmSettings.diskType, CorvelService::VirtualDiskType::VhdxGenTwo);
     }
 
     // Disks: the labels, what Next writes, and no second call for the same recovery point.
@@ -351,28 +398,28 @@ private slots:
         QSignalSpy selected(&picker, &CorvelWidgets::DateLineEditWithButtonsDaysMove::dateSelected);
         const QDate newest(2026, 3, 2), middle(2026, 3, 1), oldest(2026, 2, 27);
         picker.setAvailableDates({newest});
-        QVERIFY(picker.nextDayButton()->isHidden());
-        QVERIFY(picker.previousDayButton()->isHidden());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
 
         picker.setAvailableDates({newest, middle, oldest});
         picker.handleSetDate(newest);
         QCOMPARE(picker.text(), QString("3/2/2026"));
-        QVERIFY(picker.nextDayButton()->isHidden());
-        QVERIFY(!picker.previousDayButton()->isHidden());
-        clickOn(picker.previousDayButton());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden());
+        QVERIFY(!CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
+        clickOn(CorvelTest::named<QWidget>(&picker, "Previous Day"));
         QCOMPARE(picker.text(), QString("3/1/2026"));
-        QVERIFY(!picker.nextDayButton()->isHidden());
+        QVERIFY(!CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden());
         // One calendar day at a time, whether or not it has restore points.
-        clickOn(picker.previousDayButton());
-        clickOn(picker.previousDayButton());
+        clickOn(CorvelTest::named<QWidget>(&picker, "Previous Day"));
+        clickOn(CorvelTest::named<QWidget>(&picker, "Previous Day"));
         QCOMPARE(picker.text(), QString("2/27/2026"));
-        QVERIFY(picker.previousDayButton()->isHidden());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
         QCOMPARE(selected.size(), 4);
         QCOMPARE(selected.last().first().toDate(), oldest);
 
         picker.clear();
         QCOMPARE(picker.text(), QString("mm/dd/yyyy"));
-        QVERIFY(picker.nextDayButton()->isHidden() && picker.previousDayButton()->isHidden());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden() && CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
     }
 };
 

@@ -8,6 +8,8 @@
 #include "testsupport/test_tokens.h"
 
 #include <QTimer>
+#include "testsupport/log_capture.h"
+
 #include <QtTest>
 
 using namespace TmxAuth;
@@ -94,8 +96,9 @@ private slots:
         QFETCH(QStringList, shown);
         QFETCH(int, httpStatus);
         AuthSession session(partnerToken());
-        CloudCallRetry retry =
-            consolePolicy(session, retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries, QString());
+        const int allowed = retries < 0 ? Corvel::Settings().connectionRetriesNumber() : retries;
+        CloudCallRetry retry = consolePolicy(session, allowed, QString());
+        CorvelTest::LogCapture log;
         int calls = 0, value = 0, failed = 0;
         retry.run<int>(
             "Passphrase request",
@@ -115,6 +118,11 @@ private slots:
         QCOMPARE(failed, shown.isEmpty() ? 0 : 1);
         QCOMPARE(boxes(), shown);
         QCOMPARE(retry.used(), 0); // the next call starts with every retry again
+        QStringList retryLines; // one per failure: what is left, down to none
+        for (int left = allowed; left > allowed - qMin(failures, allowed + 1); --left)
+            retryLines << (left > 0 ? QString("Retrying attempts left: %1").arg(left)
+                                    : QString("Retrying attempts has been exhausted"));
+        QCOMPARE(log.texts().filter("Retrying attempts"), retryLines);
     }
 
     // An expired token: re-sign-in, then the same request again with the new token; no retry used.

@@ -1,3 +1,4 @@
+#include "auth/request_interceptor.h"
 #include "auth/sign_in_flows.h"
 #include "testsupport/log_capture.h"
 #include "widgets/message_box.h"
@@ -21,6 +22,23 @@ class TestSignInFlows : public QObject {
     Q_OBJECT
 
 private slots:
+    // The sign-in page's requests: a token behind the sentinel is handed on; after a log-out, the
+    // first login page (and only the first) is sent to the sign-in address instead.
+    void interceptor()
+    {
+        TmxAuth::RequestInterceptor interceptor("https://auth.example/authorization/vusk", true);
+        QSignalSpy tokens(&interceptor, &TmxAuth::RequestInterceptor::sendToken);
+        QSignalSpy redirects(&interceptor, &TmxAuth::RequestInterceptor::redirect);
+        interceptor.inspect("https://cloud.example/home");
+        interceptor.inspect("https://cloud.example/login?next=1");
+        interceptor.inspect("https://cloud.example/login?next=2");
+        QCOMPARE(redirects.size(), 1);
+        QCOMPARE(redirects.first().first().toString(), QString("https://auth.example/authorization/vusk"));
+        interceptor.inspect("https://cloud.example/done" + TmxAuth::tokenSentinel() + "abc.def.ghi");
+        QCOMPARE(tokens.size(), 1);
+        QCOMPARE(tokens.first().first().toString(), QString("https://cloud.example/doneabc.def.ghi"));
+    }
+
     // Each flow against scripted sign-in windows ("<none>": the window was closed).
     void flows_data()
     {

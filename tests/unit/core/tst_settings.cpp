@@ -44,6 +44,10 @@ private slots:
             << int(QtWarningMsg);
         QTest::newRow("int present") << R"({"connection_retries_number": 3})"
                                      << "int" << QVariant(3) << none << 0;
+        QTest::newRow("int far below the range") << R"({"connection_retries_number": -1e12})"
+                                                 << "int" << QVariant(-2147483647 - 1) << none << 0;
+        QTest::newRow("int far above the range") << R"({"connection_retries_number": 1e12})"
+                                                 << "int" << QVariant(2147483647) << none << 0;
         QTest::newRow("int as string")
             << R"({"connection_retries_number": "3"})"
             << "int" << QVariant(5)

@@ -1,3 +1,4 @@
+#include "jobs/job_columns.h"
 #include "jobs/soft_wrap.h"
 
 #include <QtTest>
@@ -31,6 +32,31 @@ private slots:
         QFETCH(int, chunk);
         QFETCH(QString, expected);
         QCOMPARE(CvJobs::softWrap(input, chunk), expected.replace('|', CvJobs::ZeroWidthSpace));
+    }
+
+    void bounded()
+    {
+        const QString longest(CvJobs::MaxShownCharacters, 'x');
+        QCOMPARE(CvJobs::boundedText(longest), longest);
+        QCOMPARE(CvJobs::boundedText(longest + 'y'), longest + QChar(0x2026));
+    }
+
+    // The table's columns: a wide minimum is kept, the rest share alike, the odd pixels going left,
+    // and together they fill the width exactly.
+    void columns()
+    {
+        CvJobs::JobColumns columns;
+        columns.setFloor(2, 300);
+        const auto widths = [&](int width) {
+            QStringList shown;
+            const auto spans = columns.spans(width + 7 * CvJobs::JobColumns::Spacing);
+            for (const auto& span : spans)
+                shown << QString::number(span.width);
+            return shown.join(' ') + " ends " + QString::number(spans[7].x + spans[7].width - width);
+        };
+        const QString spacing = " ends " + QString::number(7 * CvJobs::JobColumns::Spacing);
+        QCOMPARE(widths(1000), "100 100 300 100 100 100 100 100" + spacing);
+        QCOMPARE(widths(1003), "101 101 300 101 100 100 100 100" + spacing);
     }
 };
 

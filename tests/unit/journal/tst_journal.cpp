@@ -48,6 +48,7 @@ private slots:
     void progressRows();
     void unusableFile_data();
     void unusableFile();
+    void durations();
 };
 
 void TestJournal::estimate_data()
@@ -177,7 +178,8 @@ void TestJournal::unusableFile()
         QProcess::execute(QStringLiteral("python3"), {QStringLiteral("-c"),
                                                       QStringLiteral("import sqlite3,sys\n"
                                                                      "c=sqlite3.connect(sys.argv[1])\n"
-                                                                     "c.execute('PRAGMA user_version=99')\nc.commit()"),
+                                                                     "c.execute('PRAGMA user_version=%1')\nc.commit()")
+                                                          .arg(JournalDatabase::SchemaVersion + 1),
                                                       path});
     }
 
@@ -202,6 +204,31 @@ void TestJournal::unusableFile()
     QCOMPARE(notes.size(), size_t(1));
     QVERIFY(notes.front().text.contains(QStringLiteral("set aside as")));
     QCOMPARE(QDir(dir.path()).entryList({QStringLiteral("journal-set-aside-*.sqlite")}).size(), 1);
+}
+
+// The history's duration column at each unit's edges, and its export to a spreadsheet.
+void TestJournal::durations()
+{
+    const QList<QPair<qint64, QString>> rows{{-5, "0 s"},
+                                             {59999, "59 s"},
+                                             {60000, "1 min"},
+                                             {3599999, "59 min"},
+                                             {3600000, "1 h 00 min"},
+                                             {48 * 3600000LL - 1, "47 h 59 min"},
+                                             {49 * 3600000LL, "2 d 1 h"}};
+    for (const auto& [ms, text] : rows)
+        QCOMPARE(CorvelJournal::durationText(ms), text);
+
+    // Cells a spreadsheet would run as formulas go out as text.
+    std::vector<CorvelJournal::JournalRecord> records(1);
+    records[0].job.client = "@SUM(A1)";
+    records[0].job.device = "=1+1";
+    records[0].job.recoveryPoint = "+x";
+    records[0].startedBy = "-y";
+    records[0].job.description = "say \"hi\"";
+    const QString line = CorvelJournal::csvText(records).section('\n', 1, 1);
+    QVERIFY2(line.contains("\"'@SUM(A1)\",\"'=1+1\",\"'+x\",") && line.endsWith(",\"'-y\",\"say \"\"hi\"\"\""),
+             qPrintable(line));
 }
 
 QTEST_GUILESS_MAIN(TestJournal)

@@ -272,6 +272,10 @@ private slots:
                      qPrintable(QString("N=%1 r=%2 p=%3: %4")
                                     .arg(parameters.n, parameters.r, parameters.p, QString::fromStdString(problem))));
         }
+        Mirel::Keys shortMac = *keys; // keys of the wrong size are refused before any use
+        shortMac.macR.resize(8);
+        QVERIFY(!Mirel::decrypt(config.toStdString(), shortMac, problem));
+        QCOMPARE(QString::fromStdString(problem), QString("unusable keys"));
         QVERIFY(!Mirel::openKeyFile(std::string(70000, ' ') + key.toStdString(), Passphrase.toStdString(), problem));
         QCOMPARE(QString::fromStdString(problem), QString("key file too large"));
         QVERIFY(!Mirel::parseJson(std::string(100, '[') + std::string(100, ']'), problem));

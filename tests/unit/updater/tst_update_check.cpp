@@ -1,4 +1,4 @@
-#include "http_test_server.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/peak_rss.h"
@@ -81,6 +81,8 @@ private slots:
                                    << "" << noRemote << "Cannot get notice";
         QTest::newRow("not xml") << 200 << QByteArray("<BuildInfo><Version>1.8") << "" << noRemote
                                  << "Cannot get info source";
+        QTest::newRow("another root element")
+            << 200 << descriptor("1.8.0.1").replace("BuildInfo", "Release") << "" << noRemote << "Wrong xml format";
         QTest::newRow("server error") << 500 << descriptor("1.8.0.1") << "" << noRemote
                                       << "Cannot get reply from the server";
         QTest::newRow("equal") << 200 << descriptor("1.7.0.377") << ""

@@ -1,4 +1,4 @@
-#include "http_test_server.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/peak_rss.h"
@@ -126,7 +126,6 @@ private slots:
         QSignalSpy failed(&updater, &Updater::downloadFailed);
         QCOMPARE(downloaded(updater), status.isEmpty());
         if (status.isEmpty()) {
-            QCOMPARE(updater.installerPath(), target);
             QVERIFY(leftover.open(QIODevice::ReadOnly));
             QCOMPARE(leftover.readAll(), body);
             QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
@@ -230,7 +229,6 @@ private slots:
         const qint64 growth = peak.growth();
 
         const QString path = m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe");
-        QCOMPARE(updater.installerPath(), path);
         QCOMPARE(filesIn(m_temp->path()), QStringList{"Corvel_x64_installer_1.7.1.0.exe"});
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
@@ -256,7 +254,7 @@ private slots:
         Updater updater(QString(), sim.origin() + DescriptorPath);
         QVERIFY(updater.checkForUpdates());
         QVERIFY(downloaded(updater, 60000));
-        QFile file(updater.installerPath());
+        QFile file(m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe"));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), '[' + QByteArray(size - 2, ' ') + ']');
     }

@@ -1,4 +1,4 @@
-#include "../../gui/wizard/wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "localcache/local_cache_check.h"
 #include "testsupport/log_capture.h"

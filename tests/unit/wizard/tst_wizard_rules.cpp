@@ -1,6 +1,5 @@
 #include "localcache/local_cache_texts.h"
 #include "wizard/job_assembly.h"
-#include "wizard/page_flow.h"
 #include "wizard/restore_points.h"
 #include "wizard/wizard_rules.h"
 #include "wizard/wizard_texts.h"
@@ -11,9 +10,6 @@ using namespace Corvel;
 using CorvelService::DiskStyle;
 using CorvelService::JobType;
 using CorvelService::VirtualDiskType;
-using MaybeType = PageFlow::RecoveryType;
-
-Q_DECLARE_METATYPE(MaybeType)
 
 // The decisions of the wizard's pages, as tables.
 class TestWizardRules : public QObject {
@@ -45,35 +41,6 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, expected);
         QCOMPARE(text, expected);
-    }
-
-    void pageFlow_data()
-    {
-        QTest::addColumn<MaybeType>("type");
-        QTest::addColumn<int>("afterType");
-        QTest::addColumn<int>("afterPoint"); // -1: no next page
-        QTest::addColumn<int>("afterCache");
-        QTest::newRow("virtualization") << MaybeType(JobType::Virtualization) << 3 << 6 << 8;
-        QTest::newRow("file recovery") << MaybeType(JobType::FileRecovery) << 4 << 7 << 10;
-        QTest::newRow("export") << MaybeType(JobType::VirtualExport) << 1 << 6 << 10;
-        QTest::newRow("bare metal") << MaybeType() << 2 << -1 << 10;
-    }
-
-    void pageFlow()
-    {
-        QFETCH(MaybeType, type);
-        QFETCH(int, afterType);
-        QFETCH(int, afterPoint);
-        QFETCH(int, afterCache);
-        QCOMPARE(int(PageFlow::afterRecoveryType(type)), afterType);
-        QCOMPARE(int(PageFlow::afterRecoveryPoint(type).value_or(WizardPage(-1))), afterPoint);
-        QCOMPARE(int(PageFlow::afterLocalCache(type)), afterCache);
-    }
-
-    void scrollRule()
-    {
-        QVERIFY(PageFlow::pagesScroll(767));
-        QVERIFY(!PageFlow::pagesScroll(768));
     }
 
     void restorePoints_data()

@@ -1,4 +1,4 @@
-#include "service_testkit.h"
+#include "testsupport/service_testkit.h"
 
 #include <openssl/err.h>
 #include <openssl/ssl.h>

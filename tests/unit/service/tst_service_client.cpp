@@ -6,7 +6,7 @@
 #include "core/cv_logger.h"
 #include "service/client_access_manager.h"
 #include "service/service_client.h"
-#include "service_testkit.h"
+#include "testsupport/service_testkit.h"
 #include "testsupport/log_capture.h"
 
 #include <thrift/protocol/TBinaryProtocol.h>
@@ -40,7 +40,7 @@ using CorvelTest::TlsTestServer;
 
 Q_DECLARE_METATYPE(AccessManager::Decision)
 
-class TestServiceConnection : public QObject {
+class TestServiceClient : public QObject {
     Q_OBJECT
 
 private slots:
@@ -62,7 +62,7 @@ private:
     int m_pairs = 0;
 };
 
-QString TestServiceConnection::newPair(const QString& name)
+QString TestServiceClient::newPair(const QString& name)
 {
     const QString dir = m_root.filePath(QString::number(++m_pairs));
     const QString error = CorvelTest::writeCertificatePair(dir, name);
@@ -71,7 +71,7 @@ QString TestServiceConnection::newPair(const QString& name)
     return error.isEmpty() ? dir : QString();
 }
 
-void TestServiceConnection::dnsName_data()
+void TestServiceClient::dnsName_data()
 {
     QTest::addColumn<QByteArray>("name");
     QTest::addColumn<AccessManager::Decision>("decision"); // when "localhost" is expected
@@ -87,7 +87,7 @@ void TestServiceConnection::dnsName_data()
     QTest::newRow("second asterisk is literal") << QByteArray("**host") << AccessManager::DENY;
 }
 
-void TestServiceConnection::dnsName()
+void TestServiceClient::dnsName()
 {
     QFETCH(QByteArray, name);
     QFETCH(AccessManager::Decision, decision);
@@ -99,7 +99,7 @@ void TestServiceConnection::dnsName()
              AccessManager::ALLOW);
 }
 
-void TestServiceConnection::createClient_data()
+void TestServiceClient::createClient_data()
 {
     QTest::addColumn<QString>("name");      // of the pair both sides use
     QTest::addColumn<QString>("server");    // "same pair", "other key" (its own pair named localhost), "none"
@@ -130,7 +130,7 @@ void TestServiceConnection::createClient_data()
     QTest::newRow("no key") << "localhost" << same << 0 << true << factory + ": " << factory << empty;
 }
 
-void TestServiceConnection::createClient()
+void TestServiceClient::createClient()
 {
     QFETCH(QString, name);
     QFETCH(QString, server);
@@ -196,7 +196,7 @@ const int32_t kHugeString = 32 * 1024 * 1024;
 
 Q_DECLARE_METATYPE(Writer)
 
-void TestServiceConnection::hostileReplies_data()
+void TestServiceClient::hostileReplies_data()
 {
     QTest::addColumn<Writer>("reply");     // a reply to getAllJobsInfo, cut short unless said otherwise
     QTest::addColumn<int>("messageLimit"); // 0: the console's
@@ -231,6 +231,11 @@ void TestServiceConnection::hostileReplies_data()
         out.writeI32(int32_t(0x80010002));
         out.writeI32(kHugeString);
     }) << 0 << "END_OF_FILE";
+    QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
+        out.writeI32(int32_t(0x80020002));
+        out.writeString("getAllJobsInfo");
+        out.writeI32(seqid);
+    }) << 0 << "BAD_VERSION";
     QTest::newRow("a 32 MiB method name without version")
         << Writer([](TProtocol& out, int32_t) { out.writeI32(kHugeString); }) << 0 << "END_OF_FILE";
     QTest::newRow("a skipped field of 32 MiB") << Writer([=](TProtocol& out, int32_t seqid) {
@@ -266,7 +271,7 @@ void TestServiceConnection::hostileReplies_data()
     }) << 64 * 1024 << "SIZE_LIMIT";
 }
 
-void TestServiceConnection::hostileReplies()
+void TestServiceClient::hostileReplies()
 {
     QFETCH(Writer, reply);
     QFETCH(int, messageLimit);
@@ -307,7 +312,7 @@ void TestServiceConnection::hostileReplies()
     QVERIFY2(growthKiB < 4 * 1024, qPrintable(QString("peak grew by %1 KiB").arg(growthKiB)));
 }
 
-void TestServiceConnection::longListsRead_data()
+void TestServiceClient::longListsRead_data()
 {
     QTest::addColumn<QString>("what");
     QTest::newRow("10,000 jobs") << "jobs";
@@ -316,7 +321,7 @@ void TestServiceConnection::longListsRead_data()
     QTest::newRow("a 16 MiB job description") << "long description";
 }
 
-void TestServiceConnection::longListsRead()
+void TestServiceClient::longListsRead()
 {
     QFETCH(QString, what);
 
@@ -398,7 +403,7 @@ void TestServiceConnection::longListsRead()
     }
 }
 
-void TestServiceConnection::thriftDiagnosticsReachLogFile()
+void TestServiceClient::thriftDiagnosticsReachLogFile()
 {
     const QString dir = newPair("localhost");
     auto listener = std::make_unique<TlsTestServer>();
@@ -435,7 +440,7 @@ void reportToPipe(QtMsgType type, const QMessageLogContext&, const QString& text
 
 } // namespace
 
-void TestServiceConnection::passphraseProtectedKeyFailsAtOnce()
+void TestServiceClient::passphraseProtectedKeyFailsAtOnce()
 {
     const QString dir = newPair("localhost");
     QProcess openssl;
@@ -514,5 +519,5 @@ void TestServiceConnection::passphraseProtectedKeyFailsAtOnce()
     QCOMPARE(lines[1], QByteArray::number(QtInfoMsg) + " factory empty");
 }
 
-QTEST_GUILESS_MAIN(TestServiceConnection)
-#include "tst_service_connection.moc"
+QTEST_GUILESS_MAIN(TestServiceClient)
+#include "tst_service_client.moc"

@@ -2,7 +2,7 @@
 // simulator's demo jobs and the cloud simulator's update offer:
 //   ui_screenshots OUTPUT_FOLDER
 // Run it under Xvfb; QT_SCALE_FACTOR gives the same at 150 % or 200 %.
-#include "gui/wizard/wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "jobs/job_action_button.h"
 #include "jobs/job_action_buttons_widget.h"
@@ -12,6 +12,7 @@
 #include "service/service_client.h"
 #include "session/auth_session.h"
 #include "testsupport/cloud_sim.h"
+#include "testsupport/find_child.h"
 #include "testsupport/service_sim.h"
 #include "testsupport/test_tokens.h"
 #include "ui/home_widget.h"
@@ -148,7 +149,7 @@ int main(int argc, char** argv)
     tabs->setFocus(Qt::TabFocusReason);
     QTest::qWait(100);
     shoot(window, "keyboard-focus-tabs");
-    if (tabTo(window.home()->newRecoveryButton()))
+    if (tabTo(CorvelTest::named<QPushButton>(&window, "Start New Recovery")))
         shoot(window, "keyboard-focus-button");
 
     // The history window over what this session journaled, the newest job's timeline open.
@@ -179,7 +180,7 @@ int main(int argc, char** argv)
     window.tabs()->list()->setCurrentRow(0);
 
     whenShown<QMenu>("user-menu", [](QMenu* menu) { menu->close(); });
-    window.userMenuButton()->showMenu();
+    CorvelTest::named<CorvelWidgets::UserMenuButton>(&window, "User menu")->showMenu();
 
     CVUpdater::ProgressDialog progress(&window);
     progress.open();

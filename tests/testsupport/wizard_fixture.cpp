@@ -1,4 +1,4 @@
-#include "wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "auth/sign_in_flows.h"
 #include "core/style_sheet.h"

@@ -1,6 +1,6 @@
 // Walks every page of the wizard with the console's look and saves one PNG per page, so a
 // developer can look at them: wizard_screenshots OUTPUT_FOLDER [partner|client]
-#include "wizard_fixture.h"
+#include "testsupport/wizard_fixture.h"
 
 #include "jobs/job_started_window.h"
 #include "testsupport/test_tokens.h"
