@@ -14,7 +14,6 @@ public:
 
     bool isDeleteSelected() const;
 
-
     static QString descriptionText();
 
 private:

@@ -13,7 +13,6 @@ public:
     // Meaningful once accepted: which of the two buttons answered.
     bool isDeleteSelected() const { return m_deleteSelected; }
 
-
 private:
     QPushButton* m_deleteButton;
     QPushButton* m_keepButton;

@@ -13,7 +13,6 @@ class JobStartedWindow : public Corvel::CustomBarWindow {
 public:
     JobStartedWindow(const CorvelWidgets::IconFont& iconFont, QWidget* parent, CorvelService::JobType::type jobType);
 
-
 private:
     QLabel* m_heading;
     QPushButton* m_closeWindowButton;

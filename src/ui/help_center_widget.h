@@ -17,7 +17,6 @@ class HelpCenterWidget : public QWidget {
 public:
     explicit HelpCenterWidget(const CorvelWidgets::IconFont& iconFont, QWidget* parent = nullptr);
 
-
     static QString analysisToolPath();
 
 public slots:

@@ -10,8 +10,8 @@ namespace CorvelTest {
 template <typename T> T* named(const QObject* root, const QString& name)
 {
     for (T* candidate : root->findChildren<T*>())
-        if (candidate->property("accessibleName").toString() == name || candidate->property("text").toString() == name ||
-            candidate->objectName() == name)
+        if (candidate->property("accessibleName").toString() == name ||
+            candidate->property("text").toString() == name || candidate->objectName() == name)
             return candidate;
     return nullptr;
 }

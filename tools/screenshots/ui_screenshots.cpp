@@ -26,12 +26,12 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QPointer>
 #include <QJsonObject>
 #include <QLabel>
 #include <QListWidget>
 #include <QMenu>
 #include <QMessageBox>
+#include <QPointer>
 #include <QProgressDialog>
 #include <QPushButton>
 #include <QScreen>
@@ -233,7 +233,8 @@ int main(int argc, char** argv)
 
     // The service goes away: the table says so and waits, greyed.
     service.stop();
-    (void)QTest::qWaitFor([&] { return window.home()->jobTable()->findChild<QLabel*>("job_table_banner")->isVisible(); }, 5000);
+    (void)QTest::qWaitFor(
+        [&] { return window.home()->jobTable()->findChild<QLabel*>("job_table_banner")->isVisible(); }, 5000);
     QTest::qWait(200);
     shoot(window, "service-away");
 

@@ -3,9 +3,9 @@
 // the service dies.
 
 #include "service/service_client.h"
-#include "testsupport/service_testkit.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/service_sim.h"
+#include "testsupport/service_testkit.h"
 
 #include <thrift/TApplicationException.h>
 #include <thrift/protocol/TProtocolException.h>

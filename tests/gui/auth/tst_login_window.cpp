@@ -43,16 +43,18 @@ public:
             if (!window || window == m_clicked || m_asking)
                 return;
             m_asking = true;
-            window->findChild<QWebEngineView*>("web_view")->page()->runJavaScript(
-                QString(
-                    "(function(){var b=document.getElementById('sign_in'),u=document.getElementById('user');"
-                    "if(!b||!u||document.readyState!='complete')return false;u.value='%1';b.click();return true;})()")
-                    .arg(user),
-                [this, window](const QVariant& clicked) {
-                    m_asking = false;
-                    if (clicked.toBool())
-                        m_clicked = window;
-                });
+            window->findChild<QWebEngineView*>("web_view")
+                ->page()
+                ->runJavaScript(
+                    QString("(function(){var b=document.getElementById('sign_in'),u=document.getElementById('user');"
+                            "if(!b||!u||document.readyState!='complete')return false;u.value='%1';b.click();return "
+                            "true;})()")
+                        .arg(user),
+                    [this, window](const QVariant& clicked) {
+                        m_asking = false;
+                        if (clicked.toBool())
+                            m_clicked = window;
+                    });
         });
         m_poll.start(200);
     }

@@ -6,9 +6,9 @@
 #include "jobs/job_table_widget.h"
 #include "jobs/job_work_widget.h"
 #include "jobs/soft_wrap.h"
-#include "testsupport/find_child.h"
 #include "testsupport/console_look.h"
 #include "testsupport/fake_service.h"
+#include "testsupport/find_child.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/manual_clock.h"
 #include "testsupport/modal.h"
@@ -813,7 +813,9 @@ private slots:
                 if (!second)
                     next->close();
                 else
-                    QTest::mouseClick(confirmation == "delete" ? named<QPushButton>(second, "Yes - Delete Virtual Machine") : named<QPushButton>(second, "No - Keep Virtual Machine"),
+                    QTest::mouseClick(confirmation == "delete"
+                                          ? named<QPushButton>(second, "Yes - Delete Virtual Machine")
+                                          : named<QPushButton>(second, "No - Keep Virtual Machine"),
                                       Qt::LeftButton);
             });
             if (pickYes)

@@ -1,8 +1,8 @@
 #include "CorvelService.h"
 #include "session/auth_session.h"
-#include "testsupport/find_child.h"
 #include "testsupport/cloud_sim.h"
 #include "testsupport/fake_cloud.h"
+#include "testsupport/find_child.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/modal.h"
 #include "ui/help_center_widget.h"
@@ -124,8 +124,8 @@ private slots:
         QCOMPARE(QApplication::focusWidget(), list);
 
         auto* bar = m_window->titleBar();
-        const QList<QWidget*> chrome{named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu"), bar->minimizeButton(), bar->maximizeButton(),
-                                     bar->closeButton()};
+        const QList<QWidget*> chrome{named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu"),
+                                     bar->minimizeButton(), bar->maximizeButton(), bar->closeButton()};
         QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
         QVERIFY(visited.indexOf(named<QPushButton>(m_window.get(), "Start New Recovery")) > 0);
 

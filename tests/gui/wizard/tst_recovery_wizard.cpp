@@ -92,10 +92,9 @@ private slots:
         QTest::addColumn<QString>("tile");
         QTest::addColumn<QList<int>>("pages");
         QTest::addColumn<QStringList>("lastPage"); // the settings page's header, drive choice and start
-        QTest::newRow("virtualization")
-            << "Virtualize (Hyper-V)" << QList<int>{0, 3, 4, 5, 6, 7, 8, 9, 10}
-            << QStringList{"<b>How Do You Want to Mount the Virtual Disk Image(s)?</b>", "Mount to Drive Letter:",
-                           "Start Virtual Machine"};
+        QTest::newRow("virtualization") << "Virtualize (Hyper-V)" << QList<int>{0, 3, 4, 5, 6, 7, 8, 9, 10}
+                                        << QStringList{"<b>How Do You Want to Mount the Virtual Disk Image(s)?</b>",
+                                                       "Mount to Drive Letter:", "Start Virtual Machine"};
         QTest::newRow("export") << "Virtual Disk Export" << QList<int>{0, 1, 4, 5, 6, 7, 10}
                                 << QStringList{"<b>How Do You Want to Mount the Virtual Disk Image(s)?</b>",
                                                "Mount to Drive Letter:", "Start Virtual Export"};
@@ -261,8 +260,9 @@ private slots:
         };
         CorvelWidgets::CvWizardButton* virtualize = tile("Virtualize (Hyper-V)");
         QVERIFY(!virtualize->isEnabled());
-        QVERIFY(virtualize->findChild<QLabel*>("wizard_button_description")->text().endsWith(
-            "<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)"));
+        QVERIFY(virtualize->findChild<QLabel*>("wizard_button_description")
+                    ->text()
+                    .endsWith("<br/><font size=2>(Disabled - Hyper-V is not installed on this machine)"));
         QTest::mouseClick(virtualize, Qt::LeftButton);
         QTest::keyClick(virtualize, Qt::Key_Space);
         QCOMPARE(history(*wizard), QList<int>{0});
@@ -419,7 +419,8 @@ private slots:
 
         picker.clear();
         QCOMPARE(picker.text(), QString("mm/dd/yyyy"));
-        QVERIFY(CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden() && CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
+        QVERIFY(CorvelTest::named<QWidget>(&picker, "Next Day")->isHidden() &&
+                CorvelTest::named<QWidget>(&picker, "Previous Day")->isHidden());
     }
 };
 

@@ -180,7 +180,8 @@ private slots:
                 newest = qMax(newest, QString::fromStdString(name).left(10));
         QStringList expected;
         for (const std::string& name : listed)
-            if (pointName.match(QString::fromStdString(name)).hasMatch() && QString::fromStdString(name).startsWith(newest))
+            if (pointName.match(QString::fromStdString(name)).hasMatch() &&
+                QString::fromStdString(name).startsWith(newest))
                 expected << QTime::fromString(QString::fromStdString(name).mid(11), "hh_mm_ss").toString("h:mm ap");
         QVERIFY(!expected.isEmpty());
         QCOMPARE(itemTexts(times->model()), expected);

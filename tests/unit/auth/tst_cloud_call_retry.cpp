@@ -7,8 +7,8 @@
 
 #include "testsupport/test_tokens.h"
 
-#include <QTimer>
 #include "testsupport/log_capture.h"
+#include <QTimer>
 
 #include <QtTest>
 
@@ -118,7 +118,7 @@ private slots:
         QCOMPARE(failed, shown.isEmpty() ? 0 : 1);
         QCOMPARE(boxes(), shown);
         QCOMPARE(retry.used(), 0); // the next call starts with every retry again
-        QStringList retryLines; // one per failure: what is left, down to none
+        QStringList retryLines;    // one per failure: what is left, down to none
         for (int left = allowed; left > allowed - qMin(failures, allowed + 1); --left)
             retryLines << (left > 0 ? QString("Retrying attempts left: %1").arg(left)
                                     : QString("Retrying attempts has been exhausted"));

@@ -6,8 +6,8 @@
 #include "core/cv_logger.h"
 #include "service/client_access_manager.h"
 #include "service/service_client.h"
-#include "testsupport/service_testkit.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/service_testkit.h"
 
 #include <thrift/protocol/TBinaryProtocol.h>
 #include <thrift/protocol/TProtocolException.h>

@@ -1,5 +1,5 @@
-#include "testsupport/http_test_server.h"
 #include "testsupport/cloud_sim.h"
+#include "testsupport/http_test_server.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/peak_rss.h"
 #include "updater/updater.h"
