@@ -354,12 +354,13 @@ private slots:
         const auto notOnB = [&] { return !rowOf("b")->isAncestorOf(QApplication::focusWidget()); };
         QVERIFY(notOnB());
 
+        // The action's own refresh reads the service's list on the worker: change it only after.
+        waitForPoll(*m_connection);
         if (actionsAfter < 0)
             m_service->jobs.erase(m_service->jobs.begin());
         else
             m_service->jobs[0].actions = actionsAfter;
         m_service->jobs[0].current_work.progress = 30;
-        waitForPoll(*m_connection);
         poll(*m_connection);
         QVERIFY(notOnB());
         QWidget* focused = QApplication::focusWidget();
