@@ -33,7 +33,6 @@ constexpr char PleaseWait[] = "Please Wait";
 constexpr char CancelledByUser[] = "failed to start the service. Operation is cancelled by user.";
 constexpr char WaitExpired[] = "failed to start the service. Waiting time has expired.";
 constexpr char QueryStatusFailed[] = " QueryServiceStatusEx failed. Error=";
-constexpr char OpenManagerFailed[] = "OpenSCManager failed. Error=";
 constexpr char NoHandle[] = "failed to get handle to ";
 constexpr char NoHandleError[] = " service. Error=";
 constexpr char StartFailed[] = "failed to start the service. Error=";

@@ -1,6 +1,7 @@
 #include "app/service_starter.h"
 
 #include "app/app_texts.h"
+#include "core/core_texts.h"
 
 #include <QCoreApplication>
 #include <QDebug>
@@ -66,7 +67,7 @@ bool ServiceStarter::startServices()
     HandleCloser closer(*m_control);
     const ServiceHandle manager = m_control->openManager();
     if (!manager) {
-        qCritical().noquote() << AppTexts::OpenManagerFailed + QString::number(m_control->lastError());
+        qCritical().noquote() << CoreTexts::OpenManagerFailed + QString::number(m_control->lastError());
         return false;
     }
     closer.keep(manager);
