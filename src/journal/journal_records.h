@@ -59,6 +59,7 @@ enum class TimelineKind {
     Launch = 6,
     Gap = 7,
     Gone = 8,
+    Stalled = 9,
 };
 
 struct TimelineEntry {

@@ -75,6 +75,8 @@ QString entryText(const TimelineEntry& e)
             .arg(timeText(e.sinceMs, e.atMs), timeText(e.atMs, e.sinceMs));
     case TimelineKind::Gone:
         return QString::fromLatin1(Texts::Gone);
+    case TimelineKind::Stalled:
+        return QString::fromLatin1(Texts::Stalled);
     }
     return e.text;
 }

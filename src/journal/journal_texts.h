@@ -23,5 +23,6 @@ inline constexpr const char* Progress = "%1 %";
 inline constexpr const char* Action = "%1 requested by %2";
 inline constexpr const char* Launch = "started from this console by %1";
 inline constexpr const char* Gone = "no longer listed by the service";
+inline constexpr const char* Stalled = "no progress for 10 min";
 
 } // namespace CorvelJournal::Texts

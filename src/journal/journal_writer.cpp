@@ -1,5 +1,6 @@
 #include "journal/journal_writer.h"
 
+#include "journal/job_activity.h"
 #include "journal/journal_report.h"
 #include "journal/journal_texts.h"
 
@@ -12,6 +13,7 @@ namespace CorvelJournal {
 namespace {
 
 constexpr int CreatedStatus = 0;
+constexpr int RunningStatus = 4;
 
 bool damaged(const QSqlError& error)
 {
@@ -65,6 +67,7 @@ bool JournalWriter::start(qint64 nowMs)
         Known known;
         known.loggedProgress = record.job.progress;
         known.loggedProgressMs = record.lastSeenMs;
+        known.movedMs = record.lastSeenMs;
         known.record = std::move(record);
         m_known.insert(known.record.job.id, std::move(known));
     }
@@ -98,6 +101,7 @@ void JournalWriter::observe(const std::vector<JournalJob>& changed, const QStrin
             known.record.seenFromStart = job.status == CreatedStatus;
             known.loggedProgress = job.progress;
             known.loggedProgressMs = nowMs;
+            known.movedMs = nowMs;
             batch.add(job.id, entry(known.record.seenFromStart ? TimelineKind::Status : TimelineKind::FirstSeen, nowMs,
                                     job, known.record.seenFromStart ? QString() : job.work));
             it = m_known.insert(job.id, std::move(known));
@@ -122,6 +126,10 @@ void JournalWriter::observe(const std::vector<JournalJob>& changed, const QStrin
                 known.loggedProgressMs = nowMs;
             }
             noteProgress(known, job, nowMs, batch);
+            if (job.status != last.status || job.work != last.work || job.progress != last.progress) {
+                known.movedMs = nowMs;
+                known.stallMarked = false;
+            }
             last = job;
         }
         it->seen = true;
@@ -221,9 +229,20 @@ void JournalWriter::stillListed(qint64 nowMs)
 {
     if (!m_open)
         return;
-    for (Known& known : m_known)
-        if (known.seen)
-            known.record.lastSeenMs = nowMs;
+    Batch batch;
+    for (Known& known : m_known) {
+        if (!known.seen)
+            continue;
+        known.record.lastSeenMs = nowMs;
+        // Marked when the stall began, as the row showed it, not when this stamp noticed it.
+        if (known.record.job.status == RunningStatus && !known.stallMarked &&
+            nowMs - known.movedMs >= JobActivity::StallMs) {
+            known.stallMarked = true;
+            batch.add(known.record.job.id,
+                      entry(TimelineKind::Stalled, known.movedMs + JobActivity::StallMs, known.record.job));
+        }
+    }
+    write(batch, nowMs);
     if (!m_db.touchListed(nowMs) && damaged(m_db.lastError()))
         reopen(nowMs);
 }

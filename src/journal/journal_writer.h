@@ -41,6 +41,9 @@ private:
         JournalRecord record;
         int loggedProgress = -1;
         qint64 loggedProgressMs = 0;
+        // When its status, work or progress last changed; a running job still after that is marked once.
+        qint64 movedMs = 0;
+        bool stallMarked = false;
         // Seen in this session; a job known only from an earlier session has a gap before it.
         bool seen = false;
     };

@@ -49,6 +49,7 @@ private slots:
     void unusableFile_data();
     void unusableFile();
     void durations();
+    void stallWrittenOnce();
 };
 
 void TestJournal::estimate_data()
@@ -229,6 +230,40 @@ void TestJournal::durations()
     const QString line = CorvelJournal::csvText(records).section('\n', 1, 1);
     QVERIFY2(line.contains("\"'@SUM(A1)\",\"'=1+1\",\"'+x\",") && line.endsWith(",\"'-y\",\"say \"\"hi\"\"\""),
              qPrintable(line));
+}
+
+void TestJournal::stallWrittenOnce()
+{
+    // Moves for a minute, stands still for 25 min (stamped every 30 s), then moves again and stalls
+    // a second time: one mark per stall, dated when the stall began.
+    QTemporaryDir dir;
+    auto clock = std::make_shared<CorvelTest::ManualClock>();
+    const QString path = dir.filePath(QStringLiteral("journal.sqlite"));
+    const qint64 start = clock->epochMs();
+    {
+        Journal journal(path, clock);
+        journal.observe({runningJob(QStringLiteral("job-1"), 1)});
+        clock->advance(60000);
+        journal.observe({runningJob(QStringLiteral("job-1"), 2)});
+        for (int stamp = 0; stamp < 50; ++stamp) {
+            clock->advance(Journal::StillListedIntervalMs);
+            journal.setServiceAvailable(true);
+        }
+        journal.observe({runningJob(QStringLiteral("job-1"), 3)});
+        for (int stamp = 0; stamp < 25; ++stamp) {
+            clock->advance(Journal::StillListedIntervalMs);
+            journal.setServiceAvailable(true);
+        }
+    }
+    JournalDatabase db;
+    QString error;
+    QVERIFY2(db.openForReading(path, &error), qPrintable(error));
+    QList<qint64> marks;
+    for (const auto& entry : db.timeline(QStringLiteral("job-1")))
+        if (entry.kind == TimelineKind::Stalled)
+            marks << entry.atMs - start;
+    const qint64 secondMove = 60000 + 50 * Journal::StillListedIntervalMs;
+    QCOMPARE(marks, (QList<qint64>{60000 + JobActivity::StallMs, secondMove + JobActivity::StallMs}));
 }
 
 QTEST_GUILESS_MAIN(TestJournal)
