@@ -32,9 +32,11 @@ bool isRedirection(QNetworkReply* reply)
     return status >= 300 && status < 400;
 }
 
-// The network layer goes on to the target of these by itself. The body of any other redirection it
-// swallows without freeing its read buffer: past that buffer it stops reading, and the reply ends only
-// if the server happens to close the connection.
+constexpr int MaxRedirections = 50;
+
+// Redirections that lead on. The network layer is not left to follow them (nor to swallow any other
+// one): it keeps a redirection's body in the reply's read buffer without freeing it, so past that
+// buffer it stops reading and the reply ends only if the server happens to close the connection.
 bool isFollowed(QNetworkReply* reply)
 {
     switch (statusOf(reply)) {
@@ -189,25 +191,9 @@ void Updater::startDownload(QWidget* dialogParent)
     const QString location = downloadUrl();
     qInfo().noquote() << QString(UpdaterTexts::DownloadingUrl) + location;
 
-    QNetworkRequest request{QUrl(location)};
-    request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
-    // The same as following redirects, minus a step down from TLS to plain HTTP.
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
-    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
-    if (!m_network)
-        m_network = new QNetworkAccessManager(this);
-    QNetworkReply* reply = m_network->get(request);
-    // The installer goes to its file as it arrives; the transfer waits while this much is unread.
-    reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
     Downloading downloading;
-    downloading.reply = reply;
+    downloading.reply = get(QUrl(location));
     m_state = std::move(downloading);
-
-    connect(reply, &QNetworkReply::metaDataChanged, this, &Updater::onMetaData);
-    connect(reply, &QNetworkReply::readyRead, this, &Updater::onReadyRead);
-    connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
-    connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
 
     if (m_progressFactory) {
         DownloadProgress* progress = m_progressFactory(dialogParent);
@@ -217,6 +203,25 @@ void Updater::startDownload(QWidget* dialogParent)
     }
     if (isDownloading())
         m_stallTimer.start();
+}
+
+QNetworkReply* Updater::get(const QUrl& url)
+{
+    QNetworkRequest request{url};
+    request.setSslConfiguration(QSslConfiguration::defaultConfiguration());
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
+    // The header the network layer would send anyway; set here, the decoding is ours and bounded.
+    request.setRawHeader("Accept-Encoding", Corvel::BoundedBody::AcceptEncoding);
+    if (!m_network)
+        m_network = new QNetworkAccessManager(this);
+    QNetworkReply* reply = m_network->get(request);
+    // The installer goes to its file as it arrives; the transfer waits while this much is unread.
+    reply->setReadBufferSize(Corvel::Limits::ReplyReadBuffer);
+    connect(reply, &QNetworkReply::metaDataChanged, this, &Updater::onMetaData);
+    connect(reply, &QNetworkReply::readyRead, this, &Updater::onReadyRead);
+    connect(reply, &QNetworkReply::finished, this, &Updater::onFinished);
+    connect(reply, &QNetworkReply::downloadProgress, this, &Updater::onProgress);
+    return reply;
 }
 
 void Updater::onProgress(qint64 received, qint64 total)
@@ -237,10 +242,23 @@ void Updater::onProgress(qint64 received, qint64 total)
 void Updater::onMetaData()
 {
     m_stallTimer.start();
-    const auto* downloading = std::get_if<Downloading>(&m_state);
-    // Whatever the server then does with the connection, a redirection that goes nowhere is the end.
-    if (downloading && downloading->reply && isRedirection(downloading->reply) && !isFollowed(downloading->reply))
+    auto* downloading = std::get_if<Downloading>(&m_state);
+    QNetworkReply* reply = downloading ? downloading->reply.data() : nullptr;
+    if (!reply || !isRedirection(reply))
+        return;
+    // Followed at its head, whatever the server then does with the body and the connection; never
+    // from TLS down to plain HTTP. A redirection that goes nowhere is the end.
+    const QUrl target = reply->url().resolved(QUrl::fromEncoded(reply->rawHeader("Location")));
+    const bool lessSafe = reply->url().scheme() == QLatin1String("https") && target.scheme() != QLatin1String("https");
+    if (!isFollowed(reply) || lessSafe || downloading->redirections >= MaxRedirections) {
         abortWith(Fault::Redirection);
+        return;
+    }
+    ++downloading->redirections;
+    reply->disconnect(this);
+    reply->abort();
+    reply->deleteLater();
+    downloading->reply = get(target);
 }
 
 void Updater::onStalled()

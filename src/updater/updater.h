@@ -70,6 +70,7 @@ private:
         QString path;
         std::shared_ptr<Corvel::BoundedBody> decoder;
         Fault fault = Fault::None;
+        int redirections = 0;
     };
     struct Downloaded {
         QString path;
@@ -77,6 +78,7 @@ private:
     using State = std::variant<Idle, Downloading, Downloaded>;
 
     void onProgress(qint64 received, qint64 total);
+    QNetworkReply* get(const QUrl& url);
     void onMetaData();
     void onReadyRead();
     void onFinished();
