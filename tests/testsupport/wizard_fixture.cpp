@@ -59,20 +59,16 @@ DiskInfo disk(const std::string& name, bool system, DiskStyle::type style, std::
 WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     : session(token)
     , settings(std::move(config))
-    , connection(
-          [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
+    , connection([this]() -> CorvelService::ServiceConnection::Client { return service; })
 {
-    // No client yet: the first call makes it, with serviceFactory if a test has set one by then.
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
                      {102, "Harbourside", "Harbourside Clinic"},
                      {103, "quarry", "ABbey Quarry & Sons"},
                      {104, "tabby", "Tabby Cats"}};
     cloud.dataSources[101] = {{11, "FS-01 file server", "https://ds11", "S-11", "server"},
                               {12, "Lab machines", "https://ds12", "S-12", "workstation"}};
-    cloud.dataSources[102] = {{21, "Clinic server", "https://ds21", "S-21", "server"}};
     cloud.devices[11] = {{1001, "FS-01"}, {1002, "SQL-02"}};
     cloud.devices[12] = {{0, "UNREGISTERED"}};
-    cloud.devices[21] = {{2101, "CLINIC-DC"}};
     cloud.passphrases[1001] = "amber-falcon-42";
     service->restorePoints["device-token-1001-11"] = {"2026_03_02_09_05_00", "2026_03_02_17_30_00",
                                                       "not-a-restore-point", "2026_02_27_22_00_00"};
@@ -80,9 +76,7 @@ WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     service->metadata["2026_03_02_17_30_00"] = {disk("disk-0", true, DiskStyle::GPT, {500 * 1048576ll, 120 * gib}),
                                                 disk("disk-1", false, DiskStyle::MBR, {2 * gib})};
     service->networks.resize(2);
-    service->networks[0].id = "n1";
     service->networks[0].name = "Default Switch";
-    service->networks[1].id = "n2";
     service->networks[1].name = "LAN";
 }
 
@@ -169,12 +163,11 @@ bool WizardFixture::pressButton(Corvel::RecoveryWizard& wizard, const QString& t
 
 bool WizardFixture::step(Corvel::RecoveryWizard& wizard, const QStringList& tiles)
 {
-    using namespace Corvel;
-    RecoveryWizardPage* page = wizard.currentPage();
+    Corvel::RecoveryWizardPage* page = wizard.currentPage();
     switch (wizard.history().last()) {
-    case RecoveryType:
-    case VirtualDiskType:
-    case VirtualizationType:
+    case Corvel::RecoveryType:
+    case Corvel::VirtualDiskType:
+    case Corvel::VirtualizationType:
         for (const QString& caption : tiles)
             if (auto* tile = findOnPage<CorvelWidgets::CvWizardButton>(page, caption)) {
                 const int before = wizard.history().size();
@@ -184,7 +177,7 @@ bool WizardFixture::step(Corvel::RecoveryWizard& wizard, const QStringList& tile
             }
         failure = "no tile of " + tiles.join(", ") + " leads on from " + page->title();
         return false;
-    case RecoveryDataSource:
+    case Corvel::RecoveryDataSource:
         if (session.userData().role == TmxAuth::UserRole::Partner) {
             auto* list = findOnPage<QListView>(page, "RESULTS:");
             if (!list || !QTest::qWaitFor([&] { return list->model()->rowCount() > 0; })) {
@@ -194,7 +187,7 @@ bool WizardFixture::step(Corvel::RecoveryWizard& wizard, const QStringList& tile
             list->setCurrentIndex(list->model()->index(0, 0));
         }
         break;
-    case RecoveryPoint: {
+    case Corvel::RecoveryPoint: {
         auto* times = findOnPage<QListWidget>(page, "SNAPSHOT TIME:");
         if (!times || !QTest::qWaitFor([&] { return times->count() > 0; })) {
             failure = "no restore point times listed";
@@ -207,13 +200,13 @@ bool WizardFixture::step(Corvel::RecoveryWizard& wizard, const QStringList& tile
             times->setCurrentItem(last);
         break;
     }
-    case VmSettings:
+    case Corvel::VmSettings:
         if (auto* name = findOnPage<QLineEdit>(page, "NAME:")) {
             name->setFocus();
             QTest::keyClicks(name, vmName);
         }
         break;
-    case VirtualDiskOptions: {
+    case Corvel::VirtualDiskOptions: {
         // A generation 2 machine comes with VHDX checked; for generation 1 the operator picks.
         const auto formats = page->findChildren<QRadioButton*>();
         if (std::none_of(formats.begin(), formats.end(), [](QRadioButton* button) { return button->isChecked(); }))

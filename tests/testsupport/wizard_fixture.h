@@ -32,6 +32,9 @@ template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QStr
 
 // A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
+// Each wizard step does what an operator does on the current page to move on (the tile of `tiles`
+// it shows, the first client, the last time listed, the name vmName, VHDX) and waits for the next
+// page; false (with the reason in `failure`) when that did not happen.
 struct WizardFixture {
     explicit WizardFixture(const QString& token, QJsonObject config = {});
 
@@ -45,14 +48,9 @@ struct WizardFixture {
     // A shown wizard.
     std::unique_ptr<Corvel::RecoveryWizard> makeWizard(bool hyperVRunning = true);
 
-    // Does what an operator does on the current page to move on (the tile of `tiles` it shows, the
-    // first client, the last time listed, the name vmName, VHDX) and waits for the next page; false
-    // (with the reason in `failure`) when that did not happen.
     bool step(Corvel::RecoveryWizard& wizard, const QStringList& tiles);
-    // Steps until page `until` is current.
     bool walk(Corvel::RecoveryWizard& wizard, const QStringList& tiles, Corvel::WizardPage until);
     bool pressButton(Corvel::RecoveryWizard& wizard, const QString& text);
-    // The last page's start button: the wizard closes accepted.
     bool finish(Corvel::RecoveryWizard& wizard);
     QString failure;
     QString vmName = "FS-01 test";
@@ -61,8 +59,6 @@ struct WizardFixture {
     TmxAuth::AuthSession session;
     Corvel::Settings settings;
     std::shared_ptr<CorvelTest::FakeService> service = std::make_shared<CorvelTest::FakeService>();
-    // Where the wizard's workers get their clients: the fake service unless set.
-    CorvelService::ServiceConnection::Factory serviceFactory;
     CorvelService::ServiceConnection connection;
     CorvelTest::FakeCloud cloud;
     // checkLocalCache's answers: (path, passphrase) of each check; every check gives cacheResult

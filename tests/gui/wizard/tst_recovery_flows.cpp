@@ -137,9 +137,6 @@ private slots:
         QTest::newRow("createJob refused, back to the wizard")
             << files << "createJob=exception+back"
             << "Internal Error: Failed to create job" << QStringList{"Application exception: "} << 0;
-        QTest::newRow("createJob connection dropped")
-            << files << "createJob=drop"
-            << "Unknown error: Failed to create job" << QStringList{"Unknown exception: "} << 0;
         // A created job that did not start stays with the service and shows in the table.
         QTest::newRow("startJob refused")
             << files << "startJob=exception"
