@@ -167,10 +167,10 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(list->jobs().size()) == jobs, 8000);
         QCOMPARE(log.contains(QtInfoMsg, "Recovery job started successfully."), fault.isEmpty());
         if (!fault.isEmpty()) {
-            QCOMPARE(shownBoxes(), QStringList(back ? 2 : 1, shown));
+            const QStringList boxes = QVector<QString>(back ? 2 : 1, shown).toList();
+            QCOMPARE(shownBoxes(), boxes);
             QCOMPARE(MessageBox::shown().first().buttonTexts.value(QMessageBox::Retry),
                      fault.startsWith("create") ? "Back to Wizard" : "");
-            QCOMPARE(console->service->log().count(fault.section('=', 0, 0) + ": injected"), back ? 2 : 1);
             QCOMPARE(resumed.clientName + " / " + resumed.deviceName + " / " + resumed.mountPoint,
                      back ? "northwind (Northwind Ltd) / FS-01 / D" : " /  / ");
             const QtMsgType level = fault.startsWith("start") ? QtWarningMsg : QtCriticalMsg;

@@ -1,5 +1,6 @@
 #include "testsupport/wizard_fixture.h"
 
+#include "localcache/local_cache_check.h"
 #include "testsupport/find_child.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/test_tokens.h"
@@ -230,7 +231,8 @@ private slots:
         QCOMPARE(wizard->values().disksNames, QStringList{"disk-1"});
         QCOMPARE(wizard->values().systemDiskStyle, CorvelService::DiskStyle::RAW);
         QVERIFY(fixture.pressButton(*wizard, "Back"));
-        boxes()[1]->setChecked(false);
+        for (QCheckBox* box : boxes())
+            box->setChecked(false);
         QVERIFY(!findOnPage<QPushButton>(page, "Next")->isEnabled());
     }
 

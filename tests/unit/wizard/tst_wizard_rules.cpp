@@ -177,15 +177,18 @@ private slots:
     void jobMapping()
     {
         const JobConfiguration job = JobAssembly::configuration(filled(JobType::Virtualization, true));
-        QCOMPARE(QString::fromStdString(apache::thrift::to_string(job)),
-                 "JobConfiguration(client_name=northwind (Northwind Ltd), device_name=FS-01, device_id=1001, "
-                 "recovery_point=2026_03_02_09_05_00, device_host=https://cloud/restore/1001, device_token=SECRET-"
-                 "device-token, local_cache_path=D:\\cache, local_cache_login=SECRET-login, local_cache_password="
-                 "SECRET-password, local_cache_read_only=1, mount_point=E, virtual_disk_type=4, "
-                 "use_dynamic_virtual_disk=0, disks_names=[disk-b, disk-a], vm_settings=VMSettings(generation=2, "
-                 "name=FS-01 recovered, ram_bytes=4294967296, cpu_cores=2, boot_on_start=0, network_adapters=["
-                 "Default Switch, LAN], storage_location=C:\\VMs, virtualization_type=1, reserve=10, limit=90, "
-                 "relative_weight=200))");
+        const QString sent = QString::fromStdString(apache::thrift::to_string(job));
+        QVERIFY2(
+            sent ==
+                "JobConfiguration(client_name=northwind (Northwind Ltd), device_name=FS-01, device_id=1001, "
+                "recovery_point=2026_03_02_09_05_00, device_host=https://cloud/restore/1001, device_token=SECRET-"
+                "device-token, local_cache_path=D:\\cache, local_cache_login=SECRET-login, local_cache_password="
+                "SECRET-password, local_cache_read_only=1, mount_point=E, virtual_disk_type=VhdxGenTwo, "
+                "use_dynamic_virtual_disk=0, disks_names=[disk-b, disk-a], vm_settings=VMSettings(generation=2, "
+                "name=FS-01 recovered, ram_bytes=4294967296, cpu_cores=2, boot_on_start=0, network_adapters=["
+                "Default Switch, LAN], storage_location=C:\\VMs, virtualization_type=Production, reserve=10, limit=90, "
+                "relative_weight=200))",
+            qPrintable(sent));
     }
 
     void valueLogs()
