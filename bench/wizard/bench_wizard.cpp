@@ -162,7 +162,7 @@ void manyClients()
             list->repaint();
             keys.push_back(timer.nsecsElapsed() / 1e6);
         }
-        chooseRow(list, 0);
+        list->setCurrentIndex(list->model()->index(0, 0));
         auto* combo = findOnPage<QComboBox>(&page, "PROTECTED SYSTEM:");
         (void)QTest::qWaitFor([&] { return values.dataSourceId != 0; }, 5000);
         timer.restart();
@@ -203,14 +203,8 @@ bool flow(const QString& kind, const QString& certs, CorvelTest::CloudSim& cloud
         auto* wizard = qobject_cast<RecoveryWizard*>(modal);
         if (!wizard)
             return;
-        walked =
-            steps.chooseTile(*wizard, kind) &&
-            (kind != "Virtual Disk Export" || steps.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)")) &&
-            (kind != "Virtualize (Hyper-V)" || steps.chooseTile(*wizard, "Make it a Test")) &&
-            steps.passDataSource(*wizard) && steps.passRecoveryPoint(*wizard) &&
-            (kind == "Recover Files" || steps.passDisks(*wizard)) && steps.passLocalCache(*wizard) &&
-            (kind != "Virtualize (Hyper-V)" || (steps.passVmSettings(*wizard) && steps.passDiskOptions(*wizard))) &&
-            steps.finish(*wizard);
+        walked = steps.walk(*wizard, {kind, "VHDX - Hyper-V (Generation 2)", "Make it a Test"}, FileRecoverSettings) &&
+                 steps.finish(*wizard);
         if (!walked) {
             std::fprintf(stderr, "%s: %s\n", qPrintable(kind), qPrintable(steps.failure));
             wizard->reject();

@@ -1,15 +1,11 @@
 #include "testsupport/wizard_fixture.h"
 
 #include "auth/sign_in_flows.h"
-#include "core/style_sheet.h"
 #include "widgets/cv_wizard_button.h"
 #include "widgets/message_box.h"
 #include "wizard/recovery_wizard_page.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QFile>
-#include <QFontDatabase>
 #include <QLineEdit>
 #include <QListView>
 #include <QListWidget>
@@ -63,32 +59,24 @@ DiskInfo disk(const std::string& name, bool system, DiskStyle::type style, std::
 WizardFixture::WizardFixture(const QString& token, QJsonObject config)
     : session(token)
     , settings(std::move(config))
-    , connection(
-          [this]() -> CorvelService::ServiceConnection::Client { return serviceFactory ? serviceFactory() : service; })
+    , connection([this]() -> CorvelService::ServiceConnection::Client { return service; })
 {
-    // No client yet: the first call makes it, with serviceFactory if a test has set one by then.
     cloud.clients = {{101, "northwind", "Northwind Ltd"},
                      {102, "Harbourside", "Harbourside Clinic"},
                      {103, "quarry", "ABbey Quarry & Sons"},
                      {104, "tabby", "Tabby Cats"}};
     cloud.dataSources[101] = {{11, "FS-01 file server", "https://ds11", "S-11", "server"},
                               {12, "Lab machines", "https://ds12", "S-12", "workstation"}};
-    cloud.dataSources[102] = {{21, "Clinic server", "https://ds21", "S-21", "server"}};
     cloud.devices[11] = {{1001, "FS-01"}, {1002, "SQL-02"}};
     cloud.devices[12] = {{0, "UNREGISTERED"}};
-    cloud.devices[21] = {{2101, "CLINIC-DC"}};
     cloud.passphrases[1001] = "amber-falcon-42";
     service->restorePoints["device-token-1001-11"] = {"2026_03_02_09_05_00", "2026_03_02_17_30_00",
                                                       "not-a-restore-point", "2026_02_27_22_00_00"};
-    service->restorePoints["device-token-1002-11"] = {"2026_01_10_08_00_00"};
     const int64_t gib = 1073741824;
     service->metadata["2026_03_02_17_30_00"] = {disk("disk-0", true, DiskStyle::GPT, {500 * 1048576ll, 120 * gib}),
                                                 disk("disk-1", false, DiskStyle::MBR, {2 * gib})};
-    service->metadata["2026_03_02_09_05_00"] = {disk("disk-0", true, DiskStyle::MBR, {60 * gib})};
     service->networks.resize(2);
-    service->networks[0].id = "n1";
     service->networks[0].name = "Default Switch";
-    service->networks[1].id = "n2";
     service->networks[1].name = "LAN";
 }
 
@@ -132,7 +120,9 @@ Corvel::PageContext WizardFixture::pageContext()
 std::unique_ptr<Corvel::RecoveryWizard> WizardFixture::makeWizard(bool hyperVRunning)
 {
     serviceControl = hyperV(hyperVRunning);
-    return std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, context());
+    auto wizard = std::make_unique<Corvel::RecoveryWizard>(nullptr, iconFont, context());
+    wizard->show();
+    return wizard;
 }
 
 QStringList shownBoxes()
@@ -151,33 +141,11 @@ void clickOn(QWidget* widget)
                       indicator ? QPoint(8, widget->height() / 2) : widget->rect().center());
 }
 
-QStringList itemTexts(const QAbstractItemModel* model)
-{
-    QStringList texts;
-    for (int row = 0; model && row < model->rowCount(); ++row)
-        texts << model->index(row, 0).data().toString();
-    return texts;
-}
-
-void chooseRow(QAbstractItemView* view, int row)
-{
-    view->setCurrentIndex(view->model()->index(row, 0));
-}
-
-namespace {
-
-bool waitFor(const std::function<bool()>& condition, int timeoutMs = 10000)
-{
-    return QTest::qWaitFor(condition, timeoutMs);
-}
-
-} // namespace
-
 bool WizardFixture::pressButton(Corvel::RecoveryWizard& wizard, const QString& text)
 {
     Corvel::RecoveryWizardPage* page = wizard.currentPage();
     QPushButton* button = nullptr;
-    if (!waitFor([&] {
+    if (!QTest::qWaitFor([&] {
             button = findOnPage<QPushButton>(page, text);
             return button && button->isEnabled() && button->isVisible();
         })) {
@@ -186,99 +154,88 @@ bool WizardFixture::pressButton(Corvel::RecoveryWizard& wizard, const QString& t
     }
     const int before = wizard.history().size();
     clickOn(button);
-    if (!waitFor([&] { return wizard.history().size() != before || !wizard.isVisible(); }, 2000)) {
+    if (!QTest::qWaitFor([&] { return wizard.history().size() != before || !wizard.isVisible(); }, 2000)) {
         failure = "\"" + text + "\" on " + page->title() + " went nowhere";
         return false;
     }
     return true;
 }
 
-bool WizardFixture::chooseTile(Corvel::RecoveryWizard& wizard, const QString& caption)
+bool WizardFixture::step(Corvel::RecoveryWizard& wizard, const QStringList& tiles)
 {
-    auto* tile = findOnPage<CorvelWidgets::CvWizardButton>(wizard.currentPage(), caption);
-    if (!tile) {
-        failure = "no tile " + caption;
+    Corvel::RecoveryWizardPage* page = wizard.currentPage();
+    switch (wizard.history().last()) {
+    case Corvel::RecoveryType:
+    case Corvel::VirtualDiskType:
+    case Corvel::VirtualizationType:
+        for (const QString& caption : tiles)
+            if (auto* tile = findOnPage<CorvelWidgets::CvWizardButton>(page, caption)) {
+                const int before = wizard.history().size();
+                clickOn(tile);
+                if (wizard.history().size() == before + 1)
+                    return true;
+            }
+        failure = "no tile of " + tiles.join(", ") + " leads on from " + page->title();
         return false;
-    }
-    const int before = wizard.history().size();
-    clickOn(tile);
-    return wizard.history().size() == before + 1;
-}
-
-bool WizardFixture::passDataSource(Corvel::RecoveryWizard& wizard)
-{
-    if (session.userData().role == TmxAuth::UserRole::Partner) {
-        auto* list = findOnPage<QListView>(wizard.currentPage(), "RESULTS:");
-        if (!list || !waitFor([&] { return list->model()->rowCount() > 0; })) {
-            failure = "no clients listed";
+    case Corvel::RecoveryDataSource:
+        if (session.userData().role == TmxAuth::UserRole::Partner) {
+            auto* list = findOnPage<QListView>(page, "RESULTS:");
+            if (!list || !QTest::qWaitFor([&] { return list->model()->rowCount() > 0; })) {
+                failure = "no clients listed";
+                return false;
+            }
+            list->setCurrentIndex(list->model()->index(0, 0));
+        }
+        break;
+    case Corvel::RecoveryPoint: {
+        auto* times = findOnPage<QListWidget>(page, "SNAPSHOT TIME:");
+        if (!times || !QTest::qWaitFor([&] { return times->count() > 0; })) {
+            failure = "no restore point times listed";
             return false;
         }
-        chooseRow(list, 0);
+        QListWidgetItem* last = times->item(times->count() - 1);
+        times->scrollToItem(last);
+        QTest::mouseClick(times->viewport(), Qt::LeftButton, {}, times->visualItemRect(last).center());
+        if (times->currentItem() != last)
+            times->setCurrentItem(last);
+        break;
+    }
+    case Corvel::VmSettings:
+        if (auto* name = findOnPage<QLineEdit>(page, "NAME:")) {
+            name->setFocus();
+            QTest::keyClicks(name, vmName);
+        }
+        break;
+    case Corvel::VirtualDiskOptions: {
+        // A generation 2 machine comes with VHDX checked; for generation 1 the operator picks.
+        const auto formats = page->findChildren<QRadioButton*>();
+        if (std::none_of(formats.begin(), formats.end(), [](QRadioButton* button) { return button->isChecked(); }))
+            clickOn(findOnPage<QRadioButton>(page, "VHDX"));
+        break;
+    }
+    default:
+        break;
     }
     return pressButton(wizard, "Next");
 }
 
-bool WizardFixture::passRecoveryPoint(Corvel::RecoveryWizard& wizard)
+bool WizardFixture::walk(Corvel::RecoveryWizard& wizard, const QStringList& tiles, Corvel::WizardPage until)
 {
-    auto* times = findOnPage<QListWidget>(wizard.currentPage(), "SNAPSHOT TIME:");
-    if (!times || !waitFor([&] { return times->count() > 0; })) {
-        failure = "no restore point times listed";
-        return false;
-    }
-    QListWidgetItem* last = times->item(times->count() - 1);
-    times->scrollToItem(last);
-    QTest::mouseClick(times->viewport(), Qt::LeftButton, {}, times->visualItemRect(last).center());
-    if (times->currentItem() != last)
-        times->setCurrentItem(last);
-    return pressButton(wizard, "Next");
-}
-
-bool WizardFixture::passDisks(Corvel::RecoveryWizard& wizard)
-{
-    return pressButton(wizard, "Next");
-}
-
-bool WizardFixture::passLocalCache(Corvel::RecoveryWizard& wizard)
-{
-    return pressButton(wizard, "Next");
-}
-
-bool WizardFixture::passVmSettings(Corvel::RecoveryWizard& wizard, const QString& name)
-{
-    auto* nameEdit = findOnPage<QLineEdit>(wizard.currentPage(), "NAME:");
-    if (!nameEdit) {
-        failure = "no VM name field";
-        return false;
-    }
-    nameEdit->setFocus();
-    QTest::keyClicks(nameEdit, name);
-    return pressButton(wizard, "Next");
-}
-
-bool WizardFixture::passDiskOptions(Corvel::RecoveryWizard& wizard)
-{
-    // A generation 2 machine comes with VHDX checked; for generation 1 the operator picks.
-    const auto formats = wizard.currentPage()->findChildren<QRadioButton*>();
-    if (std::none_of(formats.begin(), formats.end(), [](QRadioButton* button) { return button->isChecked(); })) {
-        for (QRadioButton* format : formats)
-            if (format->isEnabled() && format->text() == "VHDX")
-                clickOn(format);
-    }
-    return pressButton(wizard, "Next");
+    while (wizard.history().value(wizard.history().size() - 1, -1) != until)
+        if (wizard.history().isEmpty() || !step(wizard, tiles))
+            return false;
+    return true;
 }
 
 bool WizardFixture::finish(Corvel::RecoveryWizard& wizard)
 {
-    QPushButton* start = nullptr;
-    for (QPushButton* button : wizard.currentPage()->findChildren<QPushButton*>())
-        if (button->objectName() == "button_primary")
-            start = button;
+    auto* start = wizard.currentPage()->findChild<QPushButton*>("button_primary");
     if (!start || !start->isEnabled()) {
         failure = "no start button on " + wizard.currentPage()->title();
         return false;
     }
     clickOn(start);
-    if (!waitFor([&] { return !wizard.isVisible(); }, 2000)) {
+    if (!QTest::qWaitFor([&] { return !wizard.isVisible(); }, 2000)) {
         failure = "the wizard stayed open";
         return false;
     }

@@ -15,8 +15,6 @@
 
 #include <memory>
 
-class QAbstractItemModel;
-class QAbstractItemView;
 class QWidget;
 namespace Corvel {
 class RecoveryWizardPage;
@@ -29,15 +27,14 @@ QStringList shownBoxes();
 
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
-// The texts of a list or combo box, top to bottom.
-QStringList itemTexts(const QAbstractItemModel* model);
-// Makes row `row` of a list view current, as a click would.
-void chooseRow(QAbstractItemView* view, int row);
 // The child of the current page with this object name and text (any text when empty).
 template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
 
 // A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
+// Each wizard step does what an operator does on the current page to move on (the tile of `tiles`
+// it shows, the first client, the last time listed, the name vmName, VHDX) and waits for the next
+// page; false (with the reason in `failure`) when that did not happen.
 struct WizardFixture {
     explicit WizardFixture(const QString& token, QJsonObject config = {});
 
@@ -48,28 +45,20 @@ struct WizardFixture {
     Corvel::RecoveryWizardContext context(VuskAPI::CloudApi* cloudApi = nullptr);
     // What the pages' models get, for models tested without their pages.
     Corvel::PageContext pageContext();
+    // A shown wizard.
     std::unique_ptr<Corvel::RecoveryWizard> makeWizard(bool hyperVRunning = true);
 
-    // Each step does what an operator does on the current page to move on, and waits for the
-    // next page; false (with the reason in `failure`) when that did not happen.
-    bool chooseTile(Corvel::RecoveryWizard& wizard, const QString& caption);
-    bool passDataSource(Corvel::RecoveryWizard& wizard);
-    bool passRecoveryPoint(Corvel::RecoveryWizard& wizard);
-    bool passDisks(Corvel::RecoveryWizard& wizard);
-    bool passLocalCache(Corvel::RecoveryWizard& wizard);
-    bool passVmSettings(Corvel::RecoveryWizard& wizard, const QString& name = "FS-01 test");
-    bool passDiskOptions(Corvel::RecoveryWizard& wizard);
+    bool step(Corvel::RecoveryWizard& wizard, const QStringList& tiles);
+    bool walk(Corvel::RecoveryWizard& wizard, const QStringList& tiles, Corvel::WizardPage until);
     bool pressButton(Corvel::RecoveryWizard& wizard, const QString& text);
-    // The last page's start button: the wizard closes accepted.
     bool finish(Corvel::RecoveryWizard& wizard);
     QString failure;
+    QString vmName = "FS-01 test";
 
     CorvelWidgets::IconFont iconFont{"velmora-iconfont", {}};
     TmxAuth::AuthSession session;
     Corvel::Settings settings;
     std::shared_ptr<CorvelTest::FakeService> service = std::make_shared<CorvelTest::FakeService>();
-    // Where the wizard's workers get their clients: the fake service unless set.
-    CorvelService::ServiceConnection::Factory serviceFactory;
     CorvelService::ServiceConnection connection;
     CorvelTest::FakeCloud cloud;
     // checkLocalCache's answers: (path, passphrase) of each check; every check gives cacheResult

@@ -35,37 +35,17 @@ bool walk(WizardFixture& fixture, const QString& kind, const QString& prefix)
     (void)QTest::qWaitForWindowExposed(wizard.get());
     if (kind == "Virtualize (Hyper-V)")
         shoot(*wizard, prefix + "recovery-type");
-    const auto step = [&](bool ok, const QString& name) {
-        if (!ok)
-            std::fprintf(stderr, "%s: %s\n", qPrintable(name), qPrintable(fixture.failure));
-        else
-            shoot(*wizard, prefix + name);
-        return ok;
-    };
-    if (!step(fixture.chooseTile(*wizard, kind), kind == "Bare Metal Restore" ? "bare-metal" : "after-type"))
-        return false;
-    if (kind == "Bare Metal Restore")
-        return true;
-    if (kind == "Virtual Disk Export" &&
-        !step(fixture.chooseTile(*wizard, "VHDX - Hyper-V (Generation 2)"), "data-source"))
-        return false;
-    if (kind == "Virtualize (Hyper-V)" && !step(fixture.chooseTile(*wizard, "Make it a Test"), "data-source"))
-        return false;
-    if (!step(fixture.passDataSource(*wizard), "recovery-point"))
-        return false;
-    if (!step(fixture.passRecoveryPoint(*wizard), "next-after-point"))
-        return false;
-    if (kind != "Recover Files" && !step(fixture.passDisks(*wizard), "local-cache"))
-        return false;
-    if (!step(fixture.passLocalCache(*wizard), "after-cache"))
-        return false;
-    if (kind == "Virtualize (Hyper-V)") {
-        if (!step(fixture.passVmSettings(*wizard), "disk-options"))
+    // One picture of every page the operator reaches, named by its title.
+    const QStringList tiles{kind, "VHDX - Hyper-V (Generation 2)", "Make it a Test"};
+    for (;;) {
+        if (!fixture.step(*wizard, tiles)) {
+            std::fprintf(stderr, "%s: %s\n", qPrintable(kind), qPrintable(fixture.failure));
             return false;
-        if (!step(fixture.passDiskOptions(*wizard), "file-recovery-settings"))
-            return false;
+        }
+        shoot(*wizard, prefix + wizard->currentPage()->title().toLower().replace(' ', '-'));
+        if (kind == "Bare Metal Restore" || wizard->history().last() == Corvel::FileRecoverSettings)
+            return true;
     }
-    return true;
 }
 
 } // namespace

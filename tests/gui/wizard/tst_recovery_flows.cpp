@@ -37,7 +37,6 @@ private:
         std::unique_ptr<CorvelTest::ServiceSim> service = std::make_unique<CorvelTest::ServiceSim>();
         std::unique_ptr<WizardFixture> steps;
         std::unique_ptr<CorvelService::ServiceConnection> connection;
-        std::unique_ptr<TmxAuth::AuthSession> session;
         std::unique_ptr<MainWindow> window;
     };
 
@@ -52,65 +51,43 @@ private:
             [dir, port] { return CorvelService::createServiceClient(dir, "localhost", port); });
         if (!console->connection->connectNow())
             return nullptr;
-        const QString token = m_cloud.signIn("partner");
-        console->session = std::make_unique<TmxAuth::AuthSession>(token);
-        console->steps = std::make_unique<WizardFixture>(token);
+        console->steps = std::make_unique<WizardFixture>(m_cloud.signIn("partner"));
+        console->steps->vmName = "FS-01 production";
         const Settings settings(QJsonObject{{"vusk_url", m_cloud.vuskUrl()}, {"auth_url", m_cloud.authUrl()}});
         console->window =
-            std::make_unique<MainWindow>(*console->session, console->steps->iconFont, *console->connection, settings,
-                                         QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
+            std::make_unique<MainWindow>(console->steps->session, console->steps->iconFont, *console->connection,
+                                         settings, QStringLiteral("http://127.0.0.1:9/Corvel/autoupdate.xml"));
         console->window->setUpdateOfferBlocked(true);
         console->window->setServiceControl(WizardFixture::hyperV(true));
         console->window->showNormal();
         return console;
     }
 
-    // Walks the wizard of `kind` to its end; the failure of the step that did not work, if any.
-    static QString walk(WizardFixture& steps, RecoveryWizard& wizard, const QString& kind)
-    {
-        const auto step = [&](bool ok) {
-            if (!ok && steps.failure.isEmpty())
-                steps.failure = "step failed on " + wizard.currentPage()->title();
-            return ok;
-        };
-        if (!step(steps.chooseTile(wizard, kind)))
-            return steps.failure;
-        if (kind == "Virtual Disk Export" && !step(steps.chooseTile(wizard, "VHDX - Hyper-V (Generation 2)")))
-            return steps.failure;
-        if (kind == "Virtualize (Hyper-V)" && !step(steps.chooseTile(wizard, "Put it in Production")))
-            return steps.failure;
-        if (!step(steps.passDataSource(wizard)) || !step(steps.passRecoveryPoint(wizard)))
-            return steps.failure;
-        if (kind != "Recover Files" && !step(steps.passDisks(wizard)))
-            return steps.failure;
-        if (!step(steps.passLocalCache(wizard)))
-            return steps.failure;
-        if (kind == "Virtualize (Hyper-V)" &&
-            (!step(steps.passVmSettings(wizard, "FS-01 production")) || !step(steps.passDiskOptions(wizard))))
-            return steps.failure;
-        if (!step(steps.finish(wizard)))
-            return steps.failure;
-        return QString();
-    }
-
-    // Presses "Start New Recovery", walks the wizard and closes the job-started window.
-    QString startRecovery(Console& console, const QString& kind, QString* startedHeading = nullptr)
+    // Presses "Start New Recovery", walks the wizard to its end and closes the job-started window;
+    // the failure of the step that did not work, if any. Then `again` gets a wizard opened again.
+    QString startRecovery(Console& console, const QStringList& tiles, QString* startedHeading = nullptr,
+                          const std::function<void(RecoveryWizard&)>& again = {})
     {
         QString walked = "the wizard did not open";
         CorvelTest::whenModal([&](QWidget* modal) {
-            if (auto* wizard = qobject_cast<RecoveryWizard*>(modal)) {
-                walked = walk(*console.steps, *wizard, kind);
-                CorvelTest::whenModal([&](QWidget* next) {
-                    if (auto* started = qobject_cast<CvJobs::JobStartedWindow*>(next)) {
-                        if (startedHeading)
-                            *startedHeading = started->findChild<QLabel*>("header")->text();
-                        started->findChild<QPushButton*>("button_primary")->click();
-                    }
-                });
-                if (!walked.isEmpty()) {
-                    MessageBox::setNextAnswer(QMessageBox::Yes);
-                    wizard->reject();
+            auto* wizard = qobject_cast<RecoveryWizard*>(modal);
+            if (!wizard)
+                return;
+            WizardFixture& steps = *console.steps;
+            walked =
+                steps.walk(*wizard, tiles, FileRecoverSettings) && steps.finish(*wizard) ? QString() : steps.failure;
+            CorvelTest::whenModal([&](QWidget* next) {
+                if (auto* started = qobject_cast<CvJobs::JobStartedWindow*>(next)) {
+                    if (startedHeading)
+                        *startedHeading = started->findChild<QLabel*>("header")->text();
+                    started->findChild<QPushButton*>("button_primary")->click();
+                } else if (auto* reopened = qobject_cast<RecoveryWizard*>(next); reopened && again) {
+                    again(*reopened);
                 }
+            });
+            if (!walked.isEmpty()) {
+                MessageBox::setNextAnswer(QMessageBox::Yes);
+                wizard->reject();
             }
         });
         QTest::mouseClick(CorvelTest::named<QPushButton>(console.window.get(), "Start New Recovery"), Qt::LeftButton);
@@ -131,154 +108,96 @@ private slots:
     void init() { MessageBox::clearShown(); }
     void cleanup() { CorvelTest::forgetModalWaits(); }
 
-    void flows_data()
+    // Each kind of recovery, then the service's refusals: a job it never created offers to go back to
+    // the wizard's last page with every value kept, from where the same job is asked for again.
+    void launches_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("type");
-        QTest::addColumn<QString>("heading");
-        QTest::addColumn<QStringList>("fields");
-        QTest::newRow("file recovery") << "Recover Files"
-                                       << "FileRecovery"
+        QTest::addColumn<QStringList>("tiles");
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("shown");      // the started window's heading or the box
+        QTest::addColumn<QStringList>("logged"); // the created job's fields or the failure's log line
+        QTest::addColumn<int>("jobs");
+        const QStringList files{"Recover Files"};
+        QTest::newRow("file recovery") << files << ""
                                        << "File Recovery Started!"
-                                       << QStringList{"mount_point=\"D\"", "disks_names=[]", "vm.name=\"\""};
-        QTest::newRow("export") << "Virtual Disk Export"
-                                << "VirtualExport"
+                                       << QStringList{"mount_point=\"D\"", "disks_names=[]", "vm.name=\"\""} << 1;
+        QTest::newRow("export") << QStringList{"Virtual Disk Export", "VHDX - Hyper-V (Generation 2)"} << ""
                                 << "Export Recovery Started!"
-                                << QStringList{"virtual_disk_type=VhdxGenTwo", "mount_point=\"D\"", "vm.name=\"\""};
-        QTest::newRow("virtualization") << "Virtualize (Hyper-V)"
-                                        << "Virtualization"
+                                << QStringList{"virtual_disk_type=VhdxGenTwo", "mount_point=\"D\"", "vm.name=\"\""}
+                                << 1;
+        QTest::newRow("virtualization") << QStringList{"Virtualize (Hyper-V)", "Put it in Production"} << ""
                                         << "Recovery Started!"
                                         << QStringList{"vm.name=\"FS-01 production\"",
                                                        "vm.generation=", "vm.ram_bytes=1073741824",
-                                                       "vm.virtualization_type=Production", "virtual_disk_type=Vhd"};
+                                                       "vm.virtualization_type=Production", "virtual_disk_type=Vhd"}
+                                        << 1;
+        QTest::newRow("createJob refused")
+            << files << "createJob=exception"
+            << "Internal Error: Failed to create job" << QStringList{"Application exception: "} << 0;
+        QTest::newRow("createJob refused, back to the wizard")
+            << files << "createJob=exception+back"
+            << "Internal Error: Failed to create job" << QStringList{"Application exception: "} << 0;
+        // A created job that did not start stays with the service and shows in the table.
+        QTest::newRow("startJob refused")
+            << files << "startJob=exception"
+            << "Internal Error: Failed to start job" << QStringList{"Application exception: "} << 1;
     }
 
-    void flows()
+    void launches()
     {
-        QFETCH(QString, kind);
-        QFETCH(QString, type);
-        QFETCH(QString, heading);
-        QFETCH(QStringList, fields);
-        auto console = open();
+        QFETCH(QStringList, tiles);
+        QFETCH(QString, fault);
+        QFETCH(QString, shown);
+        QFETCH(QStringList, logged);
+        QFETCH(int, jobs);
+        const bool back = fault.endsWith("+back");
+        auto console = open(fault.isEmpty() ? QStringList() : QStringList{"--fault", fault.remove("+back")});
         QVERIFY(console);
+        if (back)
+            MessageBox::setNextAnswer(QMessageBox::Retry);
+        RecoveryWizardValues resumed;
         LogCapture log;
         QString started;
-        const QString walked = startRecovery(*console, kind, &started);
+        const QString walked = startRecovery(*console, tiles, &started, [&](RecoveryWizard& wizard) {
+            if (wizard.currentPage()->title() == "Recovery Settings" && console->steps->finish(wizard))
+                resumed = wizard.values();
+        });
         QVERIFY2(walked.isEmpty(), qPrintable(walked));
-        QCOMPARE(started, heading);
+        auto* list = console->window->home()->jobTable()->jobList();
+        QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(list->jobs().size()) == jobs, 8000);
+        QCOMPARE(log.contains(QtInfoMsg, "Recovery job started successfully."), fault.isEmpty());
+        if (!fault.isEmpty()) {
+            const QStringList boxes = QVector<QString>(back ? 2 : 1, shown).toList();
+            QCOMPARE(shownBoxes(), boxes);
+            QCOMPARE(MessageBox::shown().first().buttonTexts.value(QMessageBox::Retry),
+                     fault.startsWith("create") ? "Back to Wizard" : "");
+            QCOMPARE(resumed.clientName + " / " + resumed.deviceName + " / " + resumed.mountPoint,
+                     back ? "northwind (Northwind Ltd) / FS-01 / D" : " /  / ");
+            const QtMsgType level = fault.startsWith("start") ? QtWarningMsg : QtCriticalMsg;
+            const auto entries = log.entries();
+            QVERIFY(std::any_of(entries.begin(), entries.end(), [&](const auto& entry) {
+                return entry.type == level && entry.text.startsWith(logged.first());
+            }));
+            return;
+        }
+        QCOMPARE(started, shown);
         QVERIFY(MessageBox::shown().isEmpty());
-        QVERIFY(log.contains(QtInfoMsg, "Recovery job started successfully."));
-
-        // What the service received, field by field.
+        // What the service received (it refuses a restore point it did not list), field by field.
+        const QString type = QString::fromStdString(to_string(list->jobs().front().job_type));
         const QStringList calls = console->service->log().split('\n').filter("createJob type=" + type);
         QCOMPARE(calls.size(), 1);
-        const QString call = calls.first();
-        QVERIFY2(call.contains("client_name=\"northwind (Northwind Ltd)\" device_name=\"FS-01\" device_id=1001"),
-                 qPrintable(call));
-        QVERIFY2(call.contains("device_token=*** local_cache_path=\"\""), qPrintable(call));
-        for (const QString& field : fields)
-            QVERIFY2(call.contains(field), qPrintable(field + " in " + call));
-        const QString created = call.section(" -> ", -1).trimmed();
-        QVERIFY(console->service->log().contains("startJob " + created));
-
-        // The job shows up in the table.
-        auto* list = console->window->home()->jobTable()->jobList();
-        QTRY_VERIFY_WITH_TIMEOUT(list->jobs().size() == 1, 5000);
-        QCOMPARE(QString::fromStdString(to_string(list->jobs().front().job_type)), type);
+        logged << "client_name=\"northwind (Northwind Ltd)\" device_name=\"FS-01\" device_id=1001"
+               << "device_token=*** local_cache_path=\"\"";
+        for (const QString& field : logged)
+            QVERIFY2(calls.first().contains(field), qPrintable(field + " in " + calls.first()));
+        QVERIFY(console->service->log().contains("startJob " + calls.first().section(" -> ", -1).trimmed()));
         // The new job is marked once the job-started window has closed.
         const auto marked = [list] {
-            for (QWidget* widget : list->findChildren<QWidget*>())
-                if (widget->property("highlighted").toBool())
-                    return true;
-            return false;
+            const auto widgets = list->findChildren<QWidget*>();
+            return std::any_of(widgets.begin(), widgets.end(),
+                               [](QWidget* w) { return w->property("highlighted").toBool(); });
         };
         QTRY_VERIFY(marked());
-    }
-
-    void launchFailures_data()
-    {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("box");
-        QTest::addColumn<QString>("logLine");
-        QTest::addColumn<int>("jobsLeft");
-        QTest::newRow("createJob refused") << "createJob=exception"
-                                           << "Internal Error: Failed to create job"
-                                           << "Application exception: " << 0;
-        QTest::newRow("createJob connection dropped") << "createJob=drop"
-                                                      << "Unknown error: Failed to create job"
-                                                      << "Unknown exception: " << 0;
-        QTest::newRow("startJob refused") << "startJob=exception"
-                                          << "Internal Error: Failed to start job"
-                                          << "Application exception: " << 1;
-    }
-
-    void launchFailures()
-    {
-        QFETCH(QString, fault);
-        QFETCH(QString, box);
-        QFETCH(QString, logLine);
-        QFETCH(int, jobsLeft);
-        auto console = open({"--fault", fault});
-        QVERIFY(console);
-        LogCapture log;
-        const QString walked = startRecovery(*console, "Recover Files");
-        QVERIFY2(walked.isEmpty(), qPrintable(walked));
-        QStringList shown;
-        for (const auto& request : MessageBox::shown())
-            shown << request.title + ": " + request.text;
-        QCOMPARE(shown, QStringList{box});
-        const QtMsgType level = fault.startsWith("start") ? QtWarningMsg : QtCriticalMsg;
-        const auto entries = log.entries();
-        QVERIFY(std::any_of(entries.begin(), entries.end(),
-                            [&](const auto& entry) { return entry.type == level && entry.text.startsWith(logLine); }));
-        QVERIFY(!log.contains(QtInfoMsg, "Recovery job started successfully."));
-        // A created job that did not start stays with the service and shows in the table.
-        auto* table = console->window->home()->jobTable();
-        QTRY_VERIFY_WITH_TIMEOUT(!console->connection->isLost() && int(table->jobList()->jobs().size()) == jobsLeft,
-                                 8000);
-    }
-
-    // A job the service refused to create sends the operator back to the wizard's last page with
-    // every value kept: the same job is asked for again.
-    void backToWizardAfterRefusal()
-    {
-        auto console = open({"--fault", "createJob=exception"});
-        QVERIFY(console);
-        MessageBox::setNextAnswer(QMessageBox::Retry);
-        QString walked = "the wizard did not open";
-        QString resumedOn = "the wizard did not open again";
-        RecoveryWizardValues first, resumed;
-        CorvelTest::whenModal([&](QWidget* modal) {
-            auto* wizard = qobject_cast<RecoveryWizard*>(modal);
-            walked = wizard ? walk(*console->steps, *wizard, "Recover Files") : walked;
-            first = wizard ? wizard->values() : first;
-            CorvelTest::whenModal([&](QWidget* again) {
-                if (auto* wizard = qobject_cast<RecoveryWizard*>(again)) {
-                    resumedOn = wizard->currentPage()->title();
-                    console->steps->finish(*wizard);
-                    resumed = wizard->values();
-                }
-            });
-        });
-        const auto refusals = [&] {
-            return console->service->log().count("createJob: injected application exception");
-        };
-        const int before = refusals();
-        QTest::mouseClick(CorvelTest::named<QPushButton>(console->window.get(), "Start New Recovery"), Qt::LeftButton);
-        QVERIFY2(walked.isEmpty(), qPrintable(walked));
-        QCOMPARE(resumedOn, "Recovery Settings");
-        QCOMPARE(shownBoxes(),
-                 (QStringList{"Internal Error: Failed to create job", "Internal Error: Failed to create job"}));
-        QCOMPARE(MessageBox::shown().first().buttonTexts.value(QMessageBox::Retry), "Back to Wizard");
-        QCOMPARE(refusals() - before, 2);
-        QVERIFY(!first.deviceToken.isEmpty());
-        QCOMPARE(resumed.recoveryType, first.recoveryType);
-        for (const auto& [field, value] : {std::pair(resumed.clientName, first.clientName),
-                                           {resumed.deviceName, first.deviceName},
-                                           {resumed.deviceToken, first.deviceToken},
-                                           {resumed.snapshot, first.snapshot},
-                                           {resumed.mountPoint, first.mountPoint}})
-            QCOMPARE(field, value);
     }
 };
 
