@@ -1,3 +1,4 @@
+#include "testsupport/service_sim.h"
 #include "testsupport/test_paths.h"
 
 #include <QFile>
@@ -6,104 +7,87 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-// Runs the real console executable against prepared working folders.
+// The real console executable on prepared working folders, up to where it gives up.
 class TestStartupProcess : public QObject {
     Q_OBJECT
 
-private:
-    struct Run {
-        int exitCode = -1;
-        QString stdErr;
-        QString log;
-    };
-
-    Run runConsole(const QString& workingDir, const QByteArray& config = QByteArray(), bool writeConfig = false)
+private slots:
+    void startUp_data()
     {
-        if (writeConfig) {
-            QFile file(workingDir + "/config.json");
-            file.open(QIODevice::WriteOnly);
-            file.write(config);
-        }
+        QTest::addColumn<QByteArray>("config"); // "-": no config.json
+        QTest::addColumn<QString>("setup");     // "logs blocked" by a file, or "certs" made
+        QTest::addColumn<QString>("stdErr");
+        QTest::addColumn<QStringList>("lines"); // "LEVEL text" of whole log lines; * stands for any text
+        QTest::addColumn<QString>("absent");
+
+        const QString configFailed = "ERROR Failed to load config. Corvel will be closed.";
+        QTest::newRow("no config") << QByteArray("-") << ""
+                                   << "Corvel error: Failed to open config.json file. Please make sure that file exists"
+                                   << QStringList{"INFO Logging intialized.", configFailed} << "";
+        QTest::newRow("unparsable config")
+            << QByteArray("{\"use_software_opengl\": ") << "" << ""
+            << QStringList{"* Failed to parse JSON from file %dir/config.json. Error: *", configFailed} << "";
+        QTest::newRow("config not json")
+            << QByteArray("use_software_opengl=true") << "" << ""
+            << QStringList{"* Failed to parse JSON from file %dir/config.json. Error: *", configFailed} << "";
+        QTest::newRow("logs blocked") << QByteArray("-") << "logs blocked"
+                                      << "Failed to initialize logging.\n" << QStringList{} << "";
+        // No service manager here: the three services count as running.
+        QTest::newRow("missing keys use defaults")
+            << QByteArray("{}") << ""
+            << "" << QStringList{"WARN Failed to get value at key  \"use_software_opengl\" . Default value  false  returned.",
+                                 "WARN Failed to get value at key  \"disable_services_autostart\" . Default value  false  "
+                                 "returned.",
+                                 "INFO all running"}
+            << "";
+        QTest::newRow("service not running")
+            << QByteArray("{\"disable_services_autostart\": true, \"service_port\": 1}") << "certs"
+            << "" << QStringList{"ERROR Thrift error: *", "ERROR Failed to connect to Corvel service",
+                                 "ERROR Failed to create Corvel Service client. Corvel will be closed.",
+                                 "* [Corvel error] Failed to connect to Corvel service, please make sure that the "
+                                 "service is installed and running"}
+            << "all running";
+    }
+
+    void startUp()
+    {
+        QFETCH(QByteArray, config);
+        QFETCH(QString, setup);
+        QFETCH(QString, stdErr);
+        QFETCH(QStringList, lines);
+        QFETCH(QString, absent);
+        QTemporaryDir dir;
+        QFile file(dir.path() + "/config.json");
+        QVERIFY(config == "-" || (file.open(QIODevice::WriteOnly) && file.write(config) == config.size()));
+        file.close();
+        if (setup == "logs blocked")
+            QVERIFY(QFile(dir.path() + "/logs").open(QIODevice::WriteOnly));
+        if (setup == "certs")
+            QCOMPARE(CorvelTest::ServiceSim::makeCerts(dir.path()), QString());
+
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("CORVEL_WORKING_DIR", workingDir);
+        env.insert("CORVEL_WORKING_DIR", dir.path());
         env.insert("CORVEL_UNATTENDED", "1");
         env.insert("QT_QPA_PLATFORM", "offscreen");
         process.setProcessEnvironment(env);
         process.start(CorvelTest::binDir() + "/corvel", QStringList());
-        if (!process.waitForFinished(60000))
-            process.kill();
-        Run run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-        run.stdErr = QString::fromUtf8(process.readAllStandardError());
-        QFile log(workingDir + "/logs/corvel.log");
-        if (log.open(QIODevice::ReadOnly))
-            run.log = QString::fromUtf8(log.readAll());
-        return run;
-    }
-
-    static QString lineFor(const QString& level, const QString& text)
-    {
-        return "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" + level + "\\tTID=\\d+\\t\\([^)]*\\) " +
-               QRegularExpression::escape(text) + "\\r$";
-    }
-
-    static bool hasLine(const QString& log, const QString& level, const QString& text)
-    {
-        const QRegularExpression re(lineFor(level, text), QRegularExpression::MultilineOption);
-        return re.match(log).hasMatch();
-    }
-
-private slots:
-    void missingConfig()
-    {
-        QTemporaryDir dir;
-        const Run run = runConsole(dir.path());
-        QCOMPARE(run.exitCode, 255);
-        QVERIFY2(hasLine(run.log, "INFO", "Logging intialized."), qPrintable(run.log));
-        QVERIFY2(hasLine(run.log, "ERROR", "Failed to load config. Corvel will be closed."), qPrintable(run.log));
-        QVERIFY(run.stdErr.contains("Corvel error: Failed to open config.json file. Please make sure that file exists"));
-    }
-
-    void brokenConfig_data()
-    {
-        QTest::addColumn<QByteArray>("config");
-        QTest::newRow("unparsable") << QByteArray("{\"use_software_opengl\": ");
-        QTest::newRow("not json") << QByteArray("use_software_opengl=true");
-    }
-
-    void brokenConfig()
-    {
-        QFETCH(QByteArray, config);
-        QTemporaryDir dir;
-        const Run run = runConsole(dir.path(), config, true);
-        QCOMPARE(run.exitCode, 255);
-        QVERIFY(run.log.contains("Failed to parse JSON from file " + dir.path() + "/config.json. Error: "));
-        QVERIFY(hasLine(run.log, "ERROR", "Failed to load config. Corvel will be closed."));
-    }
-
-    void loggingCannotStart()
-    {
-        QTemporaryDir dir;
-        QFile blocker(dir.path() + "/logs");
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        blocker.close();
-        const Run run = runConsole(dir.path());
-        QCOMPARE(run.exitCode, 255);
-        QCOMPARE(run.stdErr, QString("Failed to initialize logging.\n"));
-    }
-
-    void missingKeysUseDefaults()
-    {
-        QTemporaryDir dir;
-        const Run run = runConsole(dir.path(), "{}", true);
-        QVERIFY(hasLine(run.log, "WARN",
-                        "Failed to get value at key  \"use_software_opengl\" . Default value  false  returned."));
-        QVERIFY(hasLine(run.log, "WARN",
-                        "Failed to get value at key  \"disable_services_autostart\" . Default value  false  returned."));
-        // No service manager here: the three services count as running.
-        QVERIFY(hasLine(run.log, "INFO", "all running"));
-        QVERIFY2(!run.log.contains("Undefined var"), qPrintable(run.log));
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitCode(), 255);
+        QVERIFY2(QString::fromUtf8(process.readAllStandardError()).contains(stdErr), qPrintable(stdErr));
+        QFile logFile(dir.path() + "/logs/corvel.log");
+        const QString log = logFile.open(QIODevice::ReadOnly) ? QString::fromUtf8(logFile.readAll()) : QString();
+        for (QString line : lines) {
+            line.replace("%dir", dir.path());
+            const QString level = line.section(' ', 0, 0), text = line.section(' ', 1);
+            const QRegularExpression re("^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" +
+                                            (level == "*" ? "\\w+" : level) + "\\tTID=\\d+\\t\\([^)]*\\) " +
+                                            QRegularExpression::escape(text).replace("\\*", ".*") + "\\r$",
+                                        QRegularExpression::MultilineOption);
+            QVERIFY2(re.match(log).hasMatch(), qPrintable(line + " not in:\n" + log));
+        }
+        QVERIFY(absent.isEmpty() || !log.contains(absent));
+        QVERIFY2(!log.contains("Undefined var"), qPrintable(log));
     }
 };
 
