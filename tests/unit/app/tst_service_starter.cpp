@@ -90,9 +90,9 @@ private slots:
         const QStringList all{"msiscsi", "TolvexRecoveryService", "CorvelService"};
         QTest::newRow("all running") << States{Running} << false << States{Running} << 0 << true << 0 << 0 << all
                                      << "all running";
-        QTest::newRow("stopped one is started") << States{Running} << false
-                                                << States{Stopped, Stopped, Pending, Pending, Running} << 0 << true
-                                                << 2 << 1 << all << "";
+        QTest::newRow("stopped one is started")
+            << States{Running} << false << States{Stopped, Stopped, Pending, Pending, Running} << 0 << true << 2 << 1
+            << all << "";
         QTest::newRow("stuck start-pending") << States{Pending} << false << States{Running} << 0 << false << 180 << 0
                                              << all << "failed to start the service. Waiting time has expired.";
         QTest::newRow("cancelled") << States{Pending} << false << States{Running} << 3 << false << 3 << 0 << all

@@ -84,283 +84,277 @@ class TestServiceClient : public QObject {
     }
 
 private slots:
-    void dnsName_data();
-    void dnsName();
-    void createClient_data();
-    void createClient();
-    void hostileReplies_data();
-    void hostileReplies();
-    void longListReads();
-    void passphraseProtectedKeyFailsAtOnce();
-};
+    void dnsName_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<AccessManager::Decision>("decision"); // when "localhost" is expected
 
-void TestServiceClient::dnsName_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    QTest::addColumn<AccessManager::Decision>("decision"); // when "localhost" is expected
-
-    QTest::newRow("exact") << QByteArray("localhost") << AccessManager::ALLOW;
-    QTest::newRow("lone asterisk") << QByteArray("*") << AccessManager::ALLOW;
-    QTest::newRow("asterisk and tail") << QByteArray("*host") << AccessManager::ALLOW;
-    QTest::newRow("plain tail") << QByteArray("host") << AccessManager::ALLOW;
-    QTest::newRow("prefix before asterisk ignored") << QByteArray("foo.*calhost") << AccessManager::ALLOW;
-    QTest::newRow("wildcard of another domain") << QByteArray("*.example.com") << AccessManager::DENY;
-    QTest::newRow("longer than host") << QByteArray("xlocalhost") << AccessManager::DENY;
-    QTest::newRow("case differs") << QByteArray("LOCALHOST") << AccessManager::DENY;
-    QTest::newRow("second asterisk is literal") << QByteArray("**host") << AccessManager::DENY;
-}
-
-void TestServiceClient::dnsName()
-{
-    QFETCH(QByteArray, name);
-    QFETCH(AccessManager::Decision, decision);
-
-    // The host the library passes is the socket's; the manager decides on its own expected host.
-    QCOMPARE(ClientAccessManager("localhost").verify(std::string("127.0.0.1"), name.constData(), name.size()),
-             decision);
-    QCOMPARE(ClientAccessManager("").verify(std::string("127.0.0.1"), name.constData(), name.size()),
-             AccessManager::ALLOW);
-}
-
-void TestServiceClient::createClient_data()
-{
-    QTest::addColumn<QString>("name");      // of the pair both sides use
-    QTest::addColumn<QString>("server");    // "same pair", "other key" (its own pair named localhost), "none"
-    QTest::addColumn<int>("version");       // the only TLS version the server offers (0: default)
-    QTest::addColumn<bool>("noKey");        // the client's key file is missing
-    QTest::addColumn<QString>("firstLine"); // start of the first log line; empty: the client is made
-    QTest::addColumn<QString>("secondLine");
-    QTest::addColumn<QString>("diagnostic"); // what the library's own warning says; empty: none
-
-    const QString factory = "Failed to create SSL socket factory";
-    const QString thrift = "Thrift error: ";
-    const QString connect = "Failed to connect to Corvel service";
-    const QString same = "same pair";
-    const QString shutdown = "Thrift library: SSL_shutdown: ";
-    QTest::newRow("localhost") << "localhost" << same << 0 << false << "" << "" << "";
-    QTest::newRow("name *.example.com") << "*.example.com" << same << 0 << false << thrift << connect << "";
-    QTest::newRow("untrusted server key") << "localhost"
-                                          << "other key" << 0 << false << thrift << connect << shutdown;
-    QTest::newRow("server TLS 1.1 only") << "localhost" << same << int(TLS1_1_VERSION) << false << thrift << connect
-                                         << shutdown;
-    QTest::newRow("server TLS 1.3 only") << "localhost" << same << int(TLS1_3_VERSION) << false << thrift << connect
-                                         << shutdown;
-    QTest::newRow("nothing listening") << "localhost"
-                                       << "none" << 0 << false << thrift << connect
-                                       << "Thrift library: TSocket::open() connect() <Host: localhost Port: ";
-    QTest::newRow("no key") << "localhost" << same << 0 << true << factory + ": " << factory << "";
-}
-
-void TestServiceClient::createClient()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, server);
-    QFETCH(int, version);
-    QFETCH(bool, noKey);
-    QFETCH(QString, firstLine);
-    QFETCH(QString, secondLine);
-    QFETCH(QString, diagnostic);
-
-    const QString dir = newPair(name);
-    const QString serverDir = server == "other key" ? newPair("localhost") : dir;
-    QVERIFY(!dir.isEmpty() && !serverDir.isEmpty());
-    auto listener = std::make_unique<TlsTestServer>();
-    QVERIFY(listener->start(serverDir, version).isEmpty());
-    const int port = listener->port();
-    if (server == "none")
-        listener.reset();
-    if (noKey)
-        QVERIFY(QFile::remove(dir + "/tolvex.key"));
-
-    CorvelTest::LogCapture log;
-    const auto client = createServiceClient(dir.toStdString(), "localhost", port);
-
-    QCOMPARE(bool(client), firstLine.isEmpty());
-    QStringList lines;
-    QStringList warnings;
-    for (const auto& entry : log.entries())
-        (entry.type == QtCriticalMsg ? lines : warnings) << entry.text;
-    QCOMPARE(lines.size(), firstLine.isEmpty() ? 0 : 2);
-    QCOMPARE(warnings.filter(diagnostic).size(), warnings.size());
-    QCOMPARE(warnings.isEmpty(), diagnostic.isEmpty());
-    if (!firstLine.isEmpty()) {
-        QVERIFY2(lines[0].startsWith(firstLine) && lines[0].size() > firstLine.size(), qPrintable(lines[0]));
-        QCOMPARE(lines[1], secondLine);
+        QTest::newRow("exact") << QByteArray("localhost") << AccessManager::ALLOW;
+        QTest::newRow("lone asterisk") << QByteArray("*") << AccessManager::ALLOW;
+        QTest::newRow("asterisk and tail") << QByteArray("*host") << AccessManager::ALLOW;
+        QTest::newRow("plain tail") << QByteArray("host") << AccessManager::ALLOW;
+        QTest::newRow("prefix before asterisk ignored") << QByteArray("foo.*calhost") << AccessManager::ALLOW;
+        QTest::newRow("wildcard of another domain") << QByteArray("*.example.com") << AccessManager::DENY;
+        QTest::newRow("longer than host") << QByteArray("xlocalhost") << AccessManager::DENY;
+        QTest::newRow("case differs") << QByteArray("LOCALHOST") << AccessManager::DENY;
+        QTest::newRow("second asterisk is literal") << QByteArray("**host") << AccessManager::DENY;
     }
-    if (listener)
-        QTRY_COMPARE_WITH_TIMEOUT(listener->connections(), noKey ? 0 : 1, 5000);
-}
 
-void TestServiceClient::hostileReplies_data()
-{
-    QTest::addColumn<Writer>("reply");     // cut short unless said otherwise
-    QTest::addColumn<int>("messageLimit"); // 0: the console's
-    QTest::addColumn<QString>("failure");
+    void dnsName()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(AccessManager::Decision, decision);
 
-    QTest::newRow("2^31-1 jobs") << jobs(0x7fffffff) << 0 << "SIZE_LIMIT";
-    QTest::newRow("50,000 jobs, one sent")
-        << jobs(50000, [](TProtocol& out) { out.writeString("job-1"); }) << 0 << "END_OF_FILE";
-    QTest::newRow("a 2 GiB job id") << jobs(1, [](TProtocol& out) { out.writeI32(0x7fffffff); }) << 0 << "SIZE_LIMIT";
-    QTest::newRow("a 32 MiB job id, 10 bytes sent") << jobs(1, [](TProtocol& out) {
-        out.writeI32(kHugeString);
-        out.getTransport()->write(reinterpret_cast<const uint8_t*>("0123456789"), 10);
-    }) << 0 << "END_OF_FILE";
-    QTest::newRow("a 32 MiB method name") << Writer([](TProtocol& out, int32_t) {
-        out.writeI32(int32_t(0x80010002));
-        out.writeI32(kHugeString);
-    }) << 0 << "END_OF_FILE";
-    QTest::newRow("a 32 MiB method name without version")
-        << Writer([](TProtocol& out, int32_t) { out.writeI32(kHugeString); }) << 0 << "END_OF_FILE";
-    QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
-        out.writeI32(int32_t(0x80020002));
-        out.writeString("getAllJobsInfo");
-        out.writeI32(seqid);
-    }) << 0 << "BAD_VERSION";
-    QTest::newRow("a skipped field of 32 MiB") << jobs(1, [](TProtocol& out) {
-        out.writeString("job-1");
-        out.writeFieldBegin("unknown", T_STRING, 99);
-        out.writeI32(kHugeString);
-    }) << 0 << "END_OF_FILE";
-    QTest::newRow("a skipped field of 50,000 maps") << jobs(1, [](TProtocol& out) {
-        out.writeString("job-1");
-        out.writeFieldBegin("unknown", T_LIST, 99);
-        out.writeListBegin(T_MAP, 50000);
-    }) << 0 << "END_OF_FILE";
-    QTest::newRow("a skipped field nested 100 deep") << jobs(1, [](TProtocol& out) {
-        out.writeString("job-1");
-        out.writeFieldBegin("unknown", T_LIST, 99);
-        for (int i = 0; i < 100; ++i)
-            out.writeListBegin(T_LIST, 1);
-    }) << 0 << "DEPTH_LIMIT";
-    QTest::newRow("past the message limit, all sent") << jobs(100, [](TProtocol& out) {
-        for (int i = 0; i < 100; ++i) {
-            if (i > 0)
-                out.writeFieldBegin("id", T_STRING, 1);
-            out.writeString(std::string(1024, 'd'));
-            out.writeFieldStop();
+        // The host the library passes is the socket's; the manager decides on its own expected host.
+        QCOMPARE(ClientAccessManager("localhost").verify(std::string("127.0.0.1"), name.constData(), name.size()),
+                 decision);
+        QCOMPARE(ClientAccessManager("").verify(std::string("127.0.0.1"), name.constData(), name.size()),
+                 AccessManager::ALLOW);
+    }
+
+    void createClient_data()
+    {
+        QTest::addColumn<QString>("name");      // of the pair both sides use
+        QTest::addColumn<QString>("server");    // "same pair", "other key" (its own pair named localhost), "none"
+        QTest::addColumn<int>("version");       // the only TLS version the server offers (0: default)
+        QTest::addColumn<bool>("noKey");        // the client's key file is missing
+        QTest::addColumn<QString>("firstLine"); // start of the first log line; empty: the client is made
+        QTest::addColumn<QString>("secondLine");
+        QTest::addColumn<QString>("diagnostic"); // what the library's own warning says; empty: none
+
+        const QString factory = "Failed to create SSL socket factory";
+        const QString thrift = "Thrift error: ";
+        const QString connect = "Failed to connect to Corvel service";
+        const QString same = "same pair";
+        const QString shutdown = "Thrift library: SSL_shutdown: ";
+        QTest::newRow("localhost") << "localhost" << same << 0 << false << ""
+                                   << ""
+                                   << "";
+        QTest::newRow("name *.example.com") << "*.example.com" << same << 0 << false << thrift << connect << "";
+        QTest::newRow("untrusted server key") << "localhost"
+                                              << "other key" << 0 << false << thrift << connect << shutdown;
+        QTest::newRow("server TLS 1.1 only")
+            << "localhost" << same << int(TLS1_1_VERSION) << false << thrift << connect << shutdown;
+        QTest::newRow("server TLS 1.3 only")
+            << "localhost" << same << int(TLS1_3_VERSION) << false << thrift << connect << shutdown;
+        QTest::newRow("nothing listening") << "localhost"
+                                           << "none" << 0 << false << thrift << connect
+                                           << "Thrift library: TSocket::open() connect() <Host: localhost Port: ";
+        QTest::newRow("no key") << "localhost" << same << 0 << true << factory + ": " << factory << "";
+    }
+
+    void createClient()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, server);
+        QFETCH(int, version);
+        QFETCH(bool, noKey);
+        QFETCH(QString, firstLine);
+        QFETCH(QString, secondLine);
+        QFETCH(QString, diagnostic);
+
+        const QString dir = newPair(name);
+        const QString serverDir = server == "other key" ? newPair("localhost") : dir;
+        QVERIFY(!dir.isEmpty() && !serverDir.isEmpty());
+        auto listener = std::make_unique<TlsTestServer>();
+        QVERIFY(listener->start(serverDir, version).isEmpty());
+        const int port = listener->port();
+        if (server == "none")
+            listener.reset();
+        if (noKey)
+            QVERIFY(QFile::remove(dir + "/tolvex.key"));
+
+        CorvelTest::LogCapture log;
+        const auto client = createServiceClient(dir.toStdString(), "localhost", port);
+
+        QCOMPARE(bool(client), firstLine.isEmpty());
+        QStringList lines;
+        QStringList warnings;
+        for (const auto& entry : log.entries())
+            (entry.type == QtCriticalMsg ? lines : warnings) << entry.text;
+        QCOMPARE(lines.size(), firstLine.isEmpty() ? 0 : 2);
+        QCOMPARE(warnings.filter(diagnostic).size(), warnings.size());
+        QCOMPARE(warnings.isEmpty(), diagnostic.isEmpty());
+        if (!firstLine.isEmpty()) {
+            QVERIFY2(lines[0].startsWith(firstLine) && lines[0].size() > firstLine.size(), qPrintable(lines[0]));
+            QCOMPARE(lines[1], secondLine);
         }
-    }) << 64 * 1024 << "SIZE_LIMIT";
-}
+        if (listener)
+            QTRY_COMPARE_WITH_TIMEOUT(listener->connections(), noKey ? 0 : 1, 5000);
+    }
 
-void TestServiceClient::hostileReplies()
-{
-    QFETCH(Writer, reply);
-    QFETCH(int, messageLimit);
-    QFETCH(QString, failure);
+    void hostileReplies_data()
+    {
+        QTest::addColumn<Writer>("reply");     // cut short unless said otherwise
+        QTest::addColumn<int>("messageLimit"); // 0: the console's
+        QTest::addColumn<QString>("failure");
 
-    const QString dir = newPair("localhost");
-    TlsTestServer server;
-    const auto answer = [&](int32_t seqid) { return message(reply, seqid); };
-    QVERIFY(server.start(dir, 0, answer, true).isEmpty());
-    ReplyLimits limits;
-    if (messageLimit)
-        limits.messageBytes = messageLimit;
-    const auto client = createServiceClient(dir.toStdString(), "localhost", server.port(), limits);
-    QVERIFY(client);
+        QTest::newRow("2^31-1 jobs") << jobs(0x7fffffff) << 0 << "SIZE_LIMIT";
+        QTest::newRow("50,000 jobs, one sent")
+            << jobs(50000, [](TProtocol& out) { out.writeString("job-1"); }) << 0 << "END_OF_FILE";
+        QTest::newRow("a 2 GiB job id") << jobs(1, [](TProtocol& out) { out.writeI32(0x7fffffff); }) << 0
+                                        << "SIZE_LIMIT";
+        QTest::newRow("a 32 MiB job id, 10 bytes sent") << jobs(1, [](TProtocol& out) {
+            out.writeI32(kHugeString);
+            out.getTransport()->write(reinterpret_cast<const uint8_t*>("0123456789"), 10);
+        }) << 0 << "END_OF_FILE";
+        QTest::newRow("a 32 MiB method name") << Writer([](TProtocol& out, int32_t) {
+            out.writeI32(int32_t(0x80010002));
+            out.writeI32(kHugeString);
+        }) << 0 << "END_OF_FILE";
+        QTest::newRow("a 32 MiB method name without version")
+            << Writer([](TProtocol& out, int32_t) { out.writeI32(kHugeString); }) << 0 << "END_OF_FILE";
+        QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
+            out.writeI32(int32_t(0x80020002));
+            out.writeString("getAllJobsInfo");
+            out.writeI32(seqid);
+        }) << 0 << "BAD_VERSION";
+        QTest::newRow("a skipped field of 32 MiB") << jobs(1, [](TProtocol& out) {
+            out.writeString("job-1");
+            out.writeFieldBegin("unknown", T_STRING, 99);
+            out.writeI32(kHugeString);
+        }) << 0 << "END_OF_FILE";
+        QTest::newRow("a skipped field of 50,000 maps") << jobs(1, [](TProtocol& out) {
+            out.writeString("job-1");
+            out.writeFieldBegin("unknown", T_LIST, 99);
+            out.writeListBegin(T_MAP, 50000);
+        }) << 0 << "END_OF_FILE";
+        QTest::newRow("a skipped field nested 100 deep") << jobs(1, [](TProtocol& out) {
+            out.writeString("job-1");
+            out.writeFieldBegin("unknown", T_LIST, 99);
+            for (int i = 0; i < 100; ++i)
+                out.writeListBegin(T_LIST, 1);
+        }) << 0 << "DEPTH_LIMIT";
+        QTest::newRow("past the message limit, all sent") << jobs(100, [](TProtocol& out) {
+            for (int i = 0; i < 100; ++i) {
+                if (i > 0)
+                    out.writeFieldBegin("id", T_STRING, 1);
+                out.writeString(std::string(1024, 'd'));
+                out.writeFieldStop();
+            }
+        }) << 64 * 1024 << "SIZE_LIMIT";
+    }
 
-    QVERIFY(CorvelTest::resetPeakMemory());
-    const qint64 before = CorvelTest::statusKiB("VmRSS:");
-    QString thrown = "nothing";
-    std::vector<JobDescription> read;
-    try {
+    void hostileReplies()
+    {
+        QFETCH(Writer, reply);
+        QFETCH(int, messageLimit);
+        QFETCH(QString, failure);
+
+        const QString dir = newPair("localhost");
+        TlsTestServer server;
+        const auto answer = [&](int32_t seqid) { return message(reply, seqid); };
+        QVERIFY(server.start(dir, 0, answer, true).isEmpty());
+        ReplyLimits limits;
+        if (messageLimit)
+            limits.messageBytes = messageLimit;
+        const auto client = createServiceClient(dir.toStdString(), "localhost", server.port(), limits);
+        QVERIFY(client);
+
+        QVERIFY(CorvelTest::resetPeakMemory());
+        const qint64 before = CorvelTest::statusKiB("VmRSS:");
+        QString thrown = "nothing";
+        std::vector<JobDescription> read;
+        try {
+            client->getAllJobsInfo(read);
+        } catch (const TProtocolException& e) {
+            const QStringList names{"UNKNOWN",     "INVALID_DATA",    "NEGATIVE_SIZE", "SIZE_LIMIT",
+                                    "BAD_VERSION", "NOT_IMPLEMENTED", "DEPTH_LIMIT"};
+            thrown = names.value(e.getType(), e.what());
+        } catch (const TTransportException& e) {
+            thrown = e.getType() == TTransportException::END_OF_FILE ? "END_OF_FILE" : e.what();
+        } catch (const std::exception& e) {
+            thrown = e.what();
+        }
+        const qint64 growthKiB = CorvelTest::statusKiB("VmHWM:") - before;
+        QCOMPARE(thrown, failure);
+        QVERIFY2(growthKiB < 4 * 1024, qPrintable(QString("peak grew by %1 KiB").arg(growthKiB)));
+    }
+
+    void longListReads()
+    {
+        // Far more than a service lists, nested lists included, and the longest description it sends.
+        CorvelService_getAllJobsInfo_result result;
+        std::vector<JobDescription>& listed = result.success;
+        listed.resize(10000);
+        for (int i = 0; i < 10000; ++i) {
+            const std::string n = std::to_string(i);
+            listed[i].id = "6f1c2a9e-" + n;
+            listed[i].description = "Restore of fileserver-" + n;
+            listed[i].configuration.disks_names = {"Disk 0", "Disk 1"};
+            listed[i].configuration.vm_settings.network_adapters = {"Default Switch"};
+            listed[i].current_work.progress = int8_t(i % 100);
+        }
+        listed[0].description = std::string(16 * 1024 * 1024, 'w');
+        listed[1].configuration.disks_names.assign(10000, "Disk");
+        result.__isset.success = true;
+        const Writer reply = [&](TProtocol& out, int32_t seqid) {
+            out.writeMessageBegin("getAllJobsInfo", T_REPLY, seqid);
+            result.write(&out);
+            out.writeMessageEnd();
+        };
+
+        const QString dir = newPair("localhost");
+        TlsTestServer server;
+        QVERIFY(server.start(dir, 0, [&](int32_t seqid) { return message(reply, seqid); }).isEmpty());
+        const auto client = createServiceClient(dir.toStdString(), "localhost", server.port());
+        QVERIFY(client);
+        std::vector<JobDescription> read;
         client->getAllJobsInfo(read);
-    } catch (const TProtocolException& e) {
-        const QStringList names{"UNKNOWN",     "INVALID_DATA",    "NEGATIVE_SIZE", "SIZE_LIMIT",
-                                "BAD_VERSION", "NOT_IMPLEMENTED", "DEPTH_LIMIT"};
-        thrown = names.value(e.getType(), e.what());
-    } catch (const TTransportException& e) {
-        thrown = e.getType() == TTransportException::END_OF_FILE ? "END_OF_FILE" : e.what();
-    } catch (const std::exception& e) {
-        thrown = e.what();
+        QVERIFY(read == listed);
     }
-    const qint64 growthKiB = CorvelTest::statusKiB("VmHWM:") - before;
-    QCOMPARE(thrown, failure);
-    QVERIFY2(growthKiB < 4 * 1024, qPrintable(QString("peak grew by %1 KiB").arg(growthKiB)));
-}
 
-void TestServiceClient::longListReads()
-{
-    // Far more than a service lists, nested lists included, and the longest description it sends.
-    CorvelService_getAllJobsInfo_result result;
-    std::vector<JobDescription>& listed = result.success;
-    listed.resize(10000);
-    for (int i = 0; i < 10000; ++i) {
-        const std::string n = std::to_string(i);
-        listed[i].id = "6f1c2a9e-" + n;
-        listed[i].description = "Restore of fileserver-" + n;
-        listed[i].configuration.disks_names = {"Disk 0", "Disk 1"};
-        listed[i].configuration.vm_settings.network_adapters = {"Default Switch"};
-        listed[i].current_work.progress = int8_t(i % 100);
-    }
-    listed[0].description = std::string(16 * 1024 * 1024, 'w');
-    listed[1].configuration.disks_names.assign(10000, "Disk");
-    result.__isset.success = true;
-    const Writer reply = [&](TProtocol& out, int32_t seqid) {
-        out.writeMessageBegin("getAllJobsInfo", T_REPLY, seqid);
-        result.write(&out);
-        out.writeMessageEnd();
-    };
+    void passphraseProtectedKeyFailsAtOnce()
+    {
+        const QString dir = newPair("localhost");
+        const QString key = dir + "/tolvex.key";
+        QCOMPARE(QProcess::execute("openssl", {"pkey", "-in", key, "-aes256", "-passout", "pass:tolvex-secret-words",
+                                               "-out", key + ".new"}),
+                 0);
+        QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
 
-    const QString dir = newPair("localhost");
-    TlsTestServer server;
-    QVERIFY(server.start(dir, 0, [&](int32_t seqid) { return message(reply, seqid); }).isEmpty());
-    const auto client = createServiceClient(dir.toStdString(), "localhost", server.port());
-    QVERIFY(client);
-    std::vector<JobDescription> read;
-    client->getAllJobsInfo(read);
-    QVERIFY(read == listed);
-}
-
-void TestServiceClient::passphraseProtectedKeyFailsAtOnce()
-{
-    const QString dir = newPair("localhost");
-    const QString key = dir + "/tolvex.key";
-    QCOMPARE(QProcess::execute("openssl", {"pkey", "-in", key, "-aes256", "-passout", "pass:tolvex-secret-words",
-                                           "-out", key + ".new"}),
-             0);
-    QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
-
-    // The factory runs in a child with a terminal of its own, as a console started from a shell
-    // would have: nothing may be asked there, and what it logs shows on that terminal.
-    int terminal = -1;
-    QElapsedTimer elapsed;
-    elapsed.start();
-    const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child < 0)
-        QSKIP("no pseudo-terminal here");
-    if (child == 0) {
-        qInstallMessageHandler(nullptr);
-        qInfo("factory %s", createSslSocketFactory(dir.toStdString()) ? "made" : "empty");
-        ::_exit(0);
-    }
-    QByteArray screen;
-    int status = 0;
-    bool ended = false;
-    while (!ended && elapsed.elapsed() < 10000) {
-        pollfd fd{terminal, POLLIN, 0};
+        // The factory runs in a child with a terminal of its own, as a console started from a shell
+        // would have: nothing may be asked there, and what it logs shows on that terminal.
+        int terminal = -1;
+        QElapsedTimer elapsed;
+        elapsed.start();
+        const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (child < 0)
+            QSKIP("no pseudo-terminal here");
+        if (child == 0) {
+            qInstallMessageHandler(nullptr);
+            qInfo("factory %s", createSslSocketFactory(dir.toStdString()) ? "made" : "empty");
+            ::_exit(0);
+        }
+        QByteArray screen;
+        int status = 0;
+        bool ended = false;
+        while (!ended && elapsed.elapsed() < 10000) {
+            pollfd fd{terminal, POLLIN, 0};
+            char buffer[4096];
+            ssize_t n = 0;
+            if (::poll(&fd, 1, 100) > 0 && (n = ::read(terminal, buffer, sizeof buffer)) > 0)
+                screen.append(buffer, int(n));
+            ended = ::waitpid(child, &status, WNOHANG) == child;
+        }
+        const qint64 took = elapsed.elapsed();
+        if (!ended) {
+            ::kill(child, SIGKILL);
+            ::waitpid(child, &status, 0);
+        }
         char buffer[4096];
-        ssize_t n = 0;
-        if (::poll(&fd, 1, 100) > 0 && (n = ::read(terminal, buffer, sizeof buffer)) > 0)
+        for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;)
             screen.append(buffer, int(n));
-        ended = ::waitpid(child, &status, WNOHANG) == child;
-    }
-    const qint64 took = elapsed.elapsed();
-    if (!ended) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, &status, 0);
-    }
-    char buffer[4096];
-    for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;)
-        screen.append(buffer, int(n));
-    ::close(terminal);
+        ::close(terminal);
 
-    QVERIFY2(ended, qPrintable("still waiting after 10 s; the terminal shows: " + QString::fromUtf8(screen)));
-    QVERIFY2(took < 5000, qPrintable(QString("took %1 ms").arg(took)));
-    QVERIFY2(!screen.toLower().contains("pass phrase"), screen.constData());
-    QVERIFY2(screen.startsWith("Failed to create SSL socket factory: ") && screen.contains("\nfactory empty"),
-             screen.constData());
-    QVERIFY(!screen.contains("tolvex-secret-words"));
-}
+        QVERIFY2(ended, qPrintable("still waiting after 10 s; the terminal shows: " + QString::fromUtf8(screen)));
+        QVERIFY2(took < 5000, qPrintable(QString("took %1 ms").arg(took)));
+        QVERIFY2(!screen.toLower().contains("pass phrase"), screen.constData());
+        QVERIFY2(screen.startsWith("Failed to create SSL socket factory: ") && screen.contains("\nfactory empty"),
+                 screen.constData());
+        QVERIFY(!screen.contains("tolvex-secret-words"));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestServiceClient)
 #include "tst_service_client.moc"
