@@ -58,6 +58,7 @@ private slots:
         console.setProcessEnvironment(env);
         console.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         console.start(CorvelTest::binDir() + "/corvel", QStringList());
+        QVERIFY(console.waitForStarted());
         const auto readLog = [&] {
             QFile file(work.path() + "/logs/corvel.log");
             return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
