@@ -15,7 +15,7 @@ private slots:
     void startUp_data()
     {
         QTest::addColumn<QByteArray>("config"); // "-": no config.json
-        QTest::addColumn<QString>("setup");     // "logs blocked" by a file, or "certs" made
+        QTest::addColumn<QString>("setup");     // "logs blocked" by a file; "certs" made, or a "protected key"
         QTest::addColumn<QString>("stdErr");
         QTest::addColumn<QStringList>("lines"); // "LEVEL text" of whole log lines; * stands for any text or level
         QTest::addColumn<QString>("absent");
@@ -52,6 +52,13 @@ private slots:
                            "* [Corvel error] Failed to connect to Corvel service, please make sure that the "
                            "service is installed and running"}
             << "all running";
+        // Started from a shell, with a terminal: nothing may be asked there.
+        QTest::newRow("key wants a passphrase")
+            << QByteArray("{\"disable_services_autostart\": true}") << "protected key"
+            << ""
+            << QStringList{"ERROR Failed to create SSL socket factory: *",
+                           "ERROR Failed to create Corvel Service client. Corvel will be closed."}
+            << "tolvex-secret-words";
     }
 
     void startUp()
@@ -67,8 +74,15 @@ private slots:
         file.close();
         if (setup == "logs blocked")
             QVERIFY(QFile(dir.path() + "/logs").open(QIODevice::WriteOnly));
-        if (setup == "certs")
+        if (setup == "certs" || setup == "protected key")
             QCOMPARE(CorvelTest::ServiceSim::makeCerts(dir.path()), QString());
+        const QString key = dir.path() + "/tolvex.key";
+        if (setup == "protected key") {
+            QCOMPARE(QProcess::execute("openssl", {"pkey", "-in", key, "-aes256", "-passout",
+                                                   "pass:tolvex-secret-words", "-out", key + ".new"}),
+                     0);
+            QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
+        }
 
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -76,8 +90,12 @@ private slots:
         env.insert("CORVEL_UNATTENDED", "1");
         env.insert("QT_QPA_PLATFORM", "offscreen");
         process.setProcessEnvironment(env);
-        process.start(CorvelTest::binDir() + "/corvel", QStringList());
-        QVERIFY(process.waitForFinished(60000));
+        const QString console = CorvelTest::binDir() + "/corvel";
+        if (setup == "protected key")
+            process.start("script", {"-qec", console, "/dev/null"});
+        else
+            process.start(console, QStringList());
+        QVERIFY2(process.waitForFinished(30000), qPrintable(process.readAll()));
         QCOMPARE(process.exitCode(), 255);
         QVERIFY2(QString::fromUtf8(process.readAllStandardError()).contains(stdErr), qPrintable(stdErr));
         QFile logFile(dir.path() + "/logs/corvel.log");

@@ -1,6 +1,6 @@
 // Making the service client: the certificate-name rule, the TLS handshake and its checks at
-// creation time, a key that wants a passphrase, replies that must not make the console allocate
-// what they claim, and long lists that must still read.
+// creation time, replies that must not make the console allocate what they claim, and long lists
+// that must still read.
 
 #include "service/client_access_manager.h"
 #include "service/service_client.h"
@@ -13,17 +13,9 @@
 
 #include <openssl/ssl.h>
 
-#include <QElapsedTimer>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <poll.h>
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <functional>
 #include <memory>
 
@@ -302,57 +294,6 @@ private slots:
         std::vector<JobDescription> read;
         client->getAllJobsInfo(read);
         QVERIFY(read == listed);
-    }
-
-    void passphraseProtectedKeyFailsAtOnce()
-    {
-        const QString dir = newPair("localhost");
-        const QString key = dir + "/tolvex.key";
-        QCOMPARE(QProcess::execute("openssl", {"pkey", "-in", key, "-aes256", "-passout", "pass:tolvex-secret-words",
-                                               "-out", key + ".new"}),
-                 0);
-        QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
-
-        // The factory runs in a child with a terminal of its own, as a console started from a shell
-        // would have: nothing may be asked there, and what it logs shows on that terminal.
-        int terminal = -1;
-        QElapsedTimer elapsed;
-        elapsed.start();
-        const pid_t child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-        if (child < 0)
-            QSKIP("no pseudo-terminal here");
-        if (child == 0) {
-            qInstallMessageHandler(nullptr);
-            qInfo("factory %s", createSslSocketFactory(dir.toStdString()) ? "made" : "empty");
-            ::_exit(0);
-        }
-        QByteArray screen;
-        int status = 0;
-        bool ended = false;
-        while (!ended && elapsed.elapsed() < 10000) {
-            pollfd fd{terminal, POLLIN, 0};
-            char buffer[4096];
-            ssize_t n = 0;
-            if (::poll(&fd, 1, 100) > 0 && (n = ::read(terminal, buffer, sizeof buffer)) > 0)
-                screen.append(buffer, int(n));
-            ended = ::waitpid(child, &status, WNOHANG) == child;
-        }
-        const qint64 took = elapsed.elapsed();
-        if (!ended) {
-            ::kill(child, SIGKILL);
-            ::waitpid(child, &status, 0);
-        }
-        char buffer[4096];
-        for (ssize_t n; (n = ::read(terminal, buffer, sizeof buffer)) > 0;)
-            screen.append(buffer, int(n));
-        ::close(terminal);
-
-        QVERIFY2(ended, qPrintable("still waiting after 10 s; the terminal shows: " + QString::fromUtf8(screen)));
-        QVERIFY2(took < 5000, qPrintable(QString("took %1 ms").arg(took)));
-        QVERIFY2(!screen.toLower().contains("pass phrase"), screen.constData());
-        QVERIFY2(screen.startsWith("Failed to create SSL socket factory: ") && screen.contains("\nfactory empty"),
-                 screen.constData());
-        QVERIFY(!screen.contains("tolvex-secret-words"));
     }
 };
 
