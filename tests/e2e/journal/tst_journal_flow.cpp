@@ -57,29 +57,27 @@ class TestJournalFlow : public QObject {
     }
 
 private slots:
-    void jobStoryAcrossTwoSessions();
-};
+    void jobStoryAcrossTwoSessions()
+    {
+        QString error = m_sim.startWithCerts(m_dir.path(), {"--tick-ms", "100"});
+        QVERIFY2(error.isEmpty(), qPrintable(error));
+        m_client = createServiceClient(m_dir.path().toStdString(), "localhost", m_sim.port());
+        QVERIFY(m_client);
+        const QString path = m_dir.filePath("journal.sqlite");
+        JobDescription launched;
+        launched.job_type = JobType::FileRecovery;
+        launched.configuration = CorvelTest::ServiceSim::validConfiguration(*m_client, JobType::FileRecovery);
+        launched.configuration.local_cache_login = "share-login-Kq81";
+        launched.configuration.local_cache_password = "share-pass-Zx42";
+        m_client->createJob(launched.id, JobType::FileRecovery, "journal flow", launched.configuration);
+        const std::string& id = launched.id;
+        const QString jobId = QString::fromStdString(id);
+        const auto listedAs = [](JobStatus::type status) {
+            return [status](const JobDescription* j) { return j && j->status == status; };
+        };
 
-void TestJournalFlow::jobStoryAcrossTwoSessions()
-{
-    QString error = m_sim.startWithCerts(m_dir.path(), {"--tick-ms", "100"});
-    QVERIFY2(error.isEmpty(), qPrintable(error));
-    m_client = createServiceClient(m_dir.path().toStdString(), "localhost", m_sim.port());
-    QVERIFY(m_client);
-    const QString path = m_dir.filePath("journal.sqlite");
-    JobDescription launched;
-    launched.job_type = JobType::FileRecovery;
-    launched.configuration = CorvelTest::ServiceSim::validConfiguration(*m_client, JobType::FileRecovery);
-    launched.configuration.local_cache_login = "share-login-Kq81";
-    launched.configuration.local_cache_password = "share-pass-Zx42";
-    m_client->createJob(launched.id, JobType::FileRecovery, "journal flow", launched.configuration);
-    const std::string& id = launched.id;
-    const QString jobId = QString::fromStdString(id);
-    const auto listedAs = [](JobStatus::type status) {
-        return [status](const JobDescription* j) { return j && j->status == status; };
-    };
-
-    QVERIFY(session(path, id,
+        QVERIFY(
+            session(path, id,
                     {{[&](Journal& j) { j.recordLaunch(CorvelJournal::JournalJob::fromService(launched), "alice"); },
                       listedAs(JobStatus::Created)},
                      {[&](Journal&) { m_client->startJob(id); },
@@ -91,66 +89,67 @@ void TestJournalFlow::jobStoryAcrossTwoSessions()
                           j.recordAction(jobId, "Stop", "alice");
                       },
                       listedAs(JobStatus::Stopped)}}));
-    const qint64 closedAt = m_clock->epochMs();
-    const qint64 closedMs = 2 * 3600 * 1000;
-    m_clock->advance(closedMs);
-    QVERIFY(session(path, id,
-                    {{[](Journal&) {}, [](const JobDescription* j) { return j != nullptr; }},
-                     {[&](Journal& j) {
-                          m_client->deleteJob(id);
-                          j.recordAction(jobId, "Delete", "bob");
-                      },
-                      [](const JobDescription* j) { return j == nullptr; }}}));
+        const qint64 closedAt = m_clock->epochMs();
+        const qint64 closedMs = 2 * 3600 * 1000;
+        m_clock->advance(closedMs);
+        QVERIFY(session(path, id,
+                        {{[](Journal&) {}, [](const JobDescription* j) { return j != nullptr; }},
+                         {[&](Journal& j) {
+                              m_client->deleteJob(id);
+                              j.recordAction(jobId, "Delete", "bob");
+                          },
+                          [](const JobDescription* j) { return j == nullptr; }}}));
 
-    CorvelJournal::JournalDatabase db;
-    QVERIFY2(db.openForReading(path, &error), qPrintable(error));
-    const auto record = db.record(jobId);
-    QVERIFY(record);
-    QCOMPARE(record->startedBy, QStringLiteral("alice"));
-    QVERIFY(record->goneMs > 0);
-    const auto timeline = db.timeline(jobId);
-    QStringList statuses;
-    qint64 previous = 0;
-    qint64 gapSince = 0, gapUntil = 0;
-    for (const auto& entry : timeline) {
-        QVERIFY(entry.atMs >= previous);
-        previous = entry.atMs;
-        if (entry.kind == TimelineKind::Status && !statuses.endsWith(CorvelJournal::statusName(entry.status)))
-            statuses << CorvelJournal::statusName(entry.status);
-        if (entry.kind == TimelineKind::Gap) {
-            gapSince = entry.sinceMs;
-            gapUntil = entry.atMs;
+        CorvelJournal::JournalDatabase db;
+        QVERIFY2(db.openForReading(path, &error), qPrintable(error));
+        const auto record = db.record(jobId);
+        QVERIFY(record);
+        QCOMPARE(record->startedBy, QStringLiteral("alice"));
+        QVERIFY(record->goneMs > 0);
+        const auto timeline = db.timeline(jobId);
+        QStringList statuses;
+        qint64 previous = 0;
+        qint64 gapSince = 0, gapUntil = 0;
+        for (const auto& entry : timeline) {
+            QVERIFY(entry.atMs >= previous);
+            previous = entry.atMs;
+            if (entry.kind == TimelineKind::Status && !statuses.endsWith(CorvelJournal::statusName(entry.status)))
+                statuses << CorvelJournal::statusName(entry.status);
+            if (entry.kind == TimelineKind::Gap) {
+                gapSince = entry.sinceMs;
+                gapUntil = entry.atMs;
+            }
+        }
+        QCOMPARE(statuses.filter(QRegularExpression("^(Created|Running|Stopped|Deleted)$")),
+                 QStringList({"Created", "Running", "Stopped", "Deleted"}));
+        QVERIFY(gapSince > 0 && gapSince <= closedAt && gapUntil - gapSince >= closedMs);
+
+        const QString report = CorvelJournal::reportText(*record, timeline, "1.7.0.377", "host");
+        QVERIFY(report.contains(QStringLiteral("not observed from")));
+        QVERIFY(report.contains(QStringLiteral("Stop requested by alice")));
+
+        QProcess cli;
+        cli.start(CorvelTest::binDir() + "/corvel-journal", {"--db", path, "show", jobId});
+        QVERIFY(cli.waitForFinished(10000));
+        QCOMPARE(cli.exitCode(), 0);
+        const QString shown = QString::fromUtf8(cli.readAllStandardOutput());
+        QVERIFY(shown.contains(QStringLiteral("not observed from")));
+
+        QByteArray everything = report.toUtf8() + CorvelJournal::csvText(db.records()).toUtf8() + shown.toUtf8();
+        for (const QString& file : QDir(m_dir.path()).entryList({"journal.sqlite*"})) {
+            QFile f(m_dir.filePath(file));
+            QVERIFY(f.open(QIODevice::ReadOnly));
+            everything += f.readAll();
+        }
+        for (const std::string& secret : {launched.configuration.device_token, launched.configuration.local_cache_login,
+                                          launched.configuration.local_cache_password}) {
+            QVERIFY2(!everything.contains(QByteArray::fromStdString(secret)), secret.c_str());
+            // SQLite keeps text as UTF-8, but a UTF-16 copy must not be there either.
+            const QString wide = QString::fromStdString(secret);
+            QVERIFY(!everything.contains(QByteArray(reinterpret_cast<const char*>(wide.utf16()), wide.size() * 2)));
         }
     }
-    QCOMPARE(statuses.filter(QRegularExpression("^(Created|Running|Stopped|Deleted)$")),
-             QStringList({"Created", "Running", "Stopped", "Deleted"}));
-    QVERIFY(gapSince > 0 && gapSince <= closedAt && gapUntil - gapSince >= closedMs);
-
-    const QString report = CorvelJournal::reportText(*record, timeline, "1.7.0.377", "host");
-    QVERIFY(report.contains(QStringLiteral("not observed from")));
-    QVERIFY(report.contains(QStringLiteral("Stop requested by alice")));
-
-    QProcess cli;
-    cli.start(CorvelTest::binDir() + "/corvel-journal", {"--db", path, "show", jobId});
-    QVERIFY(cli.waitForFinished(10000));
-    QCOMPARE(cli.exitCode(), 0);
-    const QString shown = QString::fromUtf8(cli.readAllStandardOutput());
-    QVERIFY(shown.contains(QStringLiteral("not observed from")));
-
-    QByteArray everything = report.toUtf8() + CorvelJournal::csvText(db.records()).toUtf8() + shown.toUtf8();
-    for (const QString& file : QDir(m_dir.path()).entryList({"journal.sqlite*"})) {
-        QFile f(m_dir.filePath(file));
-        QVERIFY(f.open(QIODevice::ReadOnly));
-        everything += f.readAll();
-    }
-    for (const std::string& secret : {launched.configuration.device_token, launched.configuration.local_cache_login,
-                                      launched.configuration.local_cache_password}) {
-        QVERIFY2(!everything.contains(QByteArray::fromStdString(secret)), secret.c_str());
-        // SQLite keeps text as UTF-8, but a UTF-16 copy must not be there either.
-        const QString wide = QString::fromStdString(secret);
-        QVERIFY(!everything.contains(QByteArray(reinterpret_cast<const char*>(wide.utf16()), wide.size() * 2)));
-    }
-}
+};
 
 QTEST_MAIN(TestJournalFlow)
 #include "tst_journal_flow.moc"
