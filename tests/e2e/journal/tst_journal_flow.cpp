@@ -30,30 +30,20 @@ class TestJournalFlow : public QObject {
     std::shared_ptr<CorvelTest::ManualClock> m_clock = std::make_shared<CorvelTest::ManualClock>();
     const CorvelWidgets::IconFont m_iconFont{"velmora-iconfont", {}};
 
-    // One console session: a jobs list feeding the journal, polled like the table until each
-    // step's `done` holds for the job's listed state (or its absence) after its action.
-    bool session(const QString& path, const std::string& id,
-                 const std::vector<std::pair<std::function<void(Journal&)>, Done>>& steps)
+    // Polls like the table, feeding the list, until `done` holds for the job's listed state (null: gone).
+    bool pollUntil(CvJobs::JobListWidget& list, const std::string& id, const Done& done)
     {
-        Journal journal(path, m_clock);
-        CvJobs::JobListWidget list(m_iconFont);
-        connect(&list, &CvJobs::JobListWidget::jobsChanged, &journal, &Journal::observeService);
-        for (const auto& [act, done] : steps) {
-            act(journal);
-            bool finished = false;
-            for (int i = 0; i < 300 && !finished; ++i) {
-                std::vector<JobDescription> jobs;
-                m_client->getAllJobsInfo(jobs);
-                const auto job = std::find_if(jobs.begin(), jobs.end(), [&](auto& j) { return j.id == id; });
-                finished = done(job == jobs.end() ? nullptr : &*job);
-                list.setJobs(jobs);
-                m_clock->advance(1000);
-                QTest::qWait(finished ? 0 : 50);
-            }
-            if (!finished)
-                return false;
+        for (int i = 0; i < 300; ++i) {
+            std::vector<JobDescription> jobs;
+            m_client->getAllJobsInfo(jobs);
+            const auto job = std::find_if(jobs.begin(), jobs.end(), [&](const auto& j) { return j.id == id; });
+            list.setJobs(jobs);
+            m_clock->advance(1000);
+            if (done(job == jobs.end() ? nullptr : &*job))
+                return true;
+            QTest::qWait(50);
         }
-        return true;
+        return false;
     }
 
 private slots:
@@ -72,33 +62,35 @@ private slots:
         m_client->createJob(launched.id, JobType::FileRecovery, "journal flow", launched.configuration);
         const std::string& id = launched.id;
         const QString jobId = QString::fromStdString(id);
-        const auto listedAs = [](JobStatus::type status) {
-            return [status](const JobDescription* j) { return j && j->status == status; };
+        const auto listed = [](JobStatus::type status, int progress = 0) {
+            return [=](const JobDescription* j) {
+                return j && j->status == status && j->current_work.progress >= progress;
+            };
         };
-
-        QVERIFY(
-            session(path, id,
-                    {{[&](Journal& j) { j.recordLaunch(CorvelJournal::JournalJob::fromService(launched), "alice"); },
-                      listedAs(JobStatus::Created)},
-                     {[&](Journal&) { m_client->startJob(id); },
-                      [](const JobDescription* j) {
-                          return j && j->status == JobStatus::Running && j->current_work.progress >= 10;
-                      }},
-                     {[&](Journal& j) {
-                          m_client->stopJob(id);
-                          j.recordAction(jobId, "Stop", "alice");
-                      },
-                      listedAs(JobStatus::Stopped)}}));
+        {
+            Journal journal(path, m_clock);
+            CvJobs::JobListWidget list(m_iconFont);
+            connect(&list, &CvJobs::JobListWidget::jobsChanged, &journal, &Journal::observeService);
+            journal.recordLaunch(CorvelJournal::JournalJob::fromService(launched), "alice");
+            QVERIFY(pollUntil(list, id, listed(JobStatus::Created)));
+            m_client->startJob(id);
+            QVERIFY(pollUntil(list, id, listed(JobStatus::Running, 10)));
+            m_client->stopJob(id);
+            journal.recordAction(jobId, "Stop", "alice");
+            QVERIFY(pollUntil(list, id, listed(JobStatus::Stopped)));
+        }
         const qint64 closedAt = m_clock->epochMs();
         const qint64 closedMs = 2 * 3600 * 1000;
         m_clock->advance(closedMs);
-        QVERIFY(session(path, id,
-                        {{[](Journal&) {}, [](const JobDescription* j) { return j != nullptr; }},
-                         {[&](Journal& j) {
-                              m_client->deleteJob(id);
-                              j.recordAction(jobId, "Delete", "bob");
-                          },
-                          [](const JobDescription* j) { return j == nullptr; }}}));
+        {
+            Journal journal(path, m_clock);
+            CvJobs::JobListWidget list(m_iconFont);
+            connect(&list, &CvJobs::JobListWidget::jobsChanged, &journal, &Journal::observeService);
+            QVERIFY(pollUntil(list, id, listed(JobStatus::Stopped)));
+            m_client->deleteJob(id);
+            journal.recordAction(jobId, "Delete", "bob");
+            QVERIFY(pollUntil(list, id, [](const JobDescription* j) { return j == nullptr; }));
+        }
 
         CorvelJournal::JournalDatabase db;
         QVERIFY2(db.openForReading(path, &error), qPrintable(error));
@@ -108,8 +100,7 @@ private slots:
         QVERIFY(record->goneMs > 0);
         const auto timeline = db.timeline(jobId);
         QStringList statuses;
-        qint64 previous = 0;
-        qint64 gapSince = 0, gapUntil = 0;
+        qint64 previous = 0, gapSince = 0, gapUntil = 0;
         for (const auto& entry : timeline) {
             QVERIFY(entry.atMs >= previous);
             previous = entry.atMs;
