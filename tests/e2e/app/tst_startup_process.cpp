@@ -1,79 +1,93 @@
+#include "testsupport/cloud_sim.h"
 #include "testsupport/service_sim.h"
 #include "testsupport/test_paths.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
-// The real console executable on prepared working folders, up to where it gives up.
+// The real console executable on prepared working folders, and signing in against both
+// simulators (the cloud's sign-in page in the embedded browser needs an X server).
 class TestStartupProcess : public QObject {
     Q_OBJECT
+
+    // entry: "LEVEL text" of a whole log line; * stands for any text or level.
+    static bool inLog(const QString& log, const QString& entry)
+    {
+        const QString level = entry.section(' ', 0, 0), text = entry.section(' ', 1);
+        const QString prefix =
+            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" + level + "\\tTID=\\d+\\t\\([^)]*\\) ";
+        const QRegularExpression line((level == "*" ? "^.*" : prefix) +
+                                          QRegularExpression::escape(text).replace("\\*", ".*") + "\\r$",
+                                      QRegularExpression::MultilineOption);
+        return line.match(log).hasMatch();
+    }
 
 private slots:
     void startUp_data()
     {
         QTest::addColumn<QByteArray>("config"); // "-": no config.json
-        QTest::addColumn<QString>("setup");     // "logs blocked" by a file; "certs" made, or a "protected key"
-        QTest::addColumn<QString>("stdErr");
-        QTest::addColumn<QStringList>("lines"); // "LEVEL text" of whole log lines; * stands for any text or level
-        QTest::addColumn<QString>("absent");
+        QTest::addColumn<QString>(
+            "setup"); // "logs blocked" by a file, "certs" made, a "protected key", "sign in: USER"
+        // "EXIT n", "STDERR text", "!text" nowhere in the log, else a log line as inLog() takes it
+        QTest::addColumn<QStringList>("expected");
 
         const QString configFailed = "ERROR Failed to load config. Corvel will be closed.";
+        const QString noClient = "ERROR Failed to create Corvel Service client. Corvel will be closed.";
         QTest::newRow("no config") << QByteArray("-") << ""
-                                   << "Corvel error: Failed to open config.json file. Please make sure that file exists"
-                                   << QStringList{"INFO Logging intialized.", configFailed} << "";
+                                   << QStringList{"EXIT 255", "INFO Logging intialized.", configFailed,
+                                                  "STDERR Corvel error: Failed to open config.json file. Please make "
+                                                  "sure that file exists"};
         QTest::newRow("unparsable config")
             << QByteArray("{\"use_software_opengl\": ") << ""
-            << "" << QStringList{"* Failed to parse JSON from file %dir/config.json. Error: *", configFailed} << "";
+            << QStringList{"EXIT 255", "* Failed to parse JSON from file %dir/config.json. Error: *", configFailed};
         QTest::newRow("config not json") << QByteArray("use_software_opengl=true") << ""
-                                         << ""
-                                         << QStringList{"* Failed to parse JSON from file %dir/config.json. Error: *",
-                                                        configFailed}
-                                         << "";
+                                         << QStringList{"EXIT 255",
+                                                        "* Failed to parse JSON from file %dir/config.json. Error: *",
+                                                        configFailed};
         QTest::newRow("logs blocked") << QByteArray("-") << "logs blocked"
-                                      << "Failed to initialize logging.\n"
-                                      << QStringList{} << "";
+                                      << QStringList{"EXIT 255", "STDERR Failed to initialize logging.\n"};
         // No service manager here: the three services count as running.
         QTest::newRow("missing keys use defaults")
             << QByteArray("{}") << ""
-            << ""
             << QStringList{"WARN Failed to get value at key  \"use_software_opengl\" . Default value  false  returned.",
                            "WARN Failed to get value at key  \"disable_services_autostart\" . Default value  false  "
                            "returned.",
-                           "INFO all running"}
-            << "";
+                           "INFO all running", "!Undefined var"};
         QTest::newRow("service not running")
             << QByteArray("{\"disable_services_autostart\": true, \"service_port\": 1}") << "certs"
-            << ""
-            << QStringList{"ERROR Thrift error: *", "ERROR Failed to connect to Corvel service",
-                           "ERROR Failed to create Corvel Service client. Corvel will be closed.",
+            << QStringList{"EXIT 255",
+                           "ERROR Thrift error: *",
+                           "ERROR Failed to connect to Corvel service",
+                           noClient,
                            "* [Corvel error] Failed to connect to Corvel service, please make sure that the "
-                           "service is installed and running"}
-            << "all running";
+                           "service is installed and running",
+                           "!all running"};
         // Started from a shell, with a terminal: nothing may be asked there.
         QTest::newRow("key wants a passphrase")
             << QByteArray("{\"disable_services_autostart\": true}") << "protected key"
-            << ""
-            << QStringList{"ERROR Failed to create SSL socket factory: *",
-                           "ERROR Failed to create Corvel Service client. Corvel will be closed."}
-            << "tolvex-secret-words";
+            << QStringList{"EXIT 255", "ERROR Failed to create SSL socket factory: *", noClient,
+                           "!tolvex-secret-words"};
+        QTest::newRow("token never decodes: three windows, then the dialog and status 0")
+            << QByteArray() << "sign in: broken"
+            << QStringList{"EXIT 0", "ERROR Failed to parse CV token. Corvel will be closed.",
+                           "* [Corvel error] Invalid security token received, Corvel will be closed", "!eyJ"};
+        QTest::newRow("partner signs in") << QByteArray() << "sign in: partner"
+                                          << QStringList{"* reseller_id is presented, user role detected as Partner.",
+                                                         "* Creating main window.", "!eyJ"};
     }
 
     void startUp()
     {
         QFETCH(QByteArray, config);
         QFETCH(QString, setup);
-        QFETCH(QString, stdErr);
-        QFETCH(QStringList, lines);
-        QFETCH(QString, absent);
+        QFETCH(QStringList, expected);
         QTemporaryDir dir;
-        QFile file(dir.path() + "/config.json");
-        QVERIFY(config == "-" || (file.open(QIODevice::WriteOnly) && file.write(config) == config.size()));
-        file.close();
-        if (setup == "logs blocked")
-            QVERIFY(QFile(dir.path() + "/logs").open(QIODevice::WriteOnly));
         if (setup == "certs" || setup == "protected key")
             QCOMPARE(CorvelTest::ServiceSim::makeCerts(dir.path()), QString());
         const QString key = dir.path() + "/tolvex.key";
@@ -83,35 +97,69 @@ private slots:
                      0);
             QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
         }
+        if (setup == "logs blocked")
+            QVERIFY(QFile(dir.path() + "/logs").open(QIODevice::WriteOnly));
+        const bool signIn = setup.startsWith("sign in: ");
+        CorvelTest::ServiceSim service;
+        CorvelTest::CloudSim cloud({"--auto-sign-in", setup.mid(9)});
+        if (signIn) {
+            QCOMPARE(service.startWithCerts(dir.path(), {"--jobs", "3"}), QString());
+            QVERIFY(cloud.start());
+            config = QJsonDocument(QJsonObject{{"use_software_opengl", true},
+                                               {"disable_services_autostart", true},
+                                               {"service_port", service.port()},
+                                               {"auth_url", cloud.authUrl()},
+                                               {"vusk_url", cloud.vuskUrl()}})
+                         .toJson();
+        }
+        QFile file(dir.path() + "/config.json");
+        QVERIFY(config == "-" || (file.open(QIODevice::WriteOnly) && file.write(config) == config.size()));
+        file.close();
 
         QProcess process;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("CORVEL_WORKING_DIR", dir.path());
+        env.insert("CORVEL_INSTALL_DIR", dir.path());
         env.insert("CORVEL_UNATTENDED", "1");
-        env.insert("QT_QPA_PLATFORM", "offscreen");
+        env.insert("QT_QPA_PLATFORM", signIn ? "xcb" : "offscreen");
         process.setProcessEnvironment(env);
         const QString console = CorvelTest::binDir() + "/corvel";
         if (setup == "protected key")
             process.start("script", {"-qec", console, "/dev/null"});
         else
             process.start(console, QStringList());
-        QVERIFY2(process.waitForFinished(30000), qPrintable(process.readAll()));
-        QCOMPARE(process.exitCode(), 255);
-        QVERIFY2(QString::fromUtf8(process.readAllStandardError()).contains(stdErr), qPrintable(stdErr));
-        QFile logFile(dir.path() + "/logs/corvel.log");
-        const QString log = logFile.open(QIODevice::ReadOnly) ? QString::fromUtf8(logFile.readAll()) : QString();
-        for (QString line : lines) {
-            line.replace("%dir", dir.path());
-            const QString level = line.section(' ', 0, 0), text = line.section(' ', 1);
-            const QString prefix =
-                "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" + level + "\\tTID=\\d+\\t\\([^)]*\\) ";
-            const QRegularExpression re((level == "*" ? "^.*" : prefix) +
-                                            QRegularExpression::escape(text).replace("\\*", ".*") + "\\r$",
-                                        QRegularExpression::MultilineOption);
-            QVERIFY2(re.match(log).hasMatch(), qPrintable(line + " not in:\n" + log));
+        QVERIFY(process.waitForStarted());
+        const auto readLog = [&] {
+            QFile log(dir.path() + "/logs/corvel.log");
+            return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+        };
+        const QStringList lines =
+            expected.filter(QRegularExpression("^(?!EXIT |STDERR |!)")).replaceInStrings("%dir", dir.path());
+        const auto allLogged = [&] {
+            const QString log = readLog();
+            return std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return inLog(log, line); });
+        };
+        const QDeadlineTimer deadline(120000);
+        while (process.state() != QProcess::NotRunning && !allLogged() && !deadline.hasExpired())
+            process.waitForFinished(200);
+
+        const QString log = readLog();
+        for (const QString& entry : expected) {
+            if (entry.startsWith("EXIT ")) {
+                QVERIFY2(process.state() == QProcess::NotRunning || process.waitForFinished(30000), "still running");
+                QCOMPARE(process.exitCode(), entry.mid(5).toInt());
+            } else if (entry.startsWith("STDERR ")) {
+                QVERIFY(QString::fromUtf8(process.readAllStandardError()).contains(entry.mid(7)));
+            } else if (entry.startsWith('!')) {
+                QVERIFY2(!log.contains(entry.mid(1)), qPrintable(entry));
+            }
         }
-        QVERIFY(absent.isEmpty() || !log.contains(absent));
-        QVERIFY2(!log.contains("Undefined var"), qPrintable(log));
+        for (const QString& line : lines)
+            QVERIFY2(inLog(log, line), qPrintable(line + " not in:\n" + log));
+        if (setup == "sign in: broken")
+            QVERIFY(cloud.requests().filter("/authorization/vusk").size() >= 3);
+        process.terminate();
+        process.waitForFinished(10000);
     }
 };
 

@@ -144,8 +144,7 @@ private slots:
         if (damage == "truncated") {
             QVERIFY(file.resize(file.size() / 2));
         } else if (damage == "noise") {
-            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(64 * 1024, 'x')) > 0);
-            file.close();
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(64 * 1024, 'x')) > 0 && file.flush());
         } else {
             holder.start(QStringLiteral("python3"),
                          {QStringLiteral("-c"),
@@ -170,12 +169,10 @@ private slots:
         JournalDatabase db;
         QString error;
         QVERIFY2(db.openForReading(path, &error), qPrintable(error));
-        const auto records = db.records();
-        QCOMPARE(records.size(), size_t(1));
-        QCOMPARE(records.front().job.id, QStringLiteral("new-job"));
-        const auto notes = db.notes();
-        QCOMPARE(notes.size(), size_t(1));
-        QVERIFY(notes.front().text.contains(QStringLiteral("set aside as")));
+        QCOMPARE(db.records().size(), size_t(1));
+        QCOMPARE(db.records().front().job.id, QStringLiteral("new-job"));
+        QCOMPARE(db.notes().size(), size_t(1));
+        QVERIFY(db.notes().front().text.contains(QStringLiteral("set aside as")));
         QCOMPARE(QDir(dir.path()).entryList({QStringLiteral("journal-set-aside-*.sqlite")}).size(), 1);
     }
 
