@@ -1,5 +1,4 @@
 #include "app/service_starter.h"
-#include "core/hyperv_check.h"
 #include "testsupport/log_capture.h"
 
 #include <QApplication>
@@ -144,30 +143,6 @@ private slots:
             QVERIFY2(log.contains(result || cancelAt ? QtInfoMsg : QtCriticalMsg, logLine),
                      qPrintable(log.texts().join('\n')));
         QCOMPARE(control->openHandles, 0);
-    }
-
-    void hyperV_data()
-    {
-        QTest::addColumn<States>("vmms"); // empty: absent
-        QTest::addColumn<bool>("running");
-        QTest::newRow("running") << States{Running} << true;
-        QTest::newRow("stopped") << States{Stopped} << false;
-        QTest::newRow("absent") << States{} << false;
-    }
-
-    void hyperV()
-    {
-        QFETCH(States, vmms);
-        QFETCH(bool, running);
-        FakeServiceControl control;
-        if (!vmms.empty())
-            control.services["vmms"] = {vmms};
-        LogCapture log;
-        QCOMPARE(isHyperVRunning(control), running);
-        QCOMPARE(log.contains(QtCriticalMsg,
-                              "failed to get handle to Hyper-V Virtual Machine Management service. Error=1060"),
-                 vmms.empty());
-        QCOMPARE(control.openHandles, 0);
     }
 };
 

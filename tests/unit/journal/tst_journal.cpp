@@ -1,5 +1,5 @@
-// The journal without a screen: estimates and the stall mark of a running activity, how often
-// progress is written, and files it cannot use (damaged, locked by another process).
+// The journal without a screen: estimates and the stall mark of a running activity, files it
+// cannot use (damaged, locked by another process), and the history's texts.
 
 #include "journal/job_activity.h"
 #include "journal/journal.h"
@@ -17,7 +17,6 @@ using CorvelJournal::JobActivity;
 using CorvelJournal::Journal;
 using CorvelJournal::JournalDatabase;
 using CorvelJournal::JournalJob;
-using CorvelJournal::TimelineKind;
 
 namespace {
 
@@ -85,37 +84,6 @@ private slots:
         }
         QCOMPARE(appeared, 1);
         QVERIFY(!stalled);
-    }
-
-    void progressRows_data()
-    {
-        QTest::addColumn<int>("stepMs"); // one percent per step, 0..100
-        QTest::addColumn<int>("rows");
-        QTest::newRow("fast: every 5 %") << 1000 << 20;
-        QTest::newRow("slow: every minute") << 30000 << 50;
-    }
-
-    void progressRows()
-    {
-        QFETCH(int, stepMs);
-        QFETCH(int, rows);
-        QTemporaryDir dir;
-        auto clock = std::make_shared<CorvelTest::ManualClock>();
-        const QString path = dir.filePath(QStringLiteral("journal.sqlite"));
-        {
-            Journal journal(path, clock);
-            for (int progress = 0; progress <= 100; ++progress) {
-                journal.observe({runningJob(QStringLiteral("job-1"), progress)});
-                clock->advance(stepMs);
-            }
-        }
-        JournalDatabase db;
-        QString error;
-        QVERIFY2(db.openForReading(path, &error), qPrintable(error));
-        int written = 0;
-        for (const auto& entry : db.timeline(QStringLiteral("job-1")))
-            written += entry.kind == TimelineKind::Progress;
-        QCOMPARE(written, rows);
     }
 
     void unusableFile_data()
