@@ -3,6 +3,7 @@
 #include <thrift/TApplicationException.h>
 #include <thrift/transport/TTransportException.h>
 
+#include <QRegularExpression>
 #include <QThread>
 
 namespace CorvelTest {
@@ -29,12 +30,7 @@ QStringList FakeService::calls() const
 
 int FakeService::callCount(const QString& method) const
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    int count = 0;
-    for (const QString& call : m_calls)
-        if (call == method || call.startsWith(method + ':'))
-            ++count;
-    return count;
+    return calls().filter(QRegularExpression("^" + QRegularExpression::escape(method) + "(:|$)")).size();
 }
 
 void FakeService::enter(const std::string& method, const std::string& argument, Failure standing, bool record)
@@ -43,22 +39,16 @@ void FakeService::enter(const std::string& method, const std::string& argument, 
     int delay = 0;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        QString call = QString::fromStdString(method);
-        if (!argument.empty())
-            call += ':' + QString::fromStdString(argument);
         if (record)
-            m_calls << call;
-        auto queued = m_failures.find(method);
-        if (queued != m_failures.end() && !queued->second.empty()) {
-            failure = queued->second.front();
-            queued->second.erase(queued->second.begin());
+            m_calls << QString::fromStdString(argument.empty() ? method : method + ':' + argument);
+        std::vector<Failure>& queued = m_failures[method];
+        if (!queued.empty()) {
+            failure = queued.front();
+            queued.erase(queued.begin());
         }
-        auto pause = m_delays.find(method);
-        if (pause != m_delays.end())
-            delay = pause->second;
+        delay = m_delays[method];
     }
-    if (delay > 0)
-        QThread::msleep(static_cast<unsigned long>(delay));
+    QThread::msleep(static_cast<unsigned long>(delay));
     using namespace apache::thrift;
     if (failure == Failure::Application)
         throw TApplicationException(TApplicationException::INTERNAL_ERROR, "job is locked by another operation");
@@ -125,8 +115,7 @@ void FakeService::retrieveRestorePoints(std::vector<std::string>& result, const 
 {
     enter("retrieveRestorePoints", deviceToken);
     std::lock_guard<std::mutex> lock(m_mutex);
-    auto found = restorePoints.find(deviceToken);
-    result = found == restorePoints.end() ? std::vector<std::string>() : found->second;
+    result = restorePoints[deviceToken];
 }
 
 void FakeService::retrieveMetadata(std::vector<DiskInfo>& result, const std::string&, const std::string&,
@@ -134,8 +123,7 @@ void FakeService::retrieveMetadata(std::vector<DiskInfo>& result, const std::str
 {
     enter("retrieveMetadata", timestamp);
     std::lock_guard<std::mutex> lock(m_mutex);
-    auto found = metadata.find(timestamp);
-    result = found == metadata.end() ? std::vector<DiskInfo>() : found->second;
+    result = metadata[timestamp];
 }
 
 int64_t FakeService::retrieveHyperVRamBytesUsed()

@@ -13,13 +13,11 @@
 namespace CorvelTest {
 
 // In-memory local service with switchable failures and delays, recording what the console asked.
-// Thread-safe: wizard pages call it from pool threads. Fields are set up before use; read the
-// recorded calls with calls() while other threads may still call.
+// Thread-safe (wizard pages call it from pool threads); fields are set up before use.
 class FakeService : public CorvelService::CorvelServiceNull {
 public:
     enum class Failure { None, Application, Transport };
 
-    // Jobs table.
     std::vector<CorvelService::JobDescription> jobs;
     Failure listFailure = Failure::None, actionFailure = Failure::None, settingsFailure = Failure::None;
     int listCalls = 0;
@@ -32,7 +30,6 @@ public:
     int64_t hyperVRamBytesUsed = 0;
     std::vector<CorvelService::VirtualNetwork> networks;
 
-    // Job launch.
     std::string createdJobId = "job-1";
     CorvelService::JobType::type createdType = CorvelService::JobType::FileRecovery;
     std::string createdDescription;

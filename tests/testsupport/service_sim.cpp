@@ -49,6 +49,12 @@ QString ServiceSim::start(const QString& certDir, const QStringList& extraArgume
     return "corvel-service-sim did not report its port; output: " + QString::fromLocal8Bit(output) + log();
 }
 
+QString ServiceSim::startWithCerts(const QString& certDir, const QStringList& extraArguments, int port)
+{
+    const QString error = makeCerts(certDir);
+    return error.isEmpty() ? start(certDir, extraArguments, port) : error;
+}
+
 void ServiceSim::stop()
 {
     if (m_process.state() == QProcess::NotRunning)
@@ -73,10 +79,6 @@ QString ServiceSim::log() const
         return QString();
     return QString::fromUtf8(file.readAll());
 }
-
-} // namespace CorvelTest
-
-namespace CorvelTest {
 
 CorvelService::JobConfiguration ServiceSim::validConfiguration(CorvelService::CorvelServiceIf& service,
                                                                CorvelService::JobType::type type)

@@ -20,6 +20,8 @@ public:
     // Starts the simulator with the pair in certDir on port (0: any free one) and waits for its
     // "listening on" line. Empty on success, else why.
     QString start(const QString& certDir, const QStringList& extraArguments = {}, int port = 0);
+    // makeCerts(certDir), then start().
+    QString startWithCerts(const QString& certDir, const QStringList& extraArguments = {}, int port = 0);
     int port() const { return m_port; }
     // SIGTERM (the simulator saves its state), then kill if it lingers.
     void stop();

@@ -1,109 +1,165 @@
+#include "testsupport/cloud_sim.h"
+#include "testsupport/service_sim.h"
 #include "testsupport/test_paths.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
-// Runs the real console executable against prepared working folders.
+// The real console executable on prepared working folders, and signing in against both
+// simulators (the cloud's sign-in page in the embedded browser needs an X server).
 class TestStartupProcess : public QObject {
     Q_OBJECT
 
-private:
-    struct Run {
-        int exitCode = -1;
-        QString stdErr;
-        QString log;
-    };
-
-    Run runConsole(const QString& workingDir, const QByteArray& config = QByteArray(), bool writeConfig = false)
+    // entry: "LEVEL text" of a whole log line; * stands for any text or level.
+    static bool inLog(const QString& log, const QString& entry)
     {
-        if (writeConfig) {
-            QFile file(workingDir + "/config.json");
-            file.open(QIODevice::WriteOnly);
-            file.write(config);
-        }
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert("CORVEL_WORKING_DIR", workingDir);
-        env.insert("CORVEL_UNATTENDED", "1");
-        env.insert("QT_QPA_PLATFORM", "offscreen");
-        process.setProcessEnvironment(env);
-        process.start(CorvelTest::binDir() + "/corvel", QStringList());
-        if (!process.waitForFinished(60000))
-            process.kill();
-        Run run;
-        run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-        run.stdErr = QString::fromUtf8(process.readAllStandardError());
-        QFile log(workingDir + "/logs/corvel.log");
-        if (log.open(QIODevice::ReadOnly))
-            run.log = QString::fromUtf8(log.readAll());
-        return run;
-    }
-
-    static QString lineFor(const QString& level, const QString& text)
-    {
-        return "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" + level + "\\tTID=\\d+\\t\\([^)]*\\) " +
-               QRegularExpression::escape(text) + "\\r$";
-    }
-
-    static bool hasLine(const QString& log, const QString& level, const QString& text)
-    {
-        const QRegularExpression re(lineFor(level, text), QRegularExpression::MultilineOption);
-        return re.match(log).hasMatch();
+        const QString level = entry.section(' ', 0, 0), text = entry.section(' ', 1);
+        const QString prefix =
+            "^\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3}\\t" + level + "\\tTID=\\d+\\t\\([^)]*\\) ";
+        const QRegularExpression line((level == "*" ? "^.*" : prefix) +
+                                          QRegularExpression::escape(text).replace("\\*", ".*") + "\\r$",
+                                      QRegularExpression::MultilineOption);
+        return line.match(log).hasMatch();
     }
 
 private slots:
-    void missingConfig()
+    void startUp_data()
     {
-        QTemporaryDir dir;
-        const Run run = runConsole(dir.path());
-        QCOMPARE(run.exitCode, 255);
-        QVERIFY2(hasLine(run.log, "INFO", "Logging intialized."), qPrintable(run.log));
-        QVERIFY2(hasLine(run.log, "ERROR", "Failed to load config. Corvel will be closed."), qPrintable(run.log));
-        QVERIFY(run.stdErr.contains("Corvel error: Failed to open config.json file. Please make sure that file exists"));
+        QTest::addColumn<QByteArray>("config"); // "-": no config.json
+        QTest::addColumn<QString>(
+            "setup"); // "logs blocked" by a file, "certs" made, a "protected key", "sign in: USER"
+        // "EXIT n", "STDERR text", "!text" nowhere in the log, else a log line as inLog() takes it
+        QTest::addColumn<QStringList>("expected");
+
+        const QString configFailed = "ERROR Failed to load config. Corvel will be closed.";
+        const QString noClient = "ERROR Failed to create Corvel Service client. Corvel will be closed.";
+        QTest::newRow("no config") << QByteArray("-") << ""
+                                   << QStringList{"EXIT 255", "INFO Logging intialized.", configFailed,
+                                                  "STDERR Corvel error: Failed to open config.json file. Please make "
+                                                  "sure that file exists"};
+        QTest::newRow("unparsable config")
+            << QByteArray("{\"use_software_opengl\": ") << ""
+            << QStringList{"EXIT 255", "* Failed to parse JSON from file %dir/config.json. Error: *", configFailed};
+        QTest::newRow("config not json") << QByteArray("use_software_opengl=true") << ""
+                                         << QStringList{"EXIT 255",
+                                                        "* Failed to parse JSON from file %dir/config.json. Error: *",
+                                                        configFailed};
+        QTest::newRow("logs blocked") << QByteArray("-") << "logs blocked"
+                                      << QStringList{"EXIT 255", "STDERR Failed to initialize logging.\n"};
+        // No service manager here: the three services count as running.
+        QTest::newRow("missing keys use defaults")
+            << QByteArray("{}") << ""
+            << QStringList{"WARN Failed to get value at key  \"use_software_opengl\" . Default value  false  returned.",
+                           "WARN Failed to get value at key  \"disable_services_autostart\" . Default value  false  "
+                           "returned.",
+                           "INFO all running", "!Undefined var"};
+        QTest::newRow("service not running")
+            << QByteArray("{\"disable_services_autostart\": true, \"service_port\": 1}") << "certs"
+            << QStringList{"EXIT 255",
+                           "ERROR Thrift error: *",
+                           "ERROR Failed to connect to Corvel service",
+                           noClient,
+                           "* [Corvel error] Failed to connect to Corvel service, please make sure that the "
+                           "service is installed and running",
+                           "!all running"};
+        // Started from a shell, with a terminal: nothing may be asked there.
+        QTest::newRow("key wants a passphrase")
+            << QByteArray("{\"disable_services_autostart\": true}") << "protected key"
+            << QStringList{"EXIT 255", "ERROR Failed to create SSL socket factory: *", noClient,
+                           "!tolvex-secret-words"};
+        QTest::newRow("token never decodes: three windows, then the dialog and status 0")
+            << QByteArray() << "sign in: broken"
+            << QStringList{"EXIT 0", "ERROR Failed to parse CV token. Corvel will be closed.",
+                           "* [Corvel error] Invalid security token received, Corvel will be closed", "!eyJ"};
+        QTest::newRow("partner signs in") << QByteArray() << "sign in: partner"
+                                          << QStringList{"* reseller_id is presented, user role detected as Partner.",
+                                                         "* Creating main window.", "!eyJ"};
     }
 
-    void brokenConfig_data()
-    {
-        QTest::addColumn<QByteArray>("config");
-        QTest::newRow("unparsable") << QByteArray("{\"use_software_opengl\": ");
-        QTest::newRow("not json") << QByteArray("use_software_opengl=true");
-    }
-
-    void brokenConfig()
+    void startUp()
     {
         QFETCH(QByteArray, config);
+        QFETCH(QString, setup);
+        QFETCH(QStringList, expected);
         QTemporaryDir dir;
-        const Run run = runConsole(dir.path(), config, true);
-        QCOMPARE(run.exitCode, 255);
-        QVERIFY(run.log.contains("Failed to parse JSON from file " + dir.path() + "/config.json. Error: "));
-        QVERIFY(hasLine(run.log, "ERROR", "Failed to load config. Corvel will be closed."));
-    }
+        if (setup == "certs" || setup == "protected key")
+            QCOMPARE(CorvelTest::ServiceSim::makeCerts(dir.path()), QString());
+        const QString key = dir.path() + "/tolvex.key";
+        if (setup == "protected key") {
+            QCOMPARE(QProcess::execute("openssl", {"pkey", "-in", key, "-aes256", "-passout",
+                                                   "pass:tolvex-secret-words", "-out", key + ".new"}),
+                     0);
+            QVERIFY(QFile::remove(key) && QFile::rename(key + ".new", key));
+        }
+        if (setup == "logs blocked")
+            QVERIFY(QFile(dir.path() + "/logs").open(QIODevice::WriteOnly));
+        const bool signIn = setup.startsWith("sign in: ");
+        CorvelTest::ServiceSim service;
+        CorvelTest::CloudSim cloud({"--auto-sign-in", setup.mid(9)});
+        if (signIn) {
+            QCOMPARE(service.startWithCerts(dir.path(), {"--jobs", "3"}), QString());
+            QVERIFY(cloud.start());
+            config = QJsonDocument(QJsonObject{{"use_software_opengl", true},
+                                               {"disable_services_autostart", true},
+                                               {"service_port", service.port()},
+                                               {"auth_url", cloud.authUrl()},
+                                               {"vusk_url", cloud.vuskUrl()}})
+                         .toJson();
+        }
+        QFile file(dir.path() + "/config.json");
+        QVERIFY(config == "-" || (file.open(QIODevice::WriteOnly) && file.write(config) == config.size()));
+        file.close();
 
-    void loggingCannotStart()
-    {
-        QTemporaryDir dir;
-        QFile blocker(dir.path() + "/logs");
-        QVERIFY(blocker.open(QIODevice::WriteOnly));
-        blocker.close();
-        const Run run = runConsole(dir.path());
-        QCOMPARE(run.exitCode, 255);
-        QCOMPARE(run.stdErr, QString("Failed to initialize logging.\n"));
-    }
+        QProcess process;
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("CORVEL_WORKING_DIR", dir.path());
+        env.insert("CORVEL_INSTALL_DIR", dir.path());
+        env.insert("CORVEL_UNATTENDED", "1");
+        env.insert("QT_QPA_PLATFORM", signIn ? "xcb" : "offscreen");
+        process.setProcessEnvironment(env);
+        const QString console = CorvelTest::binDir() + "/corvel";
+        if (setup == "protected key")
+            process.start("script", {"-qec", console, "/dev/null"});
+        else
+            process.start(console, QStringList());
+        QVERIFY(process.waitForStarted());
+        const auto readLog = [&] {
+            QFile log(dir.path() + "/logs/corvel.log");
+            return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+        };
+        const QStringList lines =
+            expected.filter(QRegularExpression("^(?!EXIT |STDERR |!)")).replaceInStrings("%dir", dir.path());
+        const auto allLogged = [&] {
+            const QString log = readLog();
+            return std::all_of(lines.begin(), lines.end(), [&](const QString& line) { return inLog(log, line); });
+        };
+        const QDeadlineTimer deadline(120000);
+        while (process.state() != QProcess::NotRunning && !allLogged() && !deadline.hasExpired())
+            process.waitForFinished(200);
 
-    void missingKeysUseDefaults()
-    {
-        QTemporaryDir dir;
-        const Run run = runConsole(dir.path(), "{}", true);
-        QVERIFY(hasLine(run.log, "WARN",
-                        "Failed to get value at key  \"use_software_opengl\" . Default value  false  returned."));
-        QVERIFY(hasLine(run.log, "WARN",
-                        "Failed to get value at key  \"disable_services_autostart\" . Default value  false  returned."));
-        // No service manager here: the three services count as running.
-        QVERIFY(hasLine(run.log, "INFO", "all running"));
-        QVERIFY2(!run.log.contains("Undefined var"), qPrintable(run.log));
+        const QString log = readLog();
+        for (const QString& entry : expected) {
+            if (entry.startsWith("EXIT ")) {
+                QVERIFY2(process.state() == QProcess::NotRunning || process.waitForFinished(30000), "still running");
+                QCOMPARE(process.exitCode(), entry.mid(5).toInt());
+            } else if (entry.startsWith("STDERR ")) {
+                QVERIFY(QString::fromUtf8(process.readAllStandardError()).contains(entry.mid(7)));
+            } else if (entry.startsWith('!')) {
+                QVERIFY2(!log.contains(entry.mid(1)), qPrintable(entry));
+            }
+        }
+        for (const QString& line : lines)
+            QVERIFY2(inLog(log, line), qPrintable(line + " not in:\n" + log));
+        if (setup == "sign in: broken")
+            QVERIFY(cloud.requests().filter("/authorization/vusk").size() >= 3);
+        process.terminate();
+        process.waitForFinished(10000);
     }
 };
 

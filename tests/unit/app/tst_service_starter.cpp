@@ -1,5 +1,4 @@
 #include "app/service_starter.h"
-#include "core/hyperv_check.h"
 #include "testsupport/log_capture.h"
 
 #include <QApplication>
@@ -9,12 +8,13 @@
 #include <map>
 #include <vector>
 
-Q_DECLARE_METATYPE(std::vector<unsigned long>)
-
 using namespace Corvel;
 using CorvelPlatform::ServiceControl;
 using CorvelPlatform::ServiceHandle;
 using CorvelTest::LogCapture;
+using States = std::vector<unsigned long>; // successive query results; the last one repeats
+
+Q_DECLARE_METATYPE(States)
 
 namespace {
 
@@ -22,14 +22,13 @@ namespace {
 class FakeServiceControl : public ServiceControl {
 public:
     struct Service {
-        std::vector<unsigned long> states; // successive query results; the last one repeats
+        States states;
         size_t next = 0;
         bool startFails = false;
     };
     std::map<std::string, Service> services;
-    std::vector<std::string> opened;
+    QStringList opened;
     int starts = 0;
-    int queries = 0;
     int openHandles = 0;
     unsigned long error = 0;
 
@@ -40,7 +39,7 @@ public:
     }
     ServiceHandle openService(ServiceHandle, const std::string& name) override
     {
-        opened.push_back(name);
+        opened << QString::fromStdString(name);
         auto it = services.find(name);
         if (it == services.end()) {
             error = 1060; // ERROR_SERVICE_DOES_NOT_EXIST
@@ -51,22 +50,16 @@ public:
     }
     bool queryState(ServiceHandle handle, unsigned long& state) override
     {
-        ++queries;
         auto* service = reinterpret_cast<Service*>(handle);
         state = service->states[std::min(service->next, service->states.size() - 1)];
-        if (service->next < service->states.size())
-            ++service->next;
+        service->next += service->next < service->states.size();
         return true;
     }
     bool startService(ServiceHandle handle) override
     {
         ++starts;
-        auto* service = reinterpret_cast<Service*>(handle);
-        if (service->startFails) {
-            error = 1058;
-            return false;
-        }
-        return true;
+        error = 1058;
+        return !reinterpret_cast<Service*>(handle)->startFails;
     }
     void closeHandle(ServiceHandle) override { --openHandles; }
     unsigned long lastError() const override { return error; }
@@ -84,81 +77,53 @@ class TestServiceStarter : public QObject {
 private slots:
     void startServices_data()
     {
-        using States = std::vector<unsigned long>;
         QTest::addColumn<States>("iscsi"); // empty: the service does not exist
         QTest::addColumn<bool>("iscsiStartFails");
         QTest::addColumn<States>("recovery");
+        QTest::addColumn<int>("cancelAt"); // Cancel pressed during this wait (0: never)
         QTest::addColumn<bool>("result");
         QTest::addColumn<int>("sleeps");
         QTest::addColumn<int>("starts");
         QTest::addColumn<QStringList>("opened");
-        QTest::addColumn<int>("logType");
-        QTest::addColumn<QString>("logLine");
+        QTest::addColumn<QString>("logLine"); // of type info when the result is true, else critical
         const QStringList all{"msiscsi", "TolvexRecoveryService", "CorvelService"};
-        QTest::newRow("all running") << States{Running} << false << States{Running} << true << 0 << 0 << all
-                                     << int(QtInfoMsg) << "all running";
+        QTest::newRow("all running") << States{Running} << false << States{Running} << 0 << true << 0 << 0 << all
+                                     << "all running";
         QTest::newRow("stopped one is started")
-            << States{Running} << false << States{Stopped, Stopped, Pending, Pending, Running} << true << 2 << 1 << all
-            << int(QtInfoMsg) << "";
-        QTest::newRow("stuck start-pending")
-            << States{Pending} << false << States{Running} << false << 180 << 0 << all << int(QtCriticalMsg)
-            << "failed to start the service. Waiting time has expired.";
-        QTest::newRow("iscsi missing") << States{} << false << States{Running} << false << 0 << 0
-                                       << QStringList{"msiscsi"} << int(QtCriticalMsg)
+            << States{Running} << false << States{Stopped, Stopped, Pending, Pending, Running} << 0 << true << 2 << 1
+            << all << "";
+        QTest::newRow("stuck start-pending") << States{Pending} << false << States{Running} << 0 << false << 180 << 0
+                                             << all << "failed to start the service. Waiting time has expired.";
+        QTest::newRow("cancelled") << States{Pending} << false << States{Running} << 3 << false << 3 << 0 << all
+                                   << "failed to start the service. Operation is cancelled by user.";
+        QTest::newRow("iscsi missing") << States{} << false << States{Running} << 0 << false << 0 << 0
+                                       << QStringList{"msiscsi"}
                                        << "failed to get handle to msiscsi service. Error=1060";
-        QTest::newRow("start refused") << States{Stopped} << true << States{Running} << false << 0 << 1 << all
-                                       << int(QtCriticalMsg) << "failed to start the service. Error=1058";
+        QTest::newRow("start refused") << States{Stopped} << true << States{Running} << 0 << false << 0 << 1 << all
+                                       << "failed to start the service. Error=1058";
     }
 
     void startServices()
     {
-        using States = std::vector<unsigned long>;
         QFETCH(States, iscsi);
         QFETCH(bool, iscsiStartFails);
         QFETCH(States, recovery);
+        QFETCH(int, cancelAt);
         QFETCH(bool, result);
         QFETCH(int, sleeps);
         QFETCH(int, starts);
         QFETCH(QStringList, opened);
-        QFETCH(int, logType);
         QFETCH(QString, logLine);
         auto control = std::make_shared<FakeServiceControl>();
         if (!iscsi.empty())
             control->services["msiscsi"] = {iscsi, 0, iscsiStartFails};
         control->services["TolvexRecoveryService"] = {recovery};
         control->services["CorvelService"] = {{Running}};
+        QProgressDialog* shown = nullptr;
         int slept = 0;
         ServiceStarter starter(control, [&](int ms) {
             QCOMPARE(ms, 1000);
-            ++slept;
-        });
-        bool dialogShown = false;
-        starter.onDialogShown = [&](QProgressDialog&) { dialogShown = true; };
-        LogCapture log;
-        QCOMPARE(starter.startServices(), result);
-        QCOMPARE(slept, sleeps);
-        QCOMPARE(control->starts, starts);
-        QStringList openedNames;
-        for (const auto& name : control->opened)
-            openedNames << QString::fromStdString(name);
-        QCOMPARE(openedNames, opened);
-        // The dialog appears only when something had to be started.
-        QCOMPARE(dialogShown, result ? starts > 0 : opened.size() == 3);
-        if (!logLine.isEmpty())
-            QVERIFY2(log.contains(QtMsgType(logType), logLine), qPrintable(log.texts().join('\n')));
-        QCOMPARE(control->openHandles, 0);
-    }
-
-    void cancelEndsAtNextPoll()
-    {
-        auto control = std::make_shared<FakeServiceControl>();
-        control->services["msiscsi"] = {{Pending}};
-        control->services["TolvexRecoveryService"] = {{Running}};
-        control->services["CorvelService"] = {{Running}};
-        QProgressDialog* shown = nullptr;
-        int sleeps = 0;
-        ServiceStarter starter(control, [&](int) {
-            if (++sleeps == 3)
+            if (++slept == cancelAt)
                 shown->cancel();
         });
         starter.onDialogShown = [&](QProgressDialog& dialog) {
@@ -168,34 +133,15 @@ private slots:
             QCOMPARE(dialog.maximum(), 3);
         };
         LogCapture log;
-        QVERIFY(!starter.startServices());
-        QCOMPARE(sleeps, 3);
-        QVERIFY(log.contains(QtInfoMsg, "failed to start the service. Operation is cancelled by user."));
-    }
-
-    void hyperV_data()
-    {
-        QTest::addColumn<bool>("present");
-        QTest::addColumn<unsigned long>("state");
-        QTest::addColumn<bool>("running");
-        QTest::newRow("running") << true << Running << true;
-        QTest::newRow("stopped") << true << Stopped << false;
-        QTest::newRow("absent") << false << Running << false;
-    }
-
-    void hyperV()
-    {
-        QFETCH(bool, present);
-        QFETCH(unsigned long, state);
-        QFETCH(bool, running);
-        auto control = std::make_shared<FakeServiceControl>();
-        if (present)
-            control->services["vmms"] = {{state}};
-        LogCapture log;
-        QCOMPARE(isHyperVRunning(*control), running);
-        QCOMPARE(log.contains(QtCriticalMsg,
-                              "failed to get handle to Hyper-V Virtual Machine Management service. Error=1060"),
-                 !present);
+        QCOMPARE(starter.startServices(), result);
+        QCOMPARE(slept, sleeps);
+        QCOMPARE(control->starts, starts);
+        QCOMPARE(control->opened, opened);
+        // The dialog appears only when something had to be started.
+        QCOMPARE(shown != nullptr, result ? starts > 0 : opened.size() == 3);
+        if (!logLine.isEmpty())
+            QVERIFY2(log.contains(result || cancelAt ? QtInfoMsg : QtCriticalMsg, logLine),
+                     qPrintable(log.texts().join('\n')));
         QCOMPARE(control->openHandles, 0);
     }
 };
