@@ -4,7 +4,6 @@
 #include "widgets/date_line_edit_with_buttons_days_move.h"
 #include "widgets/folder_dialog.h"
 #include "widgets/icon_font.h"
-#include "widgets/loader_widget.h"
 
 #include <QAbstractItemView>
 #include <QCalendarWidget>
@@ -17,11 +16,6 @@
 
 using namespace CorvelWidgets;
 
-static void initResources()
-{
-    Q_INIT_RESOURCE(resources);
-}
-
 // The wizard's own controls, driven with mouse and keyboard.
 class TestFormWidgets : public QObject {
     Q_OBJECT
@@ -30,7 +24,7 @@ private:
     IconFont m_iconFont{"velmora-iconfont", {}};
 
 private slots:
-    void initTestCase() { initResources(); }
+    void initTestCase() { Q_INIT_RESOURCE(resources); }
 
     void wizardButton_data()
     {
@@ -144,16 +138,6 @@ private slots:
         }
         QTRY_VERIFY(!calendar->isVisible());
         QCOMPARE(field->text(), picked.toString("M/d/yyyy"));
-    }
-
-    void loader()
-    {
-        LoaderWidget loader;
-        loader.showLoader("Loading clients");
-        QVERIFY(loader.isVisible() && loader.isRunning());
-        QCOMPARE(loader.description(), QString("Loading clients"));
-        loader.hideLoader();
-        QVERIFY(!loader.isVisible() && !loader.isRunning());
     }
 };
 

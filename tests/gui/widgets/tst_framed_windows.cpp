@@ -1,7 +1,8 @@
 #include "core/style_sheet.h"
+#include "testsupport/modal.h"
 #include "widgets/custom_bar_window.h"
-#include "widgets/cv_wizard_button.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/cv_wizard_button.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
@@ -14,18 +15,22 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QSignalSpy>
 #include <QMenu>
 #include <QProxyStyle>
 #include <QPushButton>
 #include <QScreen>
+#include <QSignalSpy>
 #include <QStyleFactory>
 #include <QTest>
-#include <QTimer>
 
 using Corvel::ResizableWindow;
 
 namespace {
+
+CorvelWidgets::IconFont iconFont()
+{
+    return CorvelWidgets::IconFont("velmora-iconfont", {});
+}
 
 // QTest::mouseMove does not deliver a move with a pressed button on every platform.
 void moveWithButton(QWidget* widget, QPoint to, Qt::MouseButtons buttons = Qt::LeftButton)
@@ -44,11 +49,30 @@ public:
     int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                   QStyleHintReturn* data) const override
     {
-        if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
-            return 1;
-        return QProxyStyle::styleHint(hint, option, widget, data);
+        return hint == SH_DialogButtonBox_ButtonsHaveIcons ? 1 : QProxyStyle::styleHint(hint, option, widget, data);
     }
 };
+
+// What is wrong with a shown message box; empty when nothing is.
+QString boxProblem(QMessageBox* box, QMessageBox::StandardButton preferred)
+{
+    if (box->objectName() != "message_box")
+        return "object name " + box->objectName();
+    for (QAbstractButton* button : box->buttons())
+        if (!button->icon().isNull())
+            return "stock icon on " + button->text();
+    const QImage image = box->grab().toImage();
+    for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
+                             QPoint(image.width() / 2, image.height() - 1)})
+        if (image.pixelColor(at) != CorvelWidgets::DialogStyle::borderColor())
+            return QString("no border at %1,%2").arg(at.x()).arg(at.y());
+    QAbstractButton* expected = box->button(preferred);
+    if (box->defaultButton() != expected)
+        return "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
+    if (!QTest::qWaitFor([&] { return QApplication::focusWidget() == expected; }, 2000))
+        return "the default button never got the focus";
+    return {};
+}
 
 } // namespace
 
@@ -65,7 +89,12 @@ private slots:
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
-    void cleanup() { m_window.reset(); }
+
+    void cleanup()
+    {
+        CorvelTest::forgetModalWaits();
+        m_window.reset();
+    }
 
     void maximizeToggles_data()
     {
@@ -87,10 +116,9 @@ private slots:
         toggle();
         QVERIFY(m_window->isMaximized());
         QCOMPARE(m_window->geometry(), m_window->screen()->availableGeometry());
-        QCOMPARE(maximizeIcon(), QString(":/res/restore_down.svg"));
+        QCOMPARE(maximizeLook(), QString("Restore down :/res/restore_down.svg"));
         toggle();
-        QVERIFY(!m_window->isMaximized());
-        QCOMPARE(maximizeIcon(), QString(":/res/maximize.svg"));
+        QCOMPARE(maximizeLook(), QString("Maximize :/res/maximize.svg"));
         QCOMPARE(m_window->geometry(), QRect(50, 60, 500, 300));
     }
 
@@ -114,9 +142,8 @@ private slots:
             m_window->toggleMaximized();
         QTest::mousePress(bar, Qt::LeftButton, Qt::NoModifier, QPoint(100, 10));
         moveWithButton(bar, QPoint(130, 25));
-        QVERIFY(!m_window->isMaximized());
         QCOMPARE(m_window->geometry(), QRect(afterFirstMove, QSize(500, 300)));
-        QCOMPARE(maximizeIcon(), QString(":/res/maximize.svg"));
+        QCOMPARE(maximizeLook(), QString("Maximize :/res/maximize.svg"));
         moveWithButton(bar, QPoint(20, 5));
         QCOMPARE(m_window->pos(), afterSecondMove);
 
@@ -127,7 +154,7 @@ private slots:
 
     void customBarWindow()
     {
-        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
+        Corvel::CustomBarWindow dialog(iconFont());
         dialog.setTitle("Recovery Type");
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
@@ -144,11 +171,25 @@ private slots:
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }
 
+    void iconOnlyControlsAreNamed()
+    {
+        auto* bar = m_window->titleBar();
+        Corvel::CustomBarWindow dialog(iconFont());
+        const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
+                                                              {bar->maximizeButton(), "Maximize"},
+                                                              {bar->closeButton(), "Close"},
+                                                              {dialog.closeButton(), "Close"}};
+        for (const auto& [button, name] : controls) {
+            QCOMPARE(button->accessibleName(), name);
+            QCOMPARE(button->toolTip(), name);
+            QVERIFY(button->focusPolicy() & Qt::TabFocus);
+        }
+    }
+
     void pictureTag_data()
     {
         QTest::addColumn<double>("scale");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("100 %") << 1.0 << "<img src=:/res/orbex-recover.png>";
         QTest::newRow("a 100 dpi screen keeps the plain picture") << 100 / 96.0 << "<img src=:/res/orbex-recover.png>";
         QTest::newRow("150 %") << 1.5 << "<img src=:/res/orbex-recover@2x.png height=36>";
         QTest::newRow("200 %") << 2.0 << "<img src=:/res/orbex-recover@2x.png height=48>";
@@ -165,45 +206,49 @@ private slots:
     void plainCornersWithoutCompositor()
     {
         QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
-        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
-        CorvelWidgets::UserMenuButton button(CorvelWidgets::IconFont("velmora-iconfont", {}));
+        Corvel::CustomBarWindow dialog(iconFont());
+        CorvelWidgets::UserMenuButton button(iconFont());
         for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(button.userMenu())}) {
             QVERIFY(!window->testAttribute(Qt::WA_TranslucentBackground));
             QCOMPARE(window->property("plainCorners").toBool(), true);
         }
     }
 
-    void messageBoxLook()
+    // The real box, not the unattended seam, under a style that would add stock icons.
+    void messageBox_data()
     {
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("preferred");
+        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
+        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
+        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
+        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
+    }
+
+    void messageBox()
+    {
+        QFETCH(int, flags);
+        QFETCH(int, preferred);
         QString failure = "no message box was shown";
-        QTimer::singleShot(100, [&] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            failure.clear();
-            if (box->objectName() != "message_box")
-                failure = "object name " + box->objectName();
-            for (QAbstractButton* button : box->buttons())
-                if (!button->icon().isNull())
-                    failure = "stock icon on " + button->text();
-            const QImage image = box->grab().toImage();
-            const QColor border = CorvelWidgets::DialogStyle::borderColor();
-            for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
-                                     QPoint(image.width() / 2, image.height() - 1)})
-                if (image.pixelColor(at) != border)
-                    failure = QString("no border at %1,%2").arg(at.x()).arg(at.y());
-            box->button(QMessageBox::No)->click();
+        CorvelTest::whenModal([&](QWidget* modal) {
+            auto* box = qobject_cast<QMessageBox*>(modal);
+            failure = box ? boxProblem(box, QMessageBox::StandardButton(preferred)) : "not a message box";
+            QTest::keyClick(modal, Qt::Key_Return);
+            if (modal->isVisible())
+                static_cast<QDialog*>(modal)->reject();
         });
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Question;
         request.title = "Corvel";
-        request.text = "Do you want to cancel it?";
+        request.text = "Update downloading in process";
         request.buttons = QMessageBox::Yes | QMessageBox::No;
+        request.defaultButton = QMessageBox::StandardButton(preferred);
+        request.flags = Qt::WindowFlags(flags);
         QApplication::setStyle(new ButtonIconsStyle);
         const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
         QApplication::setStyle(QStyleFactory::create("fusion"));
-        QCOMPARE(answer, QMessageBox::No);
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(int(answer), preferred);
     }
 
     // A framed window opens with its first input (else its primary button) focused; Return there
@@ -230,16 +275,14 @@ private slots:
             content = framed->contentLayout();
             window.reset(framed);
         } else {
-            auto* framed = new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {}));
+            auto* framed = new Corvel::CustomBarWindow(iconFont());
             content = framed->contentLayout();
             window.reset(framed);
         }
-        auto* secondary = new QPushButton("Back", window.get());
-        content->addWidget(secondary);
+        content->addWidget(new QPushButton("Back"));
         if (withInput)
-            content->addWidget(new QLineEdit(window.get()));
-        auto* primary = new QPushButton("Next", window.get());
-        primary->setObjectName("button_primary");
+            content->addWidget(new QLineEdit);
+        auto* primary = new QPushButton("Next");
         primary->setDefault(true);
         content->addWidget(primary);
         QSignalSpy pressed(primary, &QPushButton::clicked);
@@ -248,14 +291,10 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
 
         QWidget* focused = QApplication::focusWidget();
-        QVERIFY(focused);
-        QCOMPARE(focused->metaObject()->className(), withInput ? "QLineEdit" : "QPushButton");
-        if (!withInput)
-            QCOMPARE(focused, static_cast<QWidget*>(primary));
+        QVERIFY(withInput ? qobject_cast<QLineEdit*>(focused) != nullptr : focused == primary);
         QTest::keyClick(focused, Qt::Key_Return);
         QVERIFY(window->isVisible());
         QCOMPARE(pressed.count(), 1);
-
         for (auto* close : window->findChildren<QPushButton*>()) {
             if (close->accessibleName() != "Close")
                 continue;
@@ -264,49 +303,6 @@ private slots:
             QTest::keyClick(close, Qt::Key_Return);
             QVERIFY(window->isVisible());
         }
-    }
-
-    // The real box, not the unattended seam: the requested default has the focus and Return answers it.
-    void messageBoxDefault_data()
-    {
-        QTest::addColumn<int>("flags");
-        QTest::addColumn<int>("preferred");
-        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
-        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
-        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
-        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
-    }
-
-    void messageBoxDefault()
-    {
-        QFETCH(int, flags);
-        QFETCH(int, preferred);
-        QString failure = "no message box was shown";
-        QTimer::singleShot(100, [&] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            failure.clear();
-            QAbstractButton* expected = box->button(static_cast<QMessageBox::StandardButton>(preferred));
-            if (box->defaultButton() != expected)
-                failure = "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
-            else if (QApplication::focusWidget() != expected)
-                failure = "focus on " + (QApplication::focusWidget() ? QApplication::focusWidget()->objectName() +
-                                                                           " " + QApplication::focusWidget()->metaObject()->className()
-                                                                     : QString("nothing"));
-            QTest::keyClick(box, Qt::Key_Return);
-            if (box->isVisible())
-                box->reject();
-        });
-        CorvelWidgets::MessageBox::Request request;
-        request.icon = QMessageBox::Information;
-        request.text = "Update downloading in process";
-        request.buttons = QMessageBox::Yes | QMessageBox::No;
-        request.defaultButton = static_cast<QMessageBox::StandardButton>(preferred);
-        request.flags = Qt::WindowFlags(flags);
-        const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        QCOMPARE(int(answer), preferred);
     }
 
     // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
@@ -332,15 +328,15 @@ private slots:
         QFETCH(QColor, ring);
         QFETCH(bool, outlined);
         QFETCH(bool, padded);
-        const QString sheet = styleTemplate();
-        QVERIFY(!sheet.isEmpty());
-        qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
+        QFile sheet(":/res/styles.qss");
+        QVERIFY(sheet.open(QIODevice::ReadOnly));
+        qApp->setStyleSheet(Corvel::processStyleSheet(QString::fromUtf8(sheet.readAll()), 1.0));
         QWidget page;
         auto* layout = new QHBoxLayout(&page);
-        auto* other = new QPushButton("Other", &page);
+        auto* other = new QPushButton("Other");
         QWidget* button = objectName == "wizard_button"
-                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}, &page))
-                              : new QPushButton("Focus", &page);
+                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}))
+                              : new QPushButton("Focus");
         button->setObjectName(objectName);
         layout->addWidget(other);
         layout->addWidget(button);
@@ -370,31 +366,12 @@ private slots:
         qApp->setStyleSheet(QString());
     }
 
-    void iconOnlyControlsAreNamed()
-    {
-        auto* bar = m_window->titleBar();
-        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
-        const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
-                                                              {bar->maximizeButton(), "Maximize"},
-                                                              {bar->closeButton(), "Close"},
-                                                              {dialog.closeButton(), "Close"}};
-        for (const auto& [button, name] : controls) {
-            QCOMPARE(button->accessibleName(), name);
-            QCOMPARE(button->toolTip(), name);
-            QVERIFY(button->focusPolicy() & Qt::TabFocus);
-        }
-        m_window->toggleMaximized();
-        QCOMPARE(bar->maximizeButton()->accessibleName(), QString("Restore down"));
-    }
-
 private:
-    static QString styleTemplate()
+    QString maximizeLook() const
     {
-        QFile file(":/res/styles.qss");
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        const QPushButton* button = m_window->titleBar()->maximizeButton();
+        return button->accessibleName() + " " + button->property("iconResource").toString();
     }
-
-    QString maximizeIcon() const { return m_window->titleBar()->maximizeButton()->property("iconResource").toString(); }
 
     std::unique_ptr<ResizableWindow> m_window;
 };
