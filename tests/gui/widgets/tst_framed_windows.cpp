@@ -1,27 +1,14 @@
-#include "core/style_sheet.h"
 #include "testsupport/modal.h"
 #include "widgets/custom_bar_window.h"
 #include "widgets/cv_title_bar.h"
-#include "widgets/cv_wizard_button.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
-#include "widgets/picture_tag.h"
 #include "widgets/resizable_window.h"
 #include "widgets/user_menu_button.h"
 
-#include <QApplication>
-#include <QFile>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QLineEdit>
-#include <QMenu>
-#include <QProxyStyle>
-#include <QPushButton>
-#include <QScreen>
-#include <QSignalSpy>
-#include <QStyleFactory>
-#include <QTest>
+#include <QtTest>
+#include <QtWidgets>
 
 using Corvel::ResizableWindow;
 
@@ -39,28 +26,11 @@ void moveWithButton(QWidget* widget, QPoint to, Qt::MouseButtons buttons = Qt::L
     QApplication::sendEvent(widget, &move);
 }
 
-// A desktop style that puts its stock pictures on dialog buttons, as several Linux desktops do.
-class ButtonIconsStyle : public QProxyStyle {
-public:
-    ButtonIconsStyle()
-        : QProxyStyle(QStyleFactory::create("fusion"))
-    {
-    }
-    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                  QStyleHintReturn* data) const override
-    {
-        return hint == SH_DialogButtonBox_ButtonsHaveIcons ? 1 : QProxyStyle::styleHint(hint, option, widget, data);
-    }
-};
-
 // What is wrong with a shown message box; empty when nothing is.
 QString boxProblem(QMessageBox* box, QMessageBox::StandardButton preferred)
 {
     if (box->objectName() != "message_box")
         return "object name " + box->objectName();
-    for (QAbstractButton* button : box->buttons())
-        if (!button->icon().isNull())
-            return "stock icon on " + button->text();
     const QImage image = box->grab().toImage();
     for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
                              QPoint(image.width() / 2, image.height() - 1)})
@@ -152,9 +122,12 @@ private slots:
         QCOMPARE(m_window->pos(), afterSecondMove);
     }
 
+    // The dialog frame: its title, a drag on its stripe, named icon-only controls, plain corners
+    // (nothing composites windows here: translucent edges would be black) and Close rejecting it.
     void customBarWindow()
     {
         Corvel::CustomBarWindow dialog(iconFont());
+        CorvelWidgets::UserMenuButton userMenu(iconFont());
         dialog.setTitle("Recovery Type");
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
@@ -166,15 +139,7 @@ private slots:
         QTest::mouseRelease(stripe, Qt::LeftButton, Qt::NoModifier, QPoint(40, 25));
         QCOMPARE(dialog.pos(), before + QPoint(30, 20));
 
-        QTest::mouseClick(dialog.findChild<QPushButton*>("wizard_close_button"), Qt::LeftButton);
-        QVERIFY(!dialog.isVisible());
-        QCOMPARE(dialog.result(), int(QDialog::Rejected));
-    }
-
-    void iconOnlyControlsAreNamed()
-    {
         auto* bar = m_window->titleBar();
-        Corvel::CustomBarWindow dialog(iconFont());
         const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
                                                               {bar->maximizeButton(), "Maximize"},
                                                               {bar->closeButton(), "Close"},
@@ -184,37 +149,17 @@ private slots:
             QCOMPARE(button->toolTip(), name);
             QVERIFY(button->focusPolicy() & Qt::TabFocus);
         }
-    }
-
-    void pictureTag_data()
-    {
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("a 100 dpi screen keeps the plain picture") << 100 / 96.0 << "<img src=:/res/orbex-recover.png>";
-        QTest::newRow("150 %") << 1.5 << "<img src=:/res/orbex-recover@2x.png height=36>";
-        QTest::newRow("200 %") << 2.0 << "<img src=:/res/orbex-recover@2x.png height=48>";
-    }
-
-    void pictureTag()
-    {
-        QFETCH(double, scale);
-        QFETCH(QString, expected);
-        QCOMPARE(CorvelWidgets::pictureTag(":/res/orbex-recover.png", 24, scale), expected);
-    }
-
-    // Nothing composites windows here: translucent edges would be black, so none are asked for.
-    void plainCornersWithoutCompositor()
-    {
         QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
-        Corvel::CustomBarWindow dialog(iconFont());
-        CorvelWidgets::UserMenuButton button(iconFont());
-        for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(button.userMenu())}) {
+        for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(userMenu.userMenu())}) {
             QVERIFY(!window->testAttribute(Qt::WA_TranslucentBackground));
             QCOMPARE(window->property("plainCorners").toBool(), true);
         }
+        QTest::mouseClick(dialog.closeButton(), Qt::LeftButton);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }
 
-    // The real box, not the unattended seam, under a style that would add stock icons.
+    // The real box, not the unattended seam: framed, and Return answers the requested default.
     void messageBox_data()
     {
         QTest::addColumn<int>("flags");
@@ -244,9 +189,7 @@ private slots:
         request.buttons = QMessageBox::Yes | QMessageBox::No;
         request.defaultButton = QMessageBox::StandardButton(preferred);
         request.flags = Qt::WindowFlags(flags);
-        QApplication::setStyle(new ButtonIconsStyle);
         const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
-        QApplication::setStyle(QStyleFactory::create("fusion"));
         QVERIFY2(failure.isEmpty(), qPrintable(failure));
         QCOMPARE(int(answer), preferred);
     }
@@ -268,17 +211,10 @@ private slots:
         QFETCH(bool, resizable);
         QFETCH(bool, withInput);
         m_window.reset();
-        std::unique_ptr<QDialog> window;
-        QVBoxLayout* content = nullptr;
-        if (resizable) {
-            auto* framed = new ResizableWindow;
-            content = framed->contentLayout();
-            window.reset(framed);
-        } else {
-            auto* framed = new Corvel::CustomBarWindow(iconFont());
-            content = framed->contentLayout();
-            window.reset(framed);
-        }
+        std::unique_ptr<QDialog> window(resizable ? static_cast<QDialog*>(new ResizableWindow)
+                                                  : new Corvel::CustomBarWindow(iconFont()));
+        QVBoxLayout* content = resizable ? static_cast<ResizableWindow*>(window.get())->contentLayout()
+                                         : static_cast<Corvel::CustomBarWindow*>(window.get())->contentLayout();
         content->addWidget(new QPushButton("Back"));
         if (withInput)
             content->addWidget(new QLineEdit);
@@ -303,67 +239,6 @@ private slots:
             QTest::keyClick(close, Qt::Key_Return);
             QVERIFY(window->isVisible());
         }
-    }
-
-    // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
-    void focusRing_data()
-    {
-        QTest::addColumn<QString>("objectName");
-        QTest::addColumn<QColor>("ring");
-        QTest::addColumn<bool>("outlined"); // the ring colour is its border anyway; focus fills it
-        QTest::addColumn<bool>("padded");   // room to see a stock focus rectangle inside the ring
-        QTest::newRow("plain button") << QString() << QColor("#FF6e21") << false << false;
-        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21") << false << false;
-        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21") << false << false;
-        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224") << false << false;
-        QTest::newRow("toolbox button") << "toolbox_tile_label" << QColor("#FF6e21") << true << true;
-        QTest::newRow("job row button") << "job_action_button" << QColor("#FF6e21") << false << true;
-        QTest::newRow("job row wait button") << "job_action_button_empty" << QColor("#FF6e21") << false << true;
-        QTest::newRow("recovery type tile") << "wizard_button" << QColor("#FF6e21") << false << false;
-    }
-
-    void focusRing()
-    {
-        QFETCH(QString, objectName);
-        QFETCH(QColor, ring);
-        QFETCH(bool, outlined);
-        QFETCH(bool, padded);
-        QFile sheet(":/res/styles.qss");
-        QVERIFY(sheet.open(QIODevice::ReadOnly));
-        qApp->setStyleSheet(Corvel::processStyleSheet(QString::fromUtf8(sheet.readAll()), 1.0));
-        QWidget page;
-        auto* layout = new QHBoxLayout(&page);
-        auto* other = new QPushButton("Other");
-        QWidget* button = objectName == "wizard_button"
-                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}))
-                              : new QPushButton("Focus");
-        button->setObjectName(objectName);
-        layout->addWidget(other);
-        layout->addWidget(button);
-        page.show();
-        QApplication::setActiveWindow(&page);
-        QVERIFY(QTest::qWaitForWindowActive(&page));
-
-        // The ring, and inside it only the fill: no stock focus rectangle of the style.
-        const auto edge = [&] {
-            const QImage image = button->grab().toImage();
-            const int y = image.height() / 2;
-            for (int x = 2; padded && x < 7; ++x)
-                if (image.pixelColor(x, y) != image.pixelColor(2, y))
-                    return QColor(Qt::transparent);
-            return image.pixelColor(0, y);
-        };
-        const auto fill = [&] { return button->grab().toImage().pixelColor(3, 3); };
-        other->setFocus(Qt::TabFocusReason);
-        QTRY_VERIFY(!button->hasFocus());
-        QCOMPARE(edge() == ring, outlined);
-        const QColor unfocusedFill = fill();
-        QTest::keyClick(other, Qt::Key_Tab);
-        QVERIFY(button->hasFocus());
-        QCOMPARE(edge(), ring);
-        if (outlined)
-            QVERIFY(fill() != unfocusedFill);
-        qApp->setStyleSheet(QString());
     }
 
 private:

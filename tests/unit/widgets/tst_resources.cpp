@@ -3,11 +3,7 @@
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
 
-#include <QFile>
-#include <QFontDatabase>
-#include <QImageReader>
-#include <QRawFont>
-#include <QRegularExpression>
+#include <QtGui>
 #include <QtTest>
 
 using CorvelWidgets::IconFont;
