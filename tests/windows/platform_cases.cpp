@@ -1,6 +1,6 @@
 // Runs the Windows platform layer against what Wine provides: one line per case, then a count.
-// scripts/test-windows prepares the prefix (registry values, the test service) and passes what the
-// cases compare against.
+// scripts/test-windows prepares the prefix (registry values, this program registered as a service
+// with --serve) and passes what the cases compare against.
 #include "platform/platform.h"
 
 #include <shlobj.h>
@@ -156,21 +156,50 @@ std::string handOffCase()
                                                                : std::string();
 }
 
-Options parse(int argc, char** argv)
+// --serve: a service that does nothing but run until it is told to stop.
+SERVICE_STATUS_HANDLE g_status = nullptr;
+HANDLE g_stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+
+void report(DWORD state)
 {
-    Options options{{"--drives", ""}, {"--meminfo-kb", "0"}, {"--service", ""}};
-    for (int i = 1; i < argc; ++i) {
-        const std::string name = argv[i];
-        options[name] = name != "--no-ui" && i + 1 < argc ? argv[++i] : "";
-    }
-    return options;
+    SERVICE_STATUS status{};
+    status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
+    status.dwCurrentState = state;
+    status.dwControlsAccepted = state == SERVICE_RUNNING ? SERVICE_ACCEPT_STOP : 0;
+    SetServiceStatus(g_status, &status);
+}
+
+void WINAPI serviceMain(DWORD, wchar_t**)
+{
+    g_status = RegisterServiceCtrlHandlerExW(
+        L"",
+        [](DWORD code, DWORD, void*, void*) -> DWORD {
+            if (code == SERVICE_CONTROL_STOP) {
+                report(SERVICE_STOP_PENDING);
+                SetEvent(g_stop);
+            }
+            return NO_ERROR;
+        },
+        nullptr);
+    report(SERVICE_RUNNING);
+    WaitForSingleObject(g_stop, INFINITE);
+    report(SERVICE_STOPPED);
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const Options options = parse(argc, argv);
+    if (argc == 2 && std::string(argv[1]) == "--serve") {
+        wchar_t name[] = L"";
+        SERVICE_TABLE_ENTRYW table[] = {{name, serviceMain}, {nullptr, nullptr}};
+        return StartServiceCtrlDispatcherW(table) ? 0 : 1;
+    }
+    Options options{{"--drives", ""}, {"--meminfo-kb", "0"}, {"--service", ""}};
+    for (int i = 1; i < argc; ++i) {
+        const std::string name = argv[i];
+        options[name] = name != "--no-ui" && i + 1 < argc ? argv[++i] : "";
+    }
     using Status = RegistryResult::Status;
     const std::vector<std::pair<const char*, Case>> cases = {
         {"registry: non-ASCII WorkingDir read back exactly",

@@ -1,11 +1,11 @@
 #include "testsupport/modal.h"
 #include "widgets/custom_bar_window.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/cv_wizard_button.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
 #include "widgets/resizable_window.h"
-#include "widgets/user_menu_button.h"
 
 #include <QtTest>
 #include <QtWidgets>
@@ -14,34 +14,11 @@ using Corvel::ResizableWindow;
 
 namespace {
 
-CorvelWidgets::IconFont iconFont()
-{
-    return CorvelWidgets::IconFont("velmora-iconfont", {});
-}
-
 // QTest::mouseMove does not deliver a move with a pressed button on every platform.
 void moveWithButton(QWidget* widget, QPoint to, Qt::MouseButtons buttons = Qt::LeftButton)
 {
     QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(to), Qt::NoButton, buttons, Qt::NoModifier);
     QApplication::sendEvent(widget, &move);
-}
-
-// What is wrong with a shown message box; empty when nothing is.
-QString boxProblem(QMessageBox* box, QMessageBox::StandardButton preferred)
-{
-    if (box->objectName() != "message_box")
-        return "object name " + box->objectName();
-    const QImage image = box->grab().toImage();
-    for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
-                             QPoint(image.width() / 2, image.height() - 1)})
-        if (image.pixelColor(at) != CorvelWidgets::DialogStyle::borderColor())
-            return QString("no border at %1,%2").arg(at.x()).arg(at.y());
-    QAbstractButton* expected = box->button(preferred);
-    if (box->defaultButton() != expected)
-        return "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
-    if (!QTest::qWaitFor([&] { return QApplication::focusWidget() == expected; }, 2000))
-        return "the default button never got the focus";
-    return {};
 }
 
 } // namespace
@@ -126,8 +103,7 @@ private slots:
     // (nothing composites windows here: translucent edges would be black) and Close rejecting it.
     void customBarWindow()
     {
-        Corvel::CustomBarWindow dialog(iconFont());
-        CorvelWidgets::UserMenuButton userMenu(iconFont());
+        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
         dialog.setTitle("Recovery Type");
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
@@ -150,10 +126,8 @@ private slots:
             QVERIFY(button->focusPolicy() & Qt::TabFocus);
         }
         QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
-        for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(userMenu.userMenu())}) {
-            QVERIFY(!window->testAttribute(Qt::WA_TranslucentBackground));
-            QCOMPARE(window->property("plainCorners").toBool(), true);
-        }
+        QVERIFY(!dialog.testAttribute(Qt::WA_TranslucentBackground));
+        QCOMPARE(dialog.property("plainCorners").toBool(), true);
         QTest::mouseClick(dialog.closeButton(), Qt::LeftButton);
         QVERIFY(!dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
@@ -174,24 +148,27 @@ private slots:
     {
         QFETCH(int, flags);
         QFETCH(int, preferred);
-        QString failure = "no message box was shown";
+        QString pressed = "no message box was shown";
+        QColor edge;
         CorvelTest::whenModal([&](QWidget* modal) {
-            auto* box = qobject_cast<QMessageBox*>(modal);
-            failure = box ? boxProblem(box, QMessageBox::StandardButton(preferred)) : "not a message box";
-            QTest::keyClick(modal, Qt::Key_Return);
+            edge = modal->grab().toImage().pixelColor(0, 10);
+            QTest::qWaitFor([&] { return modal->isAncestorOf(QApplication::focusWidget()); }, 2000);
+            QWidget* focused = QApplication::focusWidget();
+            pressed = focused ? focused->property("text").toString().remove('&') : "nothing focused";
+            QTest::keyClick(focused ? focused : modal, Qt::Key_Return);
             if (modal->isVisible())
                 static_cast<QDialog*>(modal)->reject();
         });
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Question;
-        request.title = "Corvel";
         request.text = "Update downloading in process";
         request.buttons = QMessageBox::Yes | QMessageBox::No;
         request.defaultButton = QMessageBox::StandardButton(preferred);
         request.flags = Qt::WindowFlags(flags);
         const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(pressed, QString(preferred == QMessageBox::Yes ? "Yes" : "No"));
         QCOMPARE(int(answer), preferred);
+        QCOMPARE(edge, CorvelWidgets::DialogStyle::borderColor());
     }
 
     // A framed window opens with its first input (else its primary button) focused; Return there
@@ -211,8 +188,9 @@ private slots:
         QFETCH(bool, resizable);
         QFETCH(bool, withInput);
         m_window.reset();
-        std::unique_ptr<QDialog> window(resizable ? static_cast<QDialog*>(new ResizableWindow)
-                                                  : new Corvel::CustomBarWindow(iconFont()));
+        std::unique_ptr<QDialog> window(
+            resizable ? static_cast<QDialog*>(new ResizableWindow)
+                      : new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {})));
         QVBoxLayout* content = resizable ? static_cast<ResizableWindow*>(window.get())->contentLayout()
                                          : static_cast<Corvel::CustomBarWindow*>(window.get())->contentLayout();
         content->addWidget(new QPushButton("Back"));
@@ -239,6 +217,47 @@ private slots:
             QTest::keyClick(close, Qt::Key_Return);
             QVERIFY(window->isVisible());
         }
+    }
+
+    // A recovery type tile answers a click anywhere on it and the keys of a button.
+    void wizardButton_data()
+    {
+        QTest::addColumn<QString>("input");
+        for (const char* input : {"click on the tile", "click on the description", "space", "return", "enter"})
+            QTest::newRow(input) << input;
+    }
+
+    void wizardButton()
+    {
+        QFETCH(QString, input);
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        auto* before = new QPushButton("before");
+        auto* tile =
+            new CorvelWidgets::CvWizardButton("Recover Files", "Mount the selected<br/>recovery point", QIcon());
+        layout->addWidget(before);
+        layout->addWidget(tile);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QSignalSpy clicked(tile, &CorvelWidgets::CvWizardButton::clicked);
+        if (input == "click on the tile") {
+            QTest::mouseClick(tile, Qt::LeftButton);
+        } else if (input == "click on the description") {
+            // Through the window, as a real mouse press reaches the label under the pointer first.
+            auto* label = tile->findChild<QLabel*>("wizard_button_description");
+            const QPoint at = label->mapTo(&window, label->rect().center());
+            QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
+        } else {
+            before->setFocus();
+            QTest::keyClick(before, Qt::Key_Tab);
+            QVERIFY(tile->hasFocus());
+            const Qt::Key key = input == "space" ? Qt::Key_Space : input == "return" ? Qt::Key_Return : Qt::Key_Enter;
+            QTest::keyClick(QApplication::focusWidget(), key);
+        }
+        QCOMPARE(clicked.size(), 1);
+        QCOMPARE(tile->accessibleName(), QString("Recover Files"));
+        QCOMPARE(tile->accessibleDescription(), QString("Mount the selected recovery point"));
     }
 
 private:

@@ -89,14 +89,6 @@ private slots:
         QCOMPARE(describe(session.userData()), user);
         QCOMPARE(log.texts(), logLines);
     }
-
-    void logoutUrl()
-    {
-        QCOMPARE(AuthSession::logoutUrl("http://127.0.0.1:8123/authorization/vusk"),
-                 QString("http://127.0.0.1:8123/auth/logout"));
-        QCOMPARE(AuthSession::logoutUrl("https://h/authorization/vusk/x/authorization/vusk"),
-                 QString("https://h//x/auth/logout"));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestAuthSession)
