@@ -1,27 +1,14 @@
-#include "core/style_sheet.h"
+#include "testsupport/modal.h"
 #include "widgets/custom_bar_window.h"
-#include "widgets/cv_wizard_button.h"
 #include "widgets/cv_title_bar.h"
+#include "widgets/cv_wizard_button.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
-#include "widgets/picture_tag.h"
 #include "widgets/resizable_window.h"
-#include "widgets/user_menu_button.h"
 
-#include <QApplication>
-#include <QFile>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QLineEdit>
-#include <QSignalSpy>
-#include <QMenu>
-#include <QProxyStyle>
-#include <QPushButton>
-#include <QScreen>
-#include <QStyleFactory>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
+#include <QtWidgets>
 
 using Corvel::ResizableWindow;
 
@@ -33,22 +20,6 @@ void moveWithButton(QWidget* widget, QPoint to, Qt::MouseButtons buttons = Qt::L
     QMouseEvent move(QEvent::MouseMove, to, widget->mapToGlobal(to), Qt::NoButton, buttons, Qt::NoModifier);
     QApplication::sendEvent(widget, &move);
 }
-
-// A desktop style that puts its stock pictures on dialog buttons, as several Linux desktops do.
-class ButtonIconsStyle : public QProxyStyle {
-public:
-    ButtonIconsStyle()
-        : QProxyStyle(QStyleFactory::create("fusion"))
-    {
-    }
-    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                  QStyleHintReturn* data) const override
-    {
-        if (hint == SH_DialogButtonBox_ButtonsHaveIcons)
-            return 1;
-        return QProxyStyle::styleHint(hint, option, widget, data);
-    }
-};
 
 } // namespace
 
@@ -65,7 +36,12 @@ private slots:
         m_window->show();
         QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
     }
-    void cleanup() { m_window.reset(); }
+
+    void cleanup()
+    {
+        CorvelTest::forgetModalWaits();
+        m_window.reset();
+    }
 
     void maximizeToggles_data()
     {
@@ -87,10 +63,9 @@ private slots:
         toggle();
         QVERIFY(m_window->isMaximized());
         QCOMPARE(m_window->geometry(), m_window->screen()->availableGeometry());
-        QCOMPARE(maximizeIcon(), QString(":/res/restore_down.svg"));
+        QCOMPARE(maximizeLook(), QString("Restore down :/res/restore_down.svg"));
         toggle();
-        QVERIFY(!m_window->isMaximized());
-        QCOMPARE(maximizeIcon(), QString(":/res/maximize.svg"));
+        QCOMPARE(maximizeLook(), QString("Maximize :/res/maximize.svg"));
         QCOMPARE(m_window->geometry(), QRect(50, 60, 500, 300));
     }
 
@@ -114,9 +89,8 @@ private slots:
             m_window->toggleMaximized();
         QTest::mousePress(bar, Qt::LeftButton, Qt::NoModifier, QPoint(100, 10));
         moveWithButton(bar, QPoint(130, 25));
-        QVERIFY(!m_window->isMaximized());
         QCOMPARE(m_window->geometry(), QRect(afterFirstMove, QSize(500, 300)));
-        QCOMPARE(maximizeIcon(), QString(":/res/maximize.svg"));
+        QCOMPARE(maximizeLook(), QString("Maximize :/res/maximize.svg"));
         moveWithButton(bar, QPoint(20, 5));
         QCOMPARE(m_window->pos(), afterSecondMove);
 
@@ -125,6 +99,8 @@ private slots:
         QCOMPARE(m_window->pos(), afterSecondMove);
     }
 
+    // The dialog frame: its title, a drag on its stripe, named icon-only controls, plain corners
+    // (nothing composites windows here: translucent edges would be black) and Close rejecting it.
     void customBarWindow()
     {
         Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
@@ -139,71 +115,60 @@ private slots:
         QTest::mouseRelease(stripe, Qt::LeftButton, Qt::NoModifier, QPoint(40, 25));
         QCOMPARE(dialog.pos(), before + QPoint(30, 20));
 
-        QTest::mouseClick(dialog.findChild<QPushButton*>("wizard_close_button"), Qt::LeftButton);
+        auto* bar = m_window->titleBar();
+        const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
+                                                              {bar->maximizeButton(), "Maximize"},
+                                                              {bar->closeButton(), "Close"},
+                                                              {dialog.closeButton(), "Close"}};
+        for (const auto& [button, name] : controls) {
+            QCOMPARE(button->accessibleName(), name);
+            QCOMPARE(button->toolTip(), name);
+            QVERIFY(button->focusPolicy() & Qt::TabFocus);
+        }
+        QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
+        QVERIFY(!dialog.testAttribute(Qt::WA_TranslucentBackground));
+        QCOMPARE(dialog.property("plainCorners").toBool(), true);
+        QTest::mouseClick(dialog.closeButton(), Qt::LeftButton);
         QVERIFY(!dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
     }
 
-    void pictureTag_data()
+    // The real box, not the unattended seam: framed, and Return answers the requested default.
+    void messageBox_data()
     {
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("100 %") << 1.0 << "<img src=:/res/orbex-recover.png>";
-        QTest::newRow("a 100 dpi screen keeps the plain picture") << 100 / 96.0 << "<img src=:/res/orbex-recover.png>";
-        QTest::newRow("150 %") << 1.5 << "<img src=:/res/orbex-recover@2x.png height=36>";
-        QTest::newRow("200 %") << 2.0 << "<img src=:/res/orbex-recover@2x.png height=48>";
+        QTest::addColumn<int>("flags");
+        QTest::addColumn<int>("preferred");
+        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
+        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
+        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
+        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
     }
 
-    void pictureTag()
+    void messageBox()
     {
-        QFETCH(double, scale);
-        QFETCH(QString, expected);
-        QCOMPARE(CorvelWidgets::pictureTag(":/res/orbex-recover.png", 24, scale), expected);
-    }
-
-    // Nothing composites windows here: translucent edges would be black, so none are asked for.
-    void plainCornersWithoutCompositor()
-    {
-        QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
-        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
-        CorvelWidgets::UserMenuButton button(CorvelWidgets::IconFont("velmora-iconfont", {}));
-        for (QWidget* window : {static_cast<QWidget*>(&dialog), static_cast<QWidget*>(button.userMenu())}) {
-            QVERIFY(!window->testAttribute(Qt::WA_TranslucentBackground));
-            QCOMPARE(window->property("plainCorners").toBool(), true);
-        }
-    }
-
-    void messageBoxLook()
-    {
-        QString failure = "no message box was shown";
-        QTimer::singleShot(100, [&] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            failure.clear();
-            if (box->objectName() != "message_box")
-                failure = "object name " + box->objectName();
-            for (QAbstractButton* button : box->buttons())
-                if (!button->icon().isNull())
-                    failure = "stock icon on " + button->text();
-            const QImage image = box->grab().toImage();
-            const QColor border = CorvelWidgets::DialogStyle::borderColor();
-            for (const QPoint& at : {QPoint(0, 0), QPoint(0, image.height() / 2), QPoint(image.width() - 1, 10),
-                                     QPoint(image.width() / 2, image.height() - 1)})
-                if (image.pixelColor(at) != border)
-                    failure = QString("no border at %1,%2").arg(at.x()).arg(at.y());
-            box->button(QMessageBox::No)->click();
+        QFETCH(int, flags);
+        QFETCH(int, preferred);
+        QString pressed = "no message box was shown";
+        QColor edge;
+        CorvelTest::whenModal([&](QWidget* modal) {
+            edge = modal->grab().toImage().pixelColor(0, 10);
+            QTest::qWaitFor([&] { return modal->isAncestorOf(QApplication::focusWidget()); }, 2000);
+            QWidget* focused = QApplication::focusWidget();
+            pressed = focused ? focused->property("text").toString().remove('&') : "nothing focused";
+            QTest::keyClick(focused ? focused : modal, Qt::Key_Return);
+            if (modal->isVisible())
+                static_cast<QDialog*>(modal)->reject();
         });
         CorvelWidgets::MessageBox::Request request;
         request.icon = QMessageBox::Question;
-        request.title = "Corvel";
-        request.text = "Do you want to cancel it?";
+        request.text = "Update downloading in process";
         request.buttons = QMessageBox::Yes | QMessageBox::No;
-        QApplication::setStyle(new ButtonIconsStyle);
+        request.defaultButton = QMessageBox::StandardButton(preferred);
+        request.flags = Qt::WindowFlags(flags);
         const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
-        QApplication::setStyle(QStyleFactory::create("fusion"));
-        QCOMPARE(answer, QMessageBox::No);
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
+        QCOMPARE(pressed, QString(preferred == QMessageBox::Yes ? "Yes" : "No"));
+        QCOMPARE(int(answer), preferred);
+        QCOMPARE(edge, CorvelWidgets::DialogStyle::borderColor());
     }
 
     // A framed window opens with its first input (else its primary button) focused; Return there
@@ -223,23 +188,15 @@ private slots:
         QFETCH(bool, resizable);
         QFETCH(bool, withInput);
         m_window.reset();
-        std::unique_ptr<QDialog> window;
-        QVBoxLayout* content = nullptr;
-        if (resizable) {
-            auto* framed = new ResizableWindow;
-            content = framed->contentLayout();
-            window.reset(framed);
-        } else {
-            auto* framed = new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {}));
-            content = framed->contentLayout();
-            window.reset(framed);
-        }
-        auto* secondary = new QPushButton("Back", window.get());
-        content->addWidget(secondary);
+        std::unique_ptr<QDialog> window(
+            resizable ? static_cast<QDialog*>(new ResizableWindow)
+                      : new Corvel::CustomBarWindow(CorvelWidgets::IconFont("velmora-iconfont", {})));
+        QVBoxLayout* content = resizable ? static_cast<ResizableWindow*>(window.get())->contentLayout()
+                                         : static_cast<Corvel::CustomBarWindow*>(window.get())->contentLayout();
+        content->addWidget(new QPushButton("Back"));
         if (withInput)
-            content->addWidget(new QLineEdit(window.get()));
-        auto* primary = new QPushButton("Next", window.get());
-        primary->setObjectName("button_primary");
+            content->addWidget(new QLineEdit);
+        auto* primary = new QPushButton("Next");
         primary->setDefault(true);
         content->addWidget(primary);
         QSignalSpy pressed(primary, &QPushButton::clicked);
@@ -248,14 +205,10 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
 
         QWidget* focused = QApplication::focusWidget();
-        QVERIFY(focused);
-        QCOMPARE(focused->metaObject()->className(), withInput ? "QLineEdit" : "QPushButton");
-        if (!withInput)
-            QCOMPARE(focused, static_cast<QWidget*>(primary));
+        QVERIFY(withInput ? qobject_cast<QLineEdit*>(focused) != nullptr : focused == primary);
         QTest::keyClick(focused, Qt::Key_Return);
         QVERIFY(window->isVisible());
         QCOMPARE(pressed.count(), 1);
-
         for (auto* close : window->findChildren<QPushButton*>()) {
             if (close->accessibleName() != "Close")
                 continue;
@@ -266,135 +219,53 @@ private slots:
         }
     }
 
-    // The real box, not the unattended seam: the requested default has the focus and Return answers it.
-    void messageBoxDefault_data()
+    // A recovery type tile answers a click anywhere on it and the keys of a button.
+    void wizardButton_data()
     {
-        QTest::addColumn<int>("flags");
-        QTest::addColumn<int>("preferred");
-        const int updateFlags = Qt::Tool | Qt::CustomizeWindowHint;
-        QTest::newRow("update box, No") << updateFlags << int(QMessageBox::No);
-        QTest::newRow("update box, Yes") << updateFlags << int(QMessageBox::Yes);
-        QTest::newRow("plain box, No") << 0 << int(QMessageBox::No);
+        QTest::addColumn<QString>("input");
+        for (const char* input : {"click on the tile", "click on the description", "space", "return", "enter"})
+            QTest::newRow(input) << input;
     }
 
-    void messageBoxDefault()
+    void wizardButton()
     {
-        QFETCH(int, flags);
-        QFETCH(int, preferred);
-        QString failure = "no message box was shown";
-        QTimer::singleShot(100, [&] {
-            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-            if (!box)
-                return;
-            failure.clear();
-            QAbstractButton* expected = box->button(static_cast<QMessageBox::StandardButton>(preferred));
-            if (box->defaultButton() != expected)
-                failure = "default is " + (box->defaultButton() ? box->defaultButton()->text() : QString("none"));
-            else if (QApplication::focusWidget() != expected)
-                failure = "focus on " + (QApplication::focusWidget() ? QApplication::focusWidget()->objectName() +
-                                                                           " " + QApplication::focusWidget()->metaObject()->className()
-                                                                     : QString("nothing"));
-            QTest::keyClick(box, Qt::Key_Return);
-            if (box->isVisible())
-                box->reject();
-        });
-        CorvelWidgets::MessageBox::Request request;
-        request.icon = QMessageBox::Information;
-        request.text = "Update downloading in process";
-        request.buttons = QMessageBox::Yes | QMessageBox::No;
-        request.defaultButton = static_cast<QMessageBox::StandardButton>(preferred);
-        request.flags = Qt::WindowFlags(flags);
-        const auto answer = CorvelWidgets::MessageBox::ask(m_window.get(), request);
-        QVERIFY2(failure.isEmpty(), qPrintable(failure));
-        QCOMPARE(int(answer), preferred);
-    }
-
-    // The console's own sheet draws a ring in the theme colour round whatever has the keyboard.
-    void focusRing_data()
-    {
-        QTest::addColumn<QString>("objectName");
-        QTest::addColumn<QColor>("ring");
-        QTest::addColumn<bool>("outlined"); // the ring colour is its border anyway; focus fills it
-        QTest::addColumn<bool>("padded");   // room to see a stock focus rectangle inside the ring
-        QTest::newRow("plain button") << QString() << QColor("#FF6e21") << false << false;
-        QTest::newRow("title-bar button") << "main_close_button" << QColor("#FF6e21") << false << false;
-        QTest::newRow("dialog close button") << "wizard_close_button" << QColor("#FF6e21") << false << false;
-        QTest::newRow("primary button") << "button_primary_small" << QColor("#9F3224") << false << false;
-        QTest::newRow("toolbox button") << "toolbox_tile_label" << QColor("#FF6e21") << true << true;
-        QTest::newRow("job row button") << "job_action_button" << QColor("#FF6e21") << false << true;
-        QTest::newRow("job row wait button") << "job_action_button_empty" << QColor("#FF6e21") << false << true;
-        QTest::newRow("recovery type tile") << "wizard_button" << QColor("#FF6e21") << false << false;
-    }
-
-    void focusRing()
-    {
-        QFETCH(QString, objectName);
-        QFETCH(QColor, ring);
-        QFETCH(bool, outlined);
-        QFETCH(bool, padded);
-        const QString sheet = styleTemplate();
-        QVERIFY(!sheet.isEmpty());
-        qApp->setStyleSheet(Corvel::processStyleSheet(sheet, 1.0));
-        QWidget page;
-        auto* layout = new QHBoxLayout(&page);
-        auto* other = new QPushButton("Other", &page);
-        QWidget* button = objectName == "wizard_button"
-                              ? static_cast<QWidget*>(new CorvelWidgets::CvWizardButton("Caption", "Words", {}, &page))
-                              : new QPushButton("Focus", &page);
-        button->setObjectName(objectName);
-        layout->addWidget(other);
-        layout->addWidget(button);
-        page.show();
-        QApplication::setActiveWindow(&page);
-        QVERIFY(QTest::qWaitForWindowActive(&page));
-
-        // The ring, and inside it only the fill: no stock focus rectangle of the style.
-        const auto edge = [&] {
-            const QImage image = button->grab().toImage();
-            const int y = image.height() / 2;
-            for (int x = 2; padded && x < 7; ++x)
-                if (image.pixelColor(x, y) != image.pixelColor(2, y))
-                    return QColor(Qt::transparent);
-            return image.pixelColor(0, y);
-        };
-        const auto fill = [&] { return button->grab().toImage().pixelColor(3, 3); };
-        other->setFocus(Qt::TabFocusReason);
-        QTRY_VERIFY(!button->hasFocus());
-        QCOMPARE(edge() == ring, outlined);
-        const QColor unfocusedFill = fill();
-        QTest::keyClick(other, Qt::Key_Tab);
-        QVERIFY(button->hasFocus());
-        QCOMPARE(edge(), ring);
-        if (outlined)
-            QVERIFY(fill() != unfocusedFill);
-        qApp->setStyleSheet(QString());
-    }
-
-    void iconOnlyControlsAreNamed()
-    {
-        auto* bar = m_window->titleBar();
-        Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
-        const QList<QPair<QPushButton*, QString>> controls = {{bar->minimizeButton(), "Minimize"},
-                                                              {bar->maximizeButton(), "Maximize"},
-                                                              {bar->closeButton(), "Close"},
-                                                              {dialog.closeButton(), "Close"}};
-        for (const auto& [button, name] : controls) {
-            QCOMPARE(button->accessibleName(), name);
-            QCOMPARE(button->toolTip(), name);
-            QVERIFY(button->focusPolicy() & Qt::TabFocus);
+        QFETCH(QString, input);
+        QWidget window;
+        auto* layout = new QVBoxLayout(&window);
+        auto* before = new QPushButton("before");
+        auto* tile =
+            new CorvelWidgets::CvWizardButton("Recover Files", "Mount the selected<br/>recovery point", QIcon());
+        layout->addWidget(before);
+        layout->addWidget(tile);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QSignalSpy clicked(tile, &CorvelWidgets::CvWizardButton::clicked);
+        if (input == "click on the tile") {
+            QTest::mouseClick(tile, Qt::LeftButton);
+        } else if (input == "click on the description") {
+            // Through the window, as a real mouse press reaches the label under the pointer first.
+            auto* label = tile->findChild<QLabel*>("wizard_button_description");
+            const QPoint at = label->mapTo(&window, label->rect().center());
+            QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
+        } else {
+            before->setFocus();
+            QTest::keyClick(before, Qt::Key_Tab);
+            QVERIFY(tile->hasFocus());
+            const Qt::Key key = input == "space" ? Qt::Key_Space : input == "return" ? Qt::Key_Return : Qt::Key_Enter;
+            QTest::keyClick(QApplication::focusWidget(), key);
         }
-        m_window->toggleMaximized();
-        QCOMPARE(bar->maximizeButton()->accessibleName(), QString("Restore down"));
+        QCOMPARE(clicked.size(), 1);
+        QCOMPARE(tile->accessibleName(), QString("Recover Files"));
+        QCOMPARE(tile->accessibleDescription(), QString("Mount the selected recovery point"));
     }
 
 private:
-    static QString styleTemplate()
+    QString maximizeLook() const
     {
-        QFile file(":/res/styles.qss");
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+        const QPushButton* button = m_window->titleBar()->maximizeButton();
+        return button->accessibleName() + " " + button->property("iconResource").toString();
     }
-
-    QString maximizeIcon() const { return m_window->titleBar()->maximizeButton()->property("iconResource").toString(); }
 
     std::unique_ptr<ResizableWindow> m_window;
 };
