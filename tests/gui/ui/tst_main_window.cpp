@@ -93,23 +93,11 @@ private slots:
         QCOMPARE(Corvel::mainWindowWidth(dpi, screenWidth), expected);
     }
 
-    void selectingToolbox()
-    {
-        showWindow(partner());
-        QListWidget* list = m_window->tabs()->list();
-        QListWidgetItem* toolbox = list->findItems("Toolbox", Qt::MatchExactly).value(0);
-        QVERIFY(toolbox);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(toolbox).center());
-        QVERIFY(qobject_cast<Corvel::ToolBoxWidget*>(m_window->tabs()->stack()->currentWidget()));
-    }
-
     // Tab walks the title bar left to right, the tabs, then the page shown, and comes round again;
     // nothing that takes the keyboard is left out, and no control is a picture without a name.
     void tabReachesEveryControl()
     {
         showWindow(partner());
-        QApplication::setActiveWindow(m_window.get());
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         QListWidget* list = m_window->tabs()->list();
         QCOMPARE(QApplication::focusWidget(), list);
 
@@ -129,21 +117,16 @@ private slots:
         QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
         QVERIFY(visited.indexOf(named<QPushButton>(m_window.get(), "Start New Recovery")) > 0);
 
-        QStringList missed;
+        QStringList missed; // or a picture without a name
         for (QWidget* widget : m_window->findChildren<QWidget*>()) {
+            auto* button = qobject_cast<QAbstractButton*>(widget);
+            const bool unnamed = button && button->text().isEmpty() &&
+                                 (button->accessibleName().isEmpty() || button->toolTip().isEmpty());
             if (widget->isVisibleTo(m_window.get()) && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus) &&
-                !widget->focusProxy() && !visited.contains(widget))
+                !widget->focusProxy() && (!visited.contains(widget) || unnamed))
                 missed << widget->metaObject()->className() + QString("#") + widget->objectName();
         }
         QVERIFY2(missed.isEmpty(), qPrintable(missed.join(", ")));
-
-        for (QWidget* widget : visited) {
-            auto* button = qobject_cast<QAbstractButton*>(widget);
-            if (!button || !button->text().isEmpty())
-                continue;
-            QVERIFY2(!button->accessibleName().isEmpty() && !button->toolTip().isEmpty(),
-                     qPrintable("unnamed picture button #" + button->objectName()));
-        }
 
         // Backwards from the tabs lands on the title bar's last button.
         QTest::keyClick(list, Qt::Key_Backtab);
@@ -171,8 +154,6 @@ private slots:
         QFETCH(int, row);
         QFETCH(QString, page);
         showWindow(partner());
-        QApplication::setActiveWindow(m_window.get());
-        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         // Start away from the page asked for, with the focus on a page control.
         m_window->tabs()->list()->setCurrentRow(row == 0 ? 2 : 0);
         QWidget* start = m_window->tabs()->stack()->currentWidget()->findChild<QPushButton*>();
@@ -246,12 +227,10 @@ private slots:
             QVERIFY(qAbs(wizardGeometry.center().x() - centre) <= 1);
             QVERIFY(log.contains(QtInfoMsg, "Recozery wizard rejected."));
         }
-        QStringList boxes;
-        for (const auto& box : MessageBox::shown())
-            boxes << QString("%1 %2/%3").arg(box.icon).arg(box.title, box.text);
-        QCOMPARE(boxes, expectedBox.isEmpty()
-                            ? QStringList()
-                            : QStringList{QString("%1 Access Error/").arg(QMessageBox::Critical) + expectedBox});
+        QCOMPARE(MessageBox::shown().size(), expectedBox.isEmpty() ? 0 : 1);
+        if (!expectedBox.isEmpty())
+            QCOMPARE(QString("%1 %2/%3").arg(lastBox().icon).arg(lastBox().title, lastBox().text),
+                     QString("%1 Access Error/%2").arg(QMessageBox::Critical).arg(expectedBox));
     }
 
     void logOut_data()
@@ -289,37 +268,17 @@ private slots:
         }
     }
 
-    void closeWhileDownloadingAsks()
+    // A declined offer comes back from the user menu for as long as this run lasts; closing during
+    // the download asks first.
+    void updateOfferAndCloseWhileDownloading()
     {
         // Accepts the download and never answers, so the updater stays downloading.
-        QTcpServer server;
-        QVERIFY(server.listen(QHostAddress::LocalHost));
-        MessageBox::setNextAnswer(QMessageBox::Yes);
-        createWindow(partner(), QString("http://127.0.0.1:%1/Corvel_setup.exe").arg(server.serverPort()));
-        m_window->show();
-        QTRY_VERIFY(m_window->updater().isDownloading());
-        QCOMPARE(lastBox().text, QString("The new version of Corvel 0.0.0.0 is available"));
-        QTRY_VERIFY(server.hasPendingConnections());
-
-        MessageBox::setNextAnswer(QMessageBox::No);
-        QVERIFY(!m_window->close());
-        QVERIFY(m_window->isVisible());
-        QCOMPARE(lastBox().text, QString("Update downloading in process"));
-        QCOMPARE(lastBox().defaultButton, QMessageBox::No);
-
-        MessageBox::setNextAnswer(QMessageBox::Yes);
-        QVERIFY(m_window->close());
-    }
-
-    // A declined offer comes back from the user menu, for as long as this run lasts.
-    void declinedOfferFromUserMenu()
-    {
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
         MessageBox::setNextAnswer(QMessageBox::No);
         createWindow(partner(), QString("http://127.0.0.1:%1/Corvel_setup.exe").arg(server.serverPort()));
         auto* again = m_window->findChild<QAction*>("check_for_updates_action");
-        QVERIFY(again && !again->isVisible());
+        QVERIFY(!again->isVisible());
         m_window->show();
         QTRY_COMPARE(MessageBox::shown().size(), 1);
         QVERIFY(!m_window->updater().isDownloading());
@@ -331,7 +290,15 @@ private slots:
         QCOMPARE(lastBox().text, QString("The new version of Corvel 0.0.0.0 is available"));
         QVERIFY(m_window->updater().isDownloading());
         QVERIFY(!again->isVisible());
-        m_window->updater().cancel();
+        QTRY_VERIFY(server.hasPendingConnections());
+
+        MessageBox::setNextAnswer(QMessageBox::No);
+        QVERIFY(!m_window->close());
+        QVERIFY(m_window->isVisible());
+        QCOMPARE(lastBox().text, QString("Update downloading in process"));
+        QCOMPARE(lastBox().defaultButton, QMessageBox::No);
+        MessageBox::setNextAnswer(QMessageBox::Yes);
+        QVERIFY(m_window->close());
     }
 
     void closeWaitsForSlowUpdateCheck()
@@ -373,7 +340,8 @@ private:
         QCoreApplication::processEvents();
         m_window->showNormal();
         m_window->resize(1100, 700);
-        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        QApplication::setActiveWindow(m_window.get());
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
         MessageBox::clearShown();
     }
 
