@@ -3,7 +3,6 @@
 #include "cloud/cloud_texts.h"
 #include "core/core_texts.h"
 #include "jobs/jobs_texts.h"
-#include "service/service_texts.h"
 #include "session/session_texts.h"
 #include "ui/ui_texts.h"
 #include "updater/updater_texts.h"
@@ -24,15 +23,11 @@ private slots:
         QTest::addColumn<QString>("expected");
         namespace J = CvJobs::Texts;
         const QList<QPair<const char*, QString>> rows{
-            {J::NoActiveJobs, "No Active Jobs"},
             {J::Captions[0], "JOB TYPE"},
             {J::Captions[4], "RECOVERY POINT"},
             {J::Captions[7], "ACTION"},
             {J::NoValue, "none"},
-            {J::FileRecovery, "File Recovery"},
             {J::Unknown, "unknown"},
-            {J::PleaseWait, "Please wait"},
-            {J::DeleteJob, "Delete Job"},
             {J::OnDeleteJob, "onDeleteJob"},
             {J::AskAboutVm, "Ask user about VM deletion."},
             {J::DeleteVm, "Delete VM during job deletion."},
@@ -40,15 +35,10 @@ private slots:
             {J::AbortDeletion, "Abort job deletion."},
             {J::DeleteVmQuestion, "Delete Virtual Machine Created by this job?<br>This will destroy any data changes "
                                   "made to the virtual machine while<br>running during recovery!"},
-            {J::DeleteVmYes, "YES - Delete this virtual machine from the Hyper-V host"},
-            {J::ConfirmKeep, "No - Keep Virtual Machine"},
             {J::AreYouSure, "ARE YOU SURE?"},
             {J::ExportStarted, "Export Recovery Started!"},
             {J::StartedSubHeading, "<b>Review Job Status in the Recovery Jobs Table</b>"},
             {Corvel::UiTexts::StartingWizard, "Starting Recozery wizard."},
-            {Corvel::UiTexts::WizardRejected, "Recozery wizard rejected."},
-            {Corvel::UiTexts::TokenExpired, "Access token has expired. Please login and try again"},
-            {Corvel::UiTexts::DownloadInProcess, "Update downloading in process"},
             {Corvel::AppTexts::LoggingInitialized, "Logging intialized."},
             {Corvel::AppTexts::IconFontFailed, "Failed to initialze icon-font. Corvel will be closed"},
             {Corvel::AppTexts::QueryStatusFailed, " QueryServiceStatusEx failed. Error="},
@@ -65,10 +55,7 @@ private slots:
             {VuskAPI::CloudTexts::AttemptsExhausted, "Retrying attempts has been exhausted"},
             {VuskAPI::CloudTexts::ReturnedError, " returned error: type - "},
             {VuskAPI::CloudTexts::TokenFailed, "Request for token failed. Error: "},
-            {CVUpdater::UpdaterTexts::DownloadCanceled, "Downloading canceled"},
             {CVUpdater::UpdaterTexts::WrongXml, "Wrong xml format"},
-            {CorvelService::ServiceTexts::ApplicationException, "Application exception: "},
-            {CorvelService::ServiceTexts::UnknownException, "Unknown exception: "},
             {Corvel::CoreTexts::NoValueAtKey, "Failed to get value at key "},
             {Corvel::CoreTexts::VmmsHandleFailed,
              "failed to get handle to Hyper-V Virtual Machine Management service. Error="},
