@@ -199,10 +199,12 @@ private:
 
     QPushButton* button(const QString& text) const { return buttonOf(firstRow()->job().id, text); }
 
-    QStringList buttonTexts() const
+    // The buttons of job `id`'s row, or of the first row.
+    QStringList buttonTexts(const std::string& id = {}) const
     {
+        QWidget* actions = id.empty() ? firstRow() : rowOf(id)->findChild<JobActionButtonsWidget*>();
         QStringList texts;
-        for (auto* button : firstRow()->findChildren<QPushButton*>(QString(), Qt::FindDirectChildrenOnly))
+        for (auto* button : actions->findChildren<QPushButton*>(QString(), Qt::FindDirectChildrenOnly))
             if (!button->isHidden())
                 texts << button->text();
         return texts;
@@ -345,124 +347,38 @@ private slots:
                                                           "job-1:Start", "job-1:Delete Job"}));
     }
 
-    // After a row action the keyboard stays with that job, or goes to the table once the job is
-    // gone; never to another job's button, where Space would act on the wrong job.
-    void focusStaysWithItsJob_data()
-    {
-        QTest::addColumn<int>("actionsAfter");   // -1: the job is gone
-        QTest::addColumn<QString>("focusAfter"); // a button of "a", or "" for the table
-        QTest::newRow("new buttons") << int(JobAction::Delete) << "Delete Job";
-        QTest::newRow("same buttons") << int(JobAction::Stop | JobAction::Cancel) << "Stop";
-        QTest::newRow("nothing allowed") << int(JobAction::None) << "Please wait";
-        QTest::newRow("job gone") << -1 << "";
-    }
-
-    void focusStaysWithItsJob()
-    {
-        QFETCH(int, actionsAfter);
-        QFETCH(QString, focusAfter);
-        auto* table = makeTable({makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel),
-                                 makeJob("b", JobStatus::Running, JobAction::Stop | JobAction::Cancel)});
-        QApplication::setActiveWindow(table);
-        QVERIFY(QTest::qWaitForWindowActive(table));
-        QPushButton* cancel = buttonOf("a", "Cancel");
-        cancel->setFocus(Qt::TabFocusReason);
-        QTest::keyClick(cancel, Qt::Key_Space);
-        QCOMPARE(m_service->calls(), QStringList{"cancelJob:a"});
-        const auto notOnB = [&] { return !rowOf("b")->isAncestorOf(QApplication::focusWidget()); };
-        QVERIFY(notOnB());
-
-        // The action's own refresh reads the service's list on the worker: change it only after.
-        waitForPoll(*m_connection);
-        if (actionsAfter < 0)
-            m_service->jobs.erase(m_service->jobs.begin());
-        else
-            m_service->jobs[0].actions = actionsAfter;
-        m_service->jobs[0].current_work.progress = 30;
-        poll(*m_connection);
-        QVERIFY(notOnB());
-        QWidget* focused = QApplication::focusWidget();
-        QVERIFY(focused);
-        if (focusAfter.isEmpty())
-            QVERIFY(!qobject_cast<QPushButton*>(focused) && table->isAncestorOf(focused));
-        else
-            QCOMPARE(focused, static_cast<QWidget*>(buttonOf("a", focusAfter)));
-    }
-
-    // A press on a row that just moved or changed its buttons was aimed at what stood there before.
-    void pressesRightAfterAChangeAreIgnored_data()
-    {
-        QTest::addColumn<Change>("change");
-        QTest::addColumn<QString>("press"); // a button of job "a"
-        QTest::addColumn<bool>("byKey");
-        QTest::addColumn<bool>("ignored");
-        QTest::newRow("its buttons changed")
-            << Change([](auto& jobs) { jobs[0].actions = JobAction::Start | JobAction::Delete; }) << "Delete Job"
-            << false << true;
-        QTest::newRow("it moved down, by key")
-            << Change([](auto& jobs) { jobs.insert(jobs.begin(), makeJob("new", JobStatus::Created)); }) << "Stop"
-            << true << true;
-        QTest::newRow("another row's progress")
-            << Change([](auto& jobs) { jobs[1].current_work.progress = 60; }) << "Stop" << false << false;
-    }
-
-    void pressesRightAfterAChangeAreIgnored()
-    {
-        QFETCH(Change, change);
-        QFETCH(QString, press);
-        QFETCH(bool, byKey);
-        QFETCH(bool, ignored);
-        auto* table = makeTable(
-            {makeJob("a", JobStatus::Running, JobAction::Stop), makeJob("b", JobStatus::Running, JobAction::Stop)});
-        QApplication::setActiveWindow(table);
-        change(m_service->jobs);
-        poll(*m_connection);
-        QCoreApplication::processEvents();
-        m_clock->advance(JobActionButtonsWidget::SettleMs - 1);
-        const auto pressOnce = [&] {
-            QPushButton* target = buttonOf("a", press);
-            QVERIFY(target);
-            target->setFocus(Qt::TabFocusReason);
-            if (byKey)
-                QTest::keyClick(target, Qt::Key_Space);
-            else
-                QTest::mouseClick(target, Qt::LeftButton);
-        };
-        CorvelTest::LogCapture log;
-        pressOnce();
-        QCOMPARE(m_service->calls().isEmpty(), ignored);
-        QCOMPARE(log.texts().filter(" ignored: the row of job a changed").size(), ignored ? 1 : 0);
-        if (!ignored)
-            return;
-        m_clock->advance(1);
-        pressOnce();
-        QCOMPARE(m_service->calls().size(), 1);
-    }
-
     // The row follows its job in place without changing height, so the rows below stay under the
     // pointer: the bar within 0..100 whatever the wire's signed byte says, the status picture
-    // switching between running and stopped, the buttons the service allows.
+    // switching between running and stopped, the buttons the service allows. A press right after
+    // the row moved or changed its buttons was aimed at what stood there before, and is ignored.
     void rowFollowsItsJob_data()
     {
         QTest::addColumn<Change>("change");
         QTest::addColumn<int>("bar");
         QTest::addColumn<bool>("pictureChanges");
         QTest::addColumn<QStringList>("buttons");
+        QTest::addColumn<int>("pressIgnored"); // of the first button; -1: not pressed
         QTest::newRow("above 100") << Change([](auto& jobs) { jobs[0].current_work.progress = 120; }) << 100 << false
-                                   << QStringList{"Stop", "Cancel"};
+                                   << QStringList{"Stop", "Cancel"} << 0;
         QTest::newRow("negative, unknown action bits") << Change([](auto& jobs) {
             jobs[0].current_work.progress = -5;
             jobs[0].actions = JobAction::Cancel | 64;
-        }) << 0 << false << QStringList{"Cancel"};
+        }) << 0 << false << QStringList{"Cancel"} << 1;
         QTest::newRow("stopped, no text") << Change([](auto& jobs) {
             jobs[0].status = JobStatus::Stopped;
             jobs[0].actions = JobAction::Start | JobAction::Delete;
             jobs[0].current_work.text = "";
-        }) << 42 << true << QStringList{"Start", "Delete Job"};
+        }) << 42 << true << QStringList{"Start", "Delete Job"}
+                                          << 1;
         QTest::newRow("starting, no action") << Change([](auto& jobs) {
             jobs[0].status = JobStatus::Starting;
             jobs[0].actions = JobAction::None;
-        }) << 42 << false << QStringList{"Please wait"};
+        }) << 42 << false << QStringList{"Please wait"}
+                                             << -1;
+        QTest::newRow("moved down") << Change([](auto& jobs) {
+            jobs.insert(jobs.begin(), makeJob("new", JobStatus::Created));
+        }) << 42 << false << QStringList{"Stop", "Cancel"}
+                                    << 1;
     }
 
     void rowFollowsItsJob()
@@ -471,22 +387,35 @@ private slots:
         QFETCH(int, bar);
         QFETCH(bool, pictureChanges);
         QFETCH(QStringList, buttons);
+        QFETCH(int, pressIgnored);
         auto job = makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel);
         job.current_work.text = "Mounting volumes";
         job.current_work.progress = 42;
-        auto* table = makeTable({job, makeJob("b", JobStatus::Running, JobAction::Stop)});
+        makeTable({job, makeJob("b", JobStatus::Running, JobAction::Stop)});
         const int height = rowOf("a")->height();
-        const int below = rowOf("b")->y();
+        const int below = rowOf("b")->y() - rowOf("a")->y();
         auto* icon = rowOf("a")->findChild<QPushButton*>("job_icon_label");
         const QImage picture = icon->icon().pixmap(16).toImage();
         change(m_service->jobs);
         poll(*m_connection);
         QCoreApplication::processEvents();
-        QCOMPARE(barOf(table->jobList(), 0), bar);
+        QCOMPARE(rowOf("a")->findChild<CvJobs::JobWorkWidget*>()->progressBar()->value(), bar);
         QCOMPARE(icon->icon().pixmap(16).toImage() != picture, pictureChanges);
-        QCOMPARE(buttonTexts(), buttons);
+        QCOMPARE(buttonTexts("a"), buttons);
         QCOMPARE(rowOf("a")->height(), height);
-        QCOMPARE(rowOf("b")->y(), below);
+        QCOMPARE(rowOf("b")->y() - rowOf("a")->y(), below);
+        if (pressIgnored < 0)
+            return;
+        m_clock->advance(JobActionButtonsWidget::SettleMs - 1);
+        CorvelTest::LogCapture log;
+        QTest::mouseClick(buttonOf("a", buttons.first()), Qt::LeftButton);
+        QCOMPARE(m_service->calls().size(), 1 - pressIgnored);
+        QCOMPARE(log.texts().filter(" ignored: the row of job a changed").size(), pressIgnored);
+        if (!pressIgnored)
+            return;
+        m_clock->advance(1);
+        QTest::mouseClick(buttonOf("a", buttons.first()), Qt::LeftButton);
+        QCOMPARE(m_service->calls().size(), 1);
     }
 
     // Without hovering a row says what its job produced, its substatus and the restore point as the
@@ -705,47 +634,75 @@ private slots:
         QCOMPARE(firstRow()->job().description.size(), size_t(description.size()));
     }
 
-    void simpleActions_data()
+    // A row action by key calls the service: success refreshes at once and locks the row until the
+    // list changes, a failure is logged and leaves the buttons enabled. Then the keyboard stays with
+    // the job, or goes to the table once it is gone; never to another job's button, where Space
+    // would act on the wrong job.
+    void rowActions_data()
     {
-        QTest::addColumn<QString>("buttonText");
+        QTest::addColumn<QString>("press");
         QTest::addColumn<QString>("call");
         QTest::addColumn<Failure>("failure");
+        QTest::addColumn<int>("actionsAfter");   // -1: the job is gone
+        QTest::addColumn<QString>("focusAfter"); // a button of "j", or "" for none
         QTest::newRow("delete file recovery asks nothing") << "Delete Job"
-                                                           << "deleteJob:j" << Failure::None;
-        QTest::newRow("start refused") << "Start"
-                                       << "startJob:j" << Failure::Application;
+                                                           << "deleteJob:j" << Failure::None << -1 << "";
+        QTest::newRow("cancel, nothing allowed after")
+            << "Cancel"
+            << "cancelJob:j" << Failure::None << int(JobAction::None) << "Please wait";
+        QTest::newRow("start refused, new buttons")
+            << "Start"
+            << "startJob:j" << Failure::Application << int(JobAction::Delete) << "Delete Job";
+        // Its buttons disabled while the service is away, the focus goes, but not to another job.
         QTest::newRow("stop, connection gone") << "Stop"
-                                               << "stopJob:j" << Failure::Transport;
+                                               << "stopJob:j" << Failure::Transport << 15 << "";
     }
 
-    void simpleActions()
+    void rowActions()
     {
-        QFETCH(QString, buttonText);
+        QFETCH(QString, press);
         QFETCH(QString, call);
         QFETCH(Failure, failure);
+        QFETCH(int, actionsAfter);
+        QFETCH(QString, focusAfter);
         // A broken transport drops the client; the service is then found again.
-        makeTable({makeJob("j", JobStatus::Running, 15, JobType::FileRecovery)}, [this] { return m_service; });
+        auto* table = makeTable({makeJob("j", JobStatus::Running, 15), makeJob("b", JobStatus::Running, 15)},
+                                [this] { return m_service; });
+        QApplication::setActiveWindow(table);
+        QVERIFY(QTest::qWaitForWindowActive(table));
         m_service->actionFailure = failure;
         const int listCalls = m_service->listCalls;
         CorvelTest::LogCapture log;
         whenModal([](QWidget* modal) { modal->close(); }); // a dialog would abandon the action
-
-        QTest::mouseClick(button(buttonText), Qt::LeftButton);
+        button(press)->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(button(press), Qt::Key_Space);
         waitForPoll(*m_connection);
 
         QCOMPARE(m_service->calls(), QStringList{call});
         const bool succeeded = failure == Failure::None;
-        // Success refreshes at once and locks the row until the list changes.
         QCOMPARE(m_service->listCalls, listCalls + (succeeded ? 1 : 0));
         for (auto* button : firstRow()->buttons())
             QCOMPARE(button->isEnabled(), !succeeded);
         if (!succeeded)
             QVERIFY(log.contains(QtWarningMsg, failure == Failure::Application ? RefusedLog : TransportLog));
         QCOMPARE(m_connection->isLost(), failure == Failure::Transport);
+        const auto notOnB = [&] { return !rowOf("b")->isAncestorOf(QApplication::focusWidget()); };
+        QVERIFY(notOnB());
+
         m_service->actionFailure = Failure::None;
+        if (actionsAfter < 0)
+            m_service->jobs.erase(m_service->jobs.begin());
+        else
+            m_service->jobs[0].actions = actionsAfter;
         m_service->jobs[0].current_work.progress = 12;
         m_clock->advance(1000);
         poll(*m_connection);
+        QVERIFY(notOnB());
+        QWidget* focused = QApplication::focusWidget();
+        if (focusAfter.isEmpty())
+            QVERIFY(!qobject_cast<QPushButton*>(focused));
+        else
+            QCOMPARE(focused, static_cast<QWidget*>(button(focusAfter)));
         for (auto* button : firstRow()->buttons())
             QVERIFY(button->isEnabled());
     }
