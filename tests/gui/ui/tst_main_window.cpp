@@ -5,6 +5,7 @@
 #include "testsupport/find_child.h"
 #include "testsupport/log_capture.h"
 #include "testsupport/modal.h"
+#include "testsupport/test_tokens.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window.h"
@@ -20,7 +21,6 @@
 #include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
-#include <QJsonDocument>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRegularExpression>
@@ -36,17 +36,6 @@ using CorvelTest::named;
 using CorvelWidgets::MessageBox;
 
 namespace {
-
-QString token(const QJsonObject& data)
-{
-    const QByteArray payload = QJsonDocument(QJsonObject{{"data", data}}).toJson(QJsonDocument::Compact);
-    return "eyJhbGciOiJub25lIn0." + QString::fromLatin1(payload.toBase64()) + ".c2ln";
-}
-
-QString partner(const QString& name = "Pat Partner")
-{
-    return token({{"reseller_id", 7}, {"username", "pat"}, {"user_display_name", name}});
-}
 
 MessageBox::Request lastBox()
 {
@@ -97,7 +86,7 @@ private slots:
     // nothing that takes the keyboard is left out, and no control is a picture without a name.
     void tabReachesEveryControl()
     {
-        showWindow(partner());
+        showWindow(partnerToken());
         QListWidget* list = m_window->tabs()->list();
         QCOMPARE(QApplication::focusWidget(), list);
 
@@ -141,7 +130,7 @@ private slots:
     // Ctrl+1..3 switch tabs from a page's control, as the tabs' tips say.
     void tabShortcuts()
     {
-        showWindow(partner());
+        showWindow(partnerToken());
         auto* tabs = m_window->tabs();
         const QStringList pages{"Corvel::HomeWidget", "Corvel::ToolBoxWidget", "Corvel::HelpCenterWidget"};
         for (int row : {1, 2, 0}) {
@@ -159,7 +148,7 @@ private slots:
     {
         QTemporaryDir installDir;
         qputenv("CORVEL_INSTALL_DIR", installDir.path().toLocal8Bit());
-        showWindow(partner());
+        showWindow(partnerToken());
         auto* help = m_window->findChild<Corvel::HelpCenterWidget*>();
         m_window->tabs()->list()->setCurrentRow(2);
         QVERIFY(named<QWidget>(help, "Analysis Tool")->isVisible());
@@ -179,11 +168,11 @@ private slots:
     {
         QTest::addColumn<QString>("token");
         QTest::addColumn<QString>("expectedBox"); // empty: none
-        QTest::newRow("Velmora administrator") << token({{"username", "root"}, {"user_display_name", "Root"}})
+        QTest::newRow("Velmora administrator") << makeToken(R"({"data":{"username":"root"}})")
                                                << "Velmora Admin user is not allowed to start new recovery";
         QTest::newRow("unknown role") << QString() << "Access token has expired. Please login and try again";
-        QTest::newRow("partner") << partner() << QString();
-        QTest::newRow("client") << token({{"client_id", 42}, {"username", "cli"}}) << QString();
+        QTest::newRow("partner") << partnerToken() << QString();
+        QTest::newRow("client") << clientToken() << QString();
     }
 
     void startRecoveryByRole()
@@ -226,8 +215,8 @@ private slots:
         QTest::addColumn<QString>("newToken");
         QTest::addColumn<QString>("expectedName");
         QTest::addColumn<bool>("stillOpen");
-        QTest::newRow("signed in as someone else") << partner("Quinn Other") << "Quinn Other" << true;
-        QTest::newRow("sign-in window closed") << QString() << "Pat Partner" << false;
+        QTest::newRow("signed in as someone else") << clientToken() << "Oskar" << true;
+        QTest::newRow("sign-in window closed") << QString() << "Paula" << false;
     }
 
     void logOut()
@@ -235,9 +224,9 @@ private slots:
         QFETCH(QString, newToken);
         QFETCH(QString, expectedName);
         QFETCH(bool, stillOpen);
-        showWindow(partner());
+        showWindow(partnerToken());
         auto* button = named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu");
-        QCOMPARE(button->text(), QString("Pat Partner"));
+        QCOMPARE(button->text(), QString("Paula"));
         m_window->setTokenSource([&](const QString&, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
             if (!logoutUrl.endsWith("/auth/logout") || newToken.isEmpty())
                 return std::nullopt;
@@ -264,7 +253,7 @@ private slots:
         QTcpServer server;
         QVERIFY(server.listen(QHostAddress::LocalHost));
         MessageBox::setNextAnswer(QMessageBox::No);
-        createWindow(partner(), QString("http://127.0.0.1:%1/Corvel_setup.exe").arg(server.serverPort()));
+        createWindow(partnerToken(), QString("http://127.0.0.1:%1/Corvel_setup.exe").arg(server.serverPort()));
         auto* again = m_window->findChild<QAction*>("check_for_updates_action");
         QVERIFY(!again->isVisible());
         m_window->show();
@@ -294,7 +283,7 @@ private slots:
         CorvelTest::CloudSim cloud({"--fault-delay", "/Corvel/autoupdate.xml=2500"});
         QVERIFY(cloud.start());
         CorvelTest::LogCapture log;
-        createWindow(partner(), QString(), cloud.origin() + "/Corvel/autoupdate.xml");
+        createWindow(partnerToken(), QString(), cloud.origin() + "/Corvel/autoupdate.xml");
         m_window->show();
         QTRY_VERIFY(
             log.contains(QtInfoMsg, "Looking for download info at: " + cloud.origin() + "/Corvel/autoupdate.xml"));
