@@ -45,8 +45,8 @@ private slots:
         auto clock = std::make_shared<CorvelTest::ManualClock>();
         {
             CorvelJournal::Journal journal(path, clock);
-            for (const QString& entry : {"a-created FS-01 1 0", "b-running SQL-PROD 2 4", "c-stopped DC-02 0 2"}) {
-                const QStringList field = entry.split(' ');
+            for (const char* entry : {"a-created FS-01 1 0", "b-running SQL-PROD 2 4", "c-stopped DC-02 0 2"}) {
+                const QStringList field = QString(entry).split(' ');
                 CorvelJournal::JournalJob job;
                 job.id = field[0];
                 job.device = field[1];
