@@ -52,7 +52,6 @@ private slots:
     {
         QFETCH(bool, sizeKnown);
         QFETCH(bool, cancel);
-
         // Qt reports progress at most every 100 ms from the start of the request, hence the delay.
         const HttpTestServer::Response installer{200, QByteArray(400000, 'x'), 250, sizeKnown, cancel ? 100000 : -1};
         HttpTestServer server;
@@ -69,8 +68,7 @@ private slots:
         updater.startDownload(&window);
         QPointer<QProgressDialog> dialog = window.findChild<QProgressDialog*>("updater_progress_dialog");
         QVERIFY(dialog && dialog->isVisible() && dialog->isModal());
-        QCOMPARE(dialog->windowTitle(), QString("Updater"));
-        QCOMPARE(dialog->labelText(), QString("Downloading updates"));
+        QCOMPARE(dialog->windowTitle() + "|" + dialog->labelText(), QString("Updater|Downloading updates"));
         const auto buttons = dialog->findChildren<QPushButton*>();
         QCOMPARE(buttons.size(), 1);
         QCOMPARE(buttons.first()->text(), QString("Cancel"));
