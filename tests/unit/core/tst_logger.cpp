@@ -144,27 +144,12 @@ private slots:
         QVERIFY2(line.isEmpty() ? text.isEmpty() : expected.match(text).hasMatch(), qPrintable(text));
     }
 
-    void rotatesAtExactSize()
-    {
-        QTemporaryDir dir;
-        QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 1u << 30));
-        const QString line = CvLogger::instance()->formatLine(QtInfoMsg, QMessageLogContext(), "0123456789");
-        const qint64 lineSize = line.toUtf8().size();
-        QFile::remove(dir.path() + "/corvel.log");
-        QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 2 * lineSize));
-        CvLogger::instance()->write(line);
-        QVERIFY(!QFile::exists(dir.path() + "/corvel.1.log"));
-        CvLogger::instance()->write(line);
-        QCOMPARE(QFileInfo(dir.path() + "/corvel.1.log").size(), 2 * lineSize);
-        CvLogger::instance()->write("next\r\n");
-        QCOMPARE(readAll(dir.path() + "/corvel.log"), QString("next\r\n"));
-    }
-
     void rotationKeepsFive_data()
     {
         QTest::addColumn<int>("lines");
         QTest::addColumn<bool>("stuck"); // corvel.1-4 there, corvel.5 a folder that cannot be removed
         QTest::addColumn<QStringList>("kept");
+        // Each line lands exactly on the rotation size.
         QTest::newRow("shifts") << 7 << false << QStringList{"L7", "L6", "L5", "L4", "L3"};
         QTest::newRow("oldest stuck") << 1 << true << QStringList{"L1", "1", "2", "3", ""};
     }
