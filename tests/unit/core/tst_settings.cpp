@@ -13,85 +13,66 @@ class TestSettings : public QObject {
     Q_OBJECT
 
 private slots:
+    // Through the facade, the way the console reads config.json; a missing or mistyped value
+    // gives the default and says so.
     void getters_data()
     {
         QTest::addColumn<QString>("json");
+        QTest::addColumn<QString>("key");
         QTest::addColumn<QVariant>("expected");
         QTest::addColumn<int>("logType"); // -1: nothing logged
-        const auto row = [](const char* name, const char* json, const QVariant& expected, int logType = -1) {
-            QTest::newRow(name) << QString(json) << expected << logType;
-        };
+        const auto row = [](const char* name, const char* json, const char* key, const QVariant& expected,
+                            int logType = -1) { QTest::newRow(name) << QString(json) << key << expected << logType; };
         const int warning = QtWarningMsg, critical = QtCriticalMsg;
-        row("bool present", R"({"use_software_opengl": true})", true);
-        row("bool as string", R"({"use_software_opengl": "true"})", false, warning);
-        row("bool absent", "{}", false, warning);
-        row("int present", R"({"connection_retries_number": 3})", 3);
-        row("int far below the range", R"({"connection_retries_number": -1e12})", -2147483647 - 1);
-        row("int far above the range", R"({"connection_retries_number": 1e12})", 2147483647);
-        row("int as string", R"({"connection_retries_number": "3"})", 5, critical);
-        row("int absent", "{}", 5, critical);
-        row("string present", "{\"auth_url\": \"https://x/authorization/vusk\"}", "https://x/authorization/vusk");
-        row("string as number", R"({"auth_url": 7})", "dflt", warning);
-        row("string null", R"({"auth_url": null})", "dflt", warning);
+        const QString builtIn = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL);
+        row("bool present", R"({"use_software_opengl": true})", "use_software_opengl", true);
+        row("bool as string", R"({"use_software_opengl": "true"})", "use_software_opengl", false, warning);
+        row("bool absent", "{}", "use_software_opengl", false, warning);
+        row("int present", R"({"connection_retries_number": 3})", "connection_retries_number", 3);
+        row("int far below the range", R"({"connection_retries_number": -1e12})", "connection_retries_number",
+            -2147483647 - 1);
+        row("int far above the range", R"({"connection_retries_number": 1e12})", "connection_retries_number",
+            2147483647);
+        row("int as string", R"({"connection_retries_number": "3"})", "connection_retries_number", 5, critical);
+        row("int absent", "{}", "connection_retries_number", 5, critical);
+        row("string present", R"({"update_url": "u"})", "update_url", "u");
+        row("string as number", R"({"update_url": 7})", "update_url", "", warning);
+        row("string null", R"({"update_url": null})", "update_url", "", warning);
+        // Overrides a deployment sets: silent when absent.
+        row("descriptor absent", "{}", "update_descriptor_url", builtIn);
+        row("descriptor set", R"({"update_descriptor_url": "u.xml"})", "update_descriptor_url", "u.xml");
+        row("empty descriptor is kept", R"({"update_descriptor_url": ""})", "update_descriptor_url", "");
+        row("descriptor mistyped", R"({"update_descriptor_url": 5})", "update_descriptor_url", builtIn, warning);
+        row("port absent", "{}", "service_port", 9000);
+        row("port set", R"({"service_port": 9443})", "service_port", 9443);
+        row("port mistyped", R"({"service_port": "9443"})", "service_port", 9000, critical);
+        row("port out of range", R"({"service_port": 70000})", "service_port", 9000, critical);
+        row("port zero", R"({"service_port": 0})", "service_port", 9000, critical);
     }
 
     void getters()
     {
         QFETCH(QString, json);
+        QFETCH(QString, key);
         QFETCH(QVariant, expected);
         QFETCH(int, logType);
-        const QJsonObject config = QJsonDocument::fromJson(json.toUtf8()).object();
+        const QHash<QString, std::function<QVariant(const Settings&)>> getters{
+            {"use_software_opengl", [](const Settings& s) { return s.useSoftwareOpengl(); }},
+            {"connection_retries_number", [](const Settings& s) { return s.connectionRetriesNumber(); }},
+            {"update_url", [](const Settings& s) { return s.updateUrl(); }},
+            {"update_descriptor_url", [](const Settings& s) { return s.updateDescriptorUrl(); }},
+            {"service_port", [](const Settings& s) { return s.servicePort(); }}};
+        const Settings settings(QJsonDocument::fromJson(json.toUtf8()).object());
         LogCapture log;
-        QString key = "auth_url", shown = "\"dflt\"";
-        if (expected.type() == QVariant::Bool) {
-            QCOMPARE(QVariant(getBool(config, "use_software_opengl", false)), expected);
-            key = "use_software_opengl";
-            shown = "false";
-        } else if (expected.type() == QVariant::Int) {
-            QCOMPARE(QVariant(getInt(config, "connection_retries_number", 5)), expected);
-            key = "connection_retries_number";
-            shown = "5";
-        } else {
-            QCOMPARE(QVariant(getString(config, "auth_url", "dflt")), expected);
-        }
+        QCOMPARE(getters[key](settings), expected);
         QCOMPARE(log.entries().size(), logType < 0 ? 0 : 1);
         if (logType < 0)
             return;
+        const QString shown =
+            expected.type() == QVariant::String ? '"' + expected.toString() + '"' : expected.toString();
         QCOMPARE(log.entries().first().text,
                  QString("Failed to get value at key  \"%1\" . Default value  %2  returned.").arg(key, shown));
         QCOMPARE(int(log.entries().first().type), logType);
-    }
-
-    // Overrides a deployment sets: silent when absent, logged like any other key when mistyped.
-    void deploymentOverrides_data()
-    {
-        QTest::addColumn<QString>("json");
-        QTest::addColumn<QString>("descriptor");
-        QTest::addColumn<int>("port");
-        QTest::addColumn<int>("logLines");
-
-        const QString builtIn = QStringLiteral(CORVEL_UPDATE_DESCRIPTOR_URL);
-        QTest::newRow("absent") << "{}" << builtIn << 9000 << 0;
-        QTest::newRow("both set") << R"({"update_descriptor_url": "http://127.0.0.1:5/u.xml", "service_port": 9443})"
-                                  << "http://127.0.0.1:5/u.xml" << 9443 << 0;
-        QTest::newRow("empty descriptor is kept") << R"({"update_descriptor_url": ""})"
-                                                  << "" << 9000 << 0;
-        QTest::newRow("mistyped") << R"({"update_descriptor_url": 5, "service_port": "9443"})" << builtIn << 9000 << 2;
-        QTest::newRow("port out of range") << R"({"service_port": 70000})" << builtIn << 9000 << 1;
-        QTest::newRow("port zero") << R"({"service_port": 0})" << builtIn << 9000 << 1;
-    }
-
-    void deploymentOverrides()
-    {
-        QFETCH(QString, json);
-        QFETCH(QString, descriptor);
-        QFETCH(int, port);
-        QFETCH(int, logLines);
-        const Settings settings(QJsonDocument::fromJson(json.toUtf8()).object());
-        LogCapture log;
-        QCOMPARE(settings.updateDescriptorUrl(), descriptor);
-        QCOMPARE(settings.servicePort(), port);
-        QCOMPARE(log.entries().size(), logLines);
     }
 
     void loadConfig_data()
