@@ -29,6 +29,14 @@ QStringList filesIn(const QString& folder)
     return QDir(folder).entryList(QDir::Files | QDir::Hidden);
 }
 
+QByteArray installerBody()
+{
+    QByteArray body;
+    for (int i = 0; i < 300000; ++i)
+        body.append(char('A' + i % 26));
+    return body;
+}
+
 // Starts the download and waits for its outcome; true when it finished.
 bool downloaded(Updater& updater, int timeoutMs = 10000)
 {
@@ -68,101 +76,83 @@ private slots:
 
     void download_data()
     {
+        using Response = HttpTestServer::Response;
         QTest::addColumn<QByteArray>("version"); // empty: offered through the manual location
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("fileName"); // empty: the download fails with "Cannot open file"
-        const QString none;
-        QTest::newRow("release") << QByteArray("1.7.1.12") << none << "Corvel_x64_installer_1.7.1.12.exe";
-        QTest::newRow("manual location") << QByteArray() << none << ManualFile;
-        QTest::newRow("path around the version")
-            << QByteArray("../../1.7.1.12/x") << none << "Corvel_x64_installer_1.7.1.12.exe";
-        QTest::newRow("text around the version")
-            << QByteArray("Corvel v01.7.0.378 (stable)") << none << "Corvel_x64_installer_01.7.0.378.exe";
+        QTest::addColumn<Response>("reply");     // of the installer's location
+        QTest::addColumn<QString>("fileName");   // empty: the download fails
+        QTest::addColumn<QString>("failure");    // what the "Download failed" dialog shows
+        QTest::addColumn<QString>("logged");
+        const auto saves = [](const char* name, const QByteArray& version, const Response& reply, const QString& file) {
+            QTest::newRow(name) << version << reply << file << QString() << QString();
+        };
+        const auto fails = [](const char* name, const Response& reply, const QString& logged,
+                              const QString& failure = "Cannot get reply from the server") {
+            QTest::newRow(name) << QByteArray() << reply << QString() << failure << logged;
+        };
+        const QByteArray body(300000, 'r');
+        const Response installer = payload(installerBody());
+        const QString release = "Corvel_x64_installer_1.7.1.12.exe";
+        const QString silent = "Nothing received from the server for 500 ms";
+        const QString redirection = "Reply is a redirection (HTTP %1), which is not followed";
+        saves("release", "1.7.1.12", installer, release);
+        saves("manual location", {}, installer, ManualFile);
+        saves("path around the version", "../../1.7.1.12/x", installer, release);
+        saves("text around the version", "Corvel v01.7.0.378 (stable)", installer,
+              "Corvel_x64_installer_01.7.0.378.exe");
         // Followed only when its body stays below the network layer's read buffer.
-        QTest::newRow("302 with a target") << QByteArray() << "302" << ManualFile;
+        saves("302 with a target", {}, Response{302, {}, 0, true, -1, true, "/x"}, ManualFile);
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
-        QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << none;
+        fails("temporary folder missing", installer, QString(), "Cannot open file");
+        // The others end well before the test's wait of 10 s and the default stall limit of 30 s.
+        fails("not found", Response{404, "not here"}, QString());
+        fails("302, connection closed", Response{302, body}, redirection.arg(302));
+        fails("302, connection kept open", Response{302, body, 0, true, -1, true}, redirection.arg(302));
+        fails("302, no body, kept open", Response{302, {}, 0, true, -1, true}, redirection.arg(302));
+        fails("308, kept open", Response{308, body, 0, true, -1, true}, redirection.arg(308));
+        fails("300 with a target, kept open", Response{300, body, 0, true, -1, true, "/x"}, redirection.arg(300));
+        fails("silent before the head", Response{200, body, 600000}, silent);
+        fails("silent in the body", Response{200, body, 0, true, 10}, silent);
     }
 
     void download()
     {
         QFETCH(QByteArray, version);
-        QFETCH(QString, fault);
+        QFETCH(HttpTestServer::Response, reply);
         QFETCH(QString, fileName);
+        QFETCH(QString, failure);
+        QFETCH(QString, logged);
 
-        QByteArray body;
-        for (int i = 0; i < 300000; ++i)
-            body.append(char('A' + i % 26));
         HttpTestServer server;
-        server.setResponse(InstallerPath,
-                           fault == "302" ? HttpTestServer::Response{302, {}, 0, true, -1, true, "/x"} : payload(body));
-        server.setResponse("/x", payload(body));
+        server.setResponse(InstallerPath, reply);
+        server.setResponse("/x", payload(installerBody()));
         server.setResponse(DescriptorPath,
                            payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
                                    "</MsiPathX64><Version>" + version + "</Version><Notice>n</Notice></BuildInfo>"));
         Updater updater(version.isEmpty() ? server.url(InstallerPath) : QString(), server.url(DescriptorPath));
-        QVERIFY(updater.checkForUpdates());
-        if (fault == "no folder")
-            qputenv("TMPDIR", QFile::encodeName(m_temp->filePath("gone")));
-        QSignalSpy failed(&updater, &Updater::downloadFailed);
-        QFile target(m_temp->filePath(fileName));
-        if (fileName.isEmpty()) {
-            QVERIFY(!downloaded(updater));
-            QCOMPARE(failed.first().first().toString(), QString("Cannot open file"));
-            QVERIFY(!QFileInfo::exists("/" + ManualFile));
-            QVERIFY(refuses(updater));
-            return;
-        }
-        // A leftover from an earlier run must not survive, whatever it holds.
-        QVERIFY(target.open(QIODevice::WriteOnly));
-        target.write(QByteArray(body.size() * 2, 'Z'));
-        target.close();
-        QVERIFY(downloaded(updater));
-        QVERIFY(target.open(QIODevice::ReadOnly));
-        QCOMPARE(target.readAll(), body);
-        QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
-    }
-
-    // Each ends the download with "Cannot get reply from the server" (what the "Download failed"
-    // dialog shows), well before the test's wait of 10 s and the 30 s stall limit.
-    void failure_data()
-    {
-        using Response = HttpTestServer::Response;
-        QTest::addColumn<Response>("reply");
-        QTest::addColumn<QString>("logged");
-        const QByteArray body(300000, 'r');
-        const QString redirection = "Reply is a redirection (HTTP %1), which is not followed";
-        QTest::newRow("not found") << Response{404, "not here"} << "";
-        QTest::newRow("302, connection closed") << Response{302, body} << redirection.arg(302);
-        QTest::newRow("302, connection kept open") << Response{302, body, 0, true, -1, true} << redirection.arg(302);
-        QTest::newRow("302, no body, kept open") << Response{302, {}, 0, true, -1, true} << redirection.arg(302);
-        QTest::newRow("308, kept open") << Response{308, body, 0, true, -1, true} << redirection.arg(308);
-        QTest::newRow("300 with a target, kept open")
-            << Response{300, body, 0, true, -1, true, "/downloads/x"} << redirection.arg(300);
-        QTest::newRow("silent before the head")
-            << Response{200, body, 600000} << "Nothing received from the server for 500 ms";
-        QTest::newRow("silent in the body")
-            << Response{200, body, 0, true, 10} << "Nothing received from the server for 500 ms";
-    }
-
-    void failure()
-    {
-        QFETCH(HttpTestServer::Response, reply);
-        QFETCH(QString, logged);
-        HttpTestServer server;
-        server.setResponse(InstallerPath, reply);
-        server.setResponse("/downloads/x", payload("installer"));
-        Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
         if (reply.status == 200)
             updater.setStallLimit(std::chrono::milliseconds(500));
         QVERIFY(updater.checkForUpdates());
+        if (failure == "Cannot open file")
+            qputenv("TMPDIR", QFile::encodeName(m_temp->filePath("gone")));
+        QFile target(m_temp->filePath(fileName));
+        // A leftover from an earlier run must not survive, whatever it holds.
+        QVERIFY(fileName.isEmpty() || target.open(QIODevice::WriteOnly));
+        target.write(QByteArray(700000, 'Z'));
+        target.close();
         LogCapture log;
         QSignalSpy failed(&updater, &Updater::downloadFailed);
-        QVERIFY(!downloaded(updater));
+        QCOMPARE(downloaded(updater), failure.isEmpty());
+        if (failure.isEmpty()) {
+            QVERIFY(target.open(QIODevice::ReadOnly));
+            QCOMPARE(target.readAll(), installerBody());
+            QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
+            return;
+        }
         QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.first().first().toString(), QString("Cannot get reply from the server"));
+        QCOMPARE(failed.first().first().toString(), failure);
         QVERIFY2(logged.isEmpty() || log.contains(logged), qPrintable(log.texts().join('\n')));
         QVERIFY(filesIn(m_temp->path()).isEmpty());
+        QVERIFY(!QFileInfo::exists("/" + ManualFile));
         QVERIFY(refuses(updater));
     }
 
