@@ -17,24 +17,17 @@ namespace {
 const QString DescriptorPath = QStringLiteral("/Corvel/autoupdate.xml");
 const QString InstallerPath = QStringLiteral("/downloads/setup.exe");
 const QString ManualFile = QStringLiteral("Corvel_x64_installer_0.0.0.0.exe");
+const QByteArray Installer = QByteArray("ABCDEFGHIJKLMNOPQRSTUVWXYZ").repeated(12000);
 
 HttpTestServer::Response payload(const QByteArray& body, int stallAfter = -1)
 {
     // Qt reports progress at most every 100 ms from the start of the request.
-    return {200, body, stallAfter >= 0 ? 250 : 0, true, stallAfter};
+    return {200, Installer, stallAfter >= 0 ? 250 : 0, true, stallAfter};
 }
 
 QStringList filesIn(const QString& folder)
 {
     return QDir(folder).entryList(QDir::Files | QDir::Hidden);
-}
-
-QByteArray installerBody()
-{
-    QByteArray body;
-    for (int i = 0; i < 300000; ++i)
-        body.append(char('A' + i % 26));
-    return body;
 }
 
 // Starts the download and waits for its outcome; true when it finished.
@@ -89,29 +82,27 @@ private slots:
                               const QString& failure = "Cannot get reply from the server") {
             QTest::newRow(name) << QByteArray() << reply << QString() << failure << logged;
         };
-        const QByteArray body(300000, 'r');
-        const Response installer = payload(installerBody());
         const QString release = "Corvel_x64_installer_1.7.1.12.exe";
         const QString silent = "Nothing received from the server for 500 ms";
         const QString redirection = "Reply is a redirection (HTTP %1), which is not followed";
-        saves("release", "1.7.1.12", installer, release);
-        saves("manual location", {}, installer, ManualFile);
-        saves("path around the version", "../../1.7.1.12/x", installer, release);
-        saves("text around the version", "Corvel v01.7.0.378 (stable)", installer,
+        saves("release", "1.7.1.12", payload(Installer), release);
+        saves("manual location", {}, payload(Installer), ManualFile);
+        saves("path around the version", "../../1.7.1.12/x", payload(Installer), release);
+        saves("text around the version", "Corvel v01.7.0.378 (stable)", payload(Installer),
               "Corvel_x64_installer_01.7.0.378.exe");
         // Followed only when its body stays below the network layer's read buffer.
         saves("302 with a target", {}, Response{302, {}, 0, true, -1, true, "/x"}, ManualFile);
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
-        fails("temporary folder missing", installer, QString(), "Cannot open file");
+        fails("temporary folder missing", payload(Installer), QString(), "Cannot open file");
         // The others end well before the test's wait of 10 s and the default stall limit of 30 s.
         fails("not found", Response{404, "not here"}, QString());
-        fails("302, connection closed", Response{302, body}, redirection.arg(302));
-        fails("302, connection kept open", Response{302, body, 0, true, -1, true}, redirection.arg(302));
+        fails("302, connection closed", Response{302, Installer}, redirection.arg(302));
+        fails("302, connection kept open", Response{302, Installer, 0, true, -1, true}, redirection.arg(302));
         fails("302, no body, kept open", Response{302, {}, 0, true, -1, true}, redirection.arg(302));
-        fails("308, kept open", Response{308, body, 0, true, -1, true}, redirection.arg(308));
-        fails("300 with a target, kept open", Response{300, body, 0, true, -1, true, "/x"}, redirection.arg(300));
-        fails("silent before the head", Response{200, body, 600000}, silent);
-        fails("silent in the body", Response{200, body, 0, true, 10}, silent);
+        fails("308, kept open", Response{308, Installer, 0, true, -1, true}, redirection.arg(308));
+        fails("300 with a target, kept open", Response{300, Installer, 0, true, -1, true, "/x"}, redirection.arg(300));
+        fails("silent before the head", Response{200, Installer, 600000}, silent);
+        fails("silent in the body", Response{200, Installer, 0, true, 10}, silent);
     }
 
     void download()
@@ -124,7 +115,7 @@ private slots:
 
         HttpTestServer server;
         server.setResponse(InstallerPath, reply);
-        server.setResponse("/x", payload(installerBody()));
+        server.setResponse("/x", payload(Installer));
         server.setResponse(DescriptorPath,
                            payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
                                    "</MsiPathX64><Version>" + version + "</Version><Notice>n</Notice></BuildInfo>"));
@@ -144,7 +135,7 @@ private slots:
         QCOMPARE(downloaded(updater), failure.isEmpty());
         if (failure.isEmpty()) {
             QVERIFY(target.open(QIODevice::ReadOnly));
-            QCOMPARE(target.readAll(), installerBody());
+            QCOMPARE(target.readAll(), Installer);
             QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
             return;
         }
