@@ -22,7 +22,7 @@ const QByteArray Installer = QByteArray("ABCDEFGHIJKLMNOPQRSTUVWXYZ").repeated(1
 HttpTestServer::Response payload(const QByteArray& body, int stallAfter = -1)
 {
     // Qt reports progress at most every 100 ms from the start of the request.
-    return {200, Installer, stallAfter >= 0 ? 250 : 0, true, stallAfter};
+    return {200, body, stallAfter >= 0 ? 250 : 0, true, stallAfter};
 }
 
 QStringList filesIn(const QString& folder)
