@@ -15,33 +15,21 @@ using CorvelTest::PeakRss;
 
 namespace {
 
-QString text(const TmxClient& c)
-{
-    return QString("%1 %2 %3").arg(c.id).arg(c.username, c.name);
-}
-QString text(const ClientDataSource& d)
-{
-    return QString("%1 %2 %3 %4").arg(d.id).arg(d.sid, d.type, d.url);
-}
-QString text(const ProtectedDevice& d)
-{
-    return QString("%1 %2").arg(d.id).arg(d.name);
-}
-QString text(const DeviceToken& t)
-{
-    return (t.url + " " + t.token).trimmed();
-}
-QString text(const QString& passphrase)
-{
-    return passphrase;
-}
-template <typename T> QString text(const QList<T>& list)
-{
-    QStringList out;
-    for (const T& item : list)
-        out << text(item);
-    return out.join(", ");
-}
+// One line per record, the fields a caller reads.
+struct Text {
+    static QString of(const TmxClient& c) { return QString("%1 %2 %3").arg(c.id).arg(c.username, c.name); }
+    static QString of(const ClientDataSource& d) { return QString("%1 %2 %3 %4").arg(d.id).arg(d.sid, d.type, d.url); }
+    static QString of(const ProtectedDevice& d) { return QString("%1 %2").arg(d.id).arg(d.name); }
+    static QString of(const DeviceToken& t) { return (t.url + " " + t.token).trimmed(); }
+    static QString of(const QString& passphrase) { return passphrase; }
+    template <typename T> static QString of(const QList<T>& list)
+    {
+        QStringList out;
+        for (const T& item : list)
+            out << of(item);
+        return out.join(", ");
+    }
+};
 
 struct Outcome {
     QString value;
@@ -56,7 +44,7 @@ template <typename T> Outcome call(std::function<void(Callback<T>)> operation)
     operation([&](const Result<T>& r) {
         ++calls;
         if (r.index() == 0)
-            out.value = text(std::get<0>(r));
+            out.value = Text::of(std::get<0>(r));
         else
             out.error = std::get<1>(r);
     });
@@ -162,8 +150,6 @@ private slots:
         QTest::newRow("redirection") << QStringList{"--fault-status", "/vusk/clients=302"} << server
                                      << int(QNetworkReply::ProtocolFailure) << 0 << none
                                      << "Reply is a redirection (HTTP 302), which is not followed";
-        QTest::newRow("20 MB plain") << QStringList{"--fault-oversize", "/vusk/clients=20000000"} << server << unknown
-                                     << 0 << none << tooLarge;
         QTest::newRow("1 MB of gzip inflating to 1 GiB")
             << QStringList{"--fault-inflate", "/vusk/clients=1073741824"} << server << unknown << 0 << none << tooLarge;
     }
@@ -211,9 +197,7 @@ private slots:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<int>("records");
         QTest::addColumn<QString>("logged");
-        QByteArray records = "[{}";
-        for (int i = 1; i < 100000; ++i)
-            records += ",{}";
+        const QByteArray records = "[" + QByteArray("{},").repeated(99999) + "{}";
         // The array is the first level, each record the second.
         const auto nested = [](int arrays) {
             return "[{\"id_\": 1, \"x\": " + QByteArray(arrays, '[') + QByteArray(arrays, ']') + "}]";
