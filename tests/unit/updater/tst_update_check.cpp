@@ -104,18 +104,6 @@ private slots:
         QCOMPARE(got == "|" ? QString() : got, offer);
         QVERIFY2(logged.isEmpty() || log.contains(QtInfoMsg, logged), qPrintable(log.texts().join('\n')));
     }
-
-    void manualLocationNeedsNoDescriptor()
-    {
-        HttpTestServer server;
-        const QString manual = QStringLiteral("http://files.example.invalid/corvel-setup.exe");
-        Updater updater(manual, server.url(DescriptorPath));
-        QVERIFY(updater.checkForUpdates());
-        QCOMPARE(updater.downloadUrl(), manual);
-        QCOMPARE(updater.offeredVersion(), QString("0.0.0.0"));
-        QCOMPARE(updater.notice(), QString("Manual update"));
-        QVERIFY(server.requestedPaths().isEmpty());
-    }
 };
 
 QTEST_GUILESS_MAIN(TestUpdateCheck)

@@ -137,6 +137,7 @@ private slots:
             QVERIFY(target.open(QIODevice::ReadOnly));
             QCOMPARE(target.readAll(), Installer);
             QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
+            QCOMPARE(server.requestedPaths().contains(DescriptorPath), !version.isEmpty()); // manual: none needed
             return;
         }
         QCOMPARE(failed.count(), 1);
