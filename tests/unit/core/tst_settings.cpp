@@ -119,22 +119,6 @@ private slots:
         }
     }
 
-    void stripNuls_data()
-    {
-        QTest::addColumn<QString>("raw");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("several trailing") << QString::fromUtf16(u"C:\\Work\0\0\0", 10) << "C:\\Work";
-        QTest::newRow("in the middle") << QString::fromUtf16(u"C:\\Wo\0rk\0", 9) << "C:\\Work";
-        QTest::newRow("only NULs") << QString::fromUtf16(u"\0\0", 2) << "";
-    }
-
-    void stripNuls()
-    {
-        QFETCH(QString, raw);
-        QFETCH(QString, expected);
-        QCOMPARE(Corvel::stripNuls(raw.toStdWString()), expected);
-    }
-
     void workingDirFallsBackToCurrentDirectory()
     {
         qunsetenv("CORVEL_WORKING_DIR");
