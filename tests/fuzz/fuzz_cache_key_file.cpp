@@ -18,14 +18,9 @@ bool tooCostly(const std::string& contents)
 {
     std::string error;
     const auto document = Mirel::parseJson(contents, error);
-    if (!document)
-        return false;
-    const auto n = document->integer("N");
-    const auto r = document->integer("r");
-    const auto p = document->integer("p");
-    if (!n || !r || !p)
-        return false;
-    const double work = static_cast<double>(*n) * static_cast<double>(*r) * static_cast<double>(*p);
+    double work = 1.0;
+    for (const char* name : {"N", "r", "p"})
+        work *= static_cast<double>(document ? document->integer(name).value_or(0) : 0);
     return work > 4096.0;
 }
 #endif

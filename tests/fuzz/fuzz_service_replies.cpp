@@ -8,12 +8,14 @@
 #include <thrift/transport/TBufferTransports.h>
 
 #include <exception>
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-using apache::thrift::protocol::TMessageType;
 using apache::thrift::transport::TMemoryBuffer;
+using Client = CorvelService::CorvelServiceClient;
 
 namespace {
 
@@ -24,61 +26,46 @@ std::shared_ptr<apache::thrift::protocol::TProtocol> protocolOver(const uint8_t*
     return CorvelService::makeBoundedProtocol(buffer);
 }
 
-std::string messageName(const uint8_t* data, size_t size)
+template <typename Value> std::function<void(Client&)> reader(void (Client::*recv)(Value&))
 {
-    std::string name;
-    TMessageType type;
-    int32_t sequence = 0;
-    try {
-        protocolOver(data, size)->readMessageBegin(name, type, sequence);
-    } catch (const std::exception&) {
-    }
-    return name;
+    return [recv](Client& client) {
+        Value value;
+        (client.*recv)(value);
+    };
 }
 
-void read(const std::string& name, CorvelService::CorvelServiceClient& client)
-{
-    if (name == "createJob") {
-        std::string id;
-        client.recv_createJob(id);
-    } else if (name == "startJob") {
-        client.recv_startJob();
-    } else if (name == "stopJob") {
-        client.recv_stopJob();
-    } else if (name == "cancelJob") {
-        client.recv_cancelJob();
-    } else if (name == "deleteJob") {
-        client.recv_deleteJob();
-    } else if (name == "getJobMutableSettings") {
-        CorvelService::JobMutableSettings settings;
-        client.recv_getJobMutableSettings(settings);
-    } else if (name == "setJobMutableSettings") {
-        client.recv_setJobMutableSettings();
-    } else if (name == "retrieveRestorePoints") {
-        std::vector<std::string> points;
-        client.recv_retrieveRestorePoints(points);
-    } else if (name == "retrieveMetadata") {
-        std::vector<CorvelService::DiskInfo> disks;
-        client.recv_retrieveMetadata(disks);
-    } else if (name == "retrieveHyperVRamBytesUsed") {
-        (void)client.recv_retrieveHyperVRamBytesUsed();
-    } else if (name == "retrieveHyperVNetworks") {
-        std::vector<CorvelService::VirtualNetwork> networks;
-        client.recv_retrieveHyperVNetworks(networks);
-    } else {
-        std::vector<CorvelService::JobDescription> jobs;
-        client.recv_getAllJobsInfo(jobs);
-    }
-}
+const std::map<std::string, std::function<void(Client&)>> Readers = {
+    {"createJob", reader(&Client::recv_createJob)},
+    {"startJob", [](Client& c) { c.recv_startJob(); }},
+    {"stopJob", [](Client& c) { c.recv_stopJob(); }},
+    {"cancelJob", [](Client& c) { c.recv_cancelJob(); }},
+    {"deleteJob", [](Client& c) { c.recv_deleteJob(); }},
+    {"getJobMutableSettings", reader(&Client::recv_getJobMutableSettings)},
+    {"setJobMutableSettings", [](Client& c) { c.recv_setJobMutableSettings(); }},
+    {"retrieveRestorePoints", reader(&Client::recv_retrieveRestorePoints)},
+    {"retrieveMetadata", reader(&Client::recv_retrieveMetadata)},
+    {"retrieveHyperVRamBytesUsed", [](Client& c) { (void)c.recv_retrieveHyperVRamBytesUsed(); }},
+    {"retrieveHyperVNetworks", reader(&Client::recv_retrieveHyperVNetworks)},
+};
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const std::string name = messageName(data, size);
-    CorvelService::CorvelServiceClient client(protocolOver(data, size));
+    std::string name;
+    apache::thrift::protocol::TMessageType type;
+    int32_t sequence = 0;
+    Client client(protocolOver(data, size));
     try {
-        read(name, client);
+        protocolOver(data, size)->readMessageBegin(name, type, sequence);
+    } catch (const std::exception&) {
+    }
+    const auto found = Readers.find(name);
+    try {
+        if (found != Readers.end())
+            found->second(client);
+        else
+            reader (&Client::recv_getAllJobsInfo)(client);
     } catch (const std::exception&) {
         // A refused reply is the expected outcome for most inputs.
     }

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <vector>
 
 int main(int argc, char** argv)
@@ -16,20 +15,15 @@ int main(int argc, char** argv)
     namespace fs = std::filesystem;
     std::vector<fs::path> inputs;
     for (int i = 1; i < argc; ++i) {
-        const fs::path path(argv[i]);
-        if (fs::is_directory(path)) {
-            for (const auto& entry : fs::recursive_directory_iterator(path))
+        if (fs::is_regular_file(argv[i]))
+            inputs.push_back(argv[i]);
+        else if (fs::is_directory(argv[i]))
+            for (const auto& entry : fs::recursive_directory_iterator(argv[i]))
                 if (entry.is_regular_file())
                     inputs.push_back(entry.path());
-        } else if (fs::is_regular_file(path)) {
-            inputs.push_back(path);
-        } else {
-            std::fprintf(stderr, "no such corpus: %s\n", argv[i]);
-            return 2;
-        }
     }
     if (inputs.empty()) {
-        std::fprintf(stderr, "empty corpus\n");
+        std::fprintf(stderr, "no corpus\n");
         return 2;
     }
     std::sort(inputs.begin(), inputs.end());

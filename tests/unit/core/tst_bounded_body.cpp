@@ -47,31 +47,28 @@ private slots:
         QTest::addColumn<QByteArray>("decoded");
         QTest::addColumn<int>("status"); // BoundedBody::Status after finish()
 
-        const int ok = int(BoundedBody::Status::Ok), tooLarge = int(BoundedBody::Status::TooLarge),
-                  unreadable = int(BoundedBody::Status::Unreadable);
-        const QByteArray text = sample(300000);
-        const QByteArray gzip = compress(text, 16 + MAX_WBITS);
-        QTest::newRow("identity") << QByteArray() << text << 70000 << text << ok;
-        QTest::newRow("identity, named") << QByteArray("Identity") << text << 1000000 << text << ok;
-        QTest::newRow("gzip in one piece") << QByteArray("gzip") << gzip << 1000000 << text << ok;
-        QTest::newRow("gzip byte by byte")
-            << QByteArray("gzip") << compress(sample(5000), 16 + MAX_WBITS) << 1 << sample(5000) << ok;
-        QTest::newRow("two gzip members")
-            << QByteArray("x-gzip") << gzip + compress("tail", 16 + MAX_WBITS) << 4096 << text + "tail" << ok;
-        QTest::newRow("deflate, zlib-wrapped")
-            << QByteArray("deflate") << compress(text, MAX_WBITS) << 8192 << text << ok;
-        QTest::newRow("deflate, raw") << QByteArray("deflate") << compress(text, -MAX_WBITS) << 8192 << text << ok;
-        QTest::newRow("exactly the limit") << QByteArray("gzip") << compress(QByteArray(1 << 20, ' '), 16 + MAX_WBITS)
-                                           << 512 << QByteArray(1 << 20, ' ') << ok;
-        QTest::newRow("one byte past the limit")
-            << QByteArray("gzip") << compress(QByteArray((1 << 20) + 1, ' '), 16 + MAX_WBITS) << 512 << QByteArray()
-            << tooLarge;
-        QTest::newRow("plain past the limit")
-            << QByteArray() << QByteArray((1 << 20) + 1, ' ') << 300000 << QByteArray() << tooLarge;
-        QTest::newRow("gzip broken off") << QByteArray("gzip") << gzip.left(gzip.size() / 2) << 4096 << QByteArray()
-                                         << unreadable;
-        QTest::newRow("not gzip at all") << QByteArray("gzip") << text.left(1000) << 4096 << QByteArray() << unreadable;
-        QTest::newRow("unknown encoding") << QByteArray("br") << text.left(1000) << 4096 << QByteArray() << unreadable;
+        const auto row = [](const char* name, const QByteArray& encoding, const QByteArray& wire, int chunk,
+                            const QByteArray& decoded, BoundedBody::Status status = BoundedBody::Status::Ok) {
+            QTest::newRow(name) << encoding << wire << chunk << decoded << int(status);
+        };
+        const BoundedBody::Status tooLarge = BoundedBody::Status::TooLarge,
+                                  unreadable = BoundedBody::Status::Unreadable;
+        const int gzipBits = 16 + MAX_WBITS;
+        const QByteArray text = sample(300000), gzip = compress(text, gzipBits);
+        const QByteArray limit(1 << 20, ' ');
+        row("identity", {}, text, 70000, text);
+        row("identity, named", "Identity", text, 1000000, text);
+        row("gzip in one piece", "gzip", gzip, 1000000, text);
+        row("gzip byte by byte", "gzip", compress(sample(5000), gzipBits), 1, sample(5000));
+        row("two gzip members", "x-gzip", gzip + compress("tail", gzipBits), 4096, text + "tail");
+        row("deflate, zlib-wrapped", "deflate", compress(text, MAX_WBITS), 8192, text);
+        row("deflate, raw", "deflate", compress(text, -MAX_WBITS), 8192, text);
+        row("exactly the limit", "gzip", compress(limit, gzipBits), 512, limit);
+        row("one byte past the limit", "gzip", compress(limit + ' ', gzipBits), 512, {}, tooLarge);
+        row("plain past the limit", {}, limit + ' ', 300000, {}, tooLarge);
+        row("gzip broken off", "gzip", gzip.left(gzip.size() / 2), 4096, {}, unreadable);
+        row("not gzip at all", "gzip", text.left(1000), 4096, {}, unreadable);
+        row("unknown encoding", "br", text.left(1000), 4096, {}, unreadable);
     }
 
     // Whatever the encoding, the sink never sees a piece over PieceBytes nor, in all, more than the

@@ -11,10 +11,13 @@ using CorvelTest::LogCapture;
 using CorvelTest::PeakRss;
 using CVUpdater::Updater;
 
+Q_DECLARE_METATYPE(HttpTestServer::Response)
+
 namespace {
 const QString DescriptorPath = QStringLiteral("/Corvel/autoupdate.xml");
 const QString InstallerPath = QStringLiteral("/downloads/setup.exe");
 const QString ManualFile = QStringLiteral("Corvel_x64_installer_0.0.0.0.exe");
+const QByteArray Installer = QByteArray("ABCDEFGHIJKLMNOPQRSTUVWXYZ").repeated(12000);
 
 HttpTestServer::Response payload(const QByteArray& body, int stallAfter = -1)
 {
@@ -66,202 +69,124 @@ private slots:
 
     void download_data()
     {
+        using Response = HttpTestServer::Response;
         QTest::addColumn<QByteArray>("version"); // empty: offered through the manual location
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("fileName");
-        QTest::addColumn<QString>("status"); // empty: the download succeeds
-
-        QTest::newRow("release") << QByteArray("1.7.1.12") << ""
-                                 << "Corvel_x64_installer_1.7.1.12.exe"
-                                 << "";
-        QTest::newRow("manual location") << QByteArray() << "" << ManualFile << "";
-        QTest::newRow("path around the version") << QByteArray("../../1.7.1.12/x") << ""
-                                                 << "Corvel_x64_installer_1.7.1.12.exe"
-                                                 << "";
-        QTest::newRow("version as offered") << QByteArray("1.07.0.378") << ""
-                                            << "Corvel_x64_installer_1.07.0.378.exe"
-                                            << "";
-        QTest::newRow("text around the version") << QByteArray("Corvel v01.7.0.378 (stable)") << ""
-                                                 << "Corvel_x64_installer_01.7.0.378.exe"
-                                                 << "";
-        QTest::newRow("not found") << QByteArray() << "404" << ManualFile << "Cannot get reply from the server";
-        // A redirection without a target to follow: its body is no installer.
-        QTest::newRow("redirection") << QByteArray() << "302" << ManualFile << "Cannot get reply from the server";
+        QTest::addColumn<Response>("reply");     // of the installer's location
+        QTest::addColumn<QString>("fileName");   // empty: the download fails
+        QTest::addColumn<QString>("failure");    // what the "Download failed" dialog shows
+        QTest::addColumn<QString>("logged");
+        const auto saves = [](const char* name, const QByteArray& version, const Response& reply, const QString& file) {
+            QTest::newRow(name) << version << reply << file << QString() << QString();
+        };
+        const auto fails = [](const char* name, const Response& reply, const QString& logged,
+                              const QString& failure = "Cannot get reply from the server") {
+            QTest::newRow(name) << QByteArray() << reply << QString() << failure << logged;
+        };
+        const QString release = "Corvel_x64_installer_1.7.1.12.exe";
+        const QString silent = "Nothing received from the server for 500 ms";
+        const QString redirection = "Reply is a redirection (HTTP %1), which is not followed";
+        saves("release", "1.7.1.12", payload(Installer), release);
+        saves("manual location", {}, payload(Installer), ManualFile);
+        saves("path around the version", "../../1.7.1.12/x", payload(Installer), release);
+        saves("text around the version", "Corvel v01.7.0.378 (stable)", payload(Installer),
+              "Corvel_x64_installer_01.7.0.378.exe");
+        // Followed at its head, even with a body past the network layer's read buffer, kept open.
+        saves("302 with a target", {}, Response{302, QByteArray(300000, 'r'), 0, true, -1, true, "/x"}, ManualFile);
         // Qt gives no temporary location at all then; the bare file name must not land in the root.
-        QTest::newRow("temporary folder missing") << QByteArray() << "no folder" << ManualFile << "Cannot open file";
+        fails("temporary folder missing", payload(Installer), QString(), "Cannot open file");
+        // The others end well before the test's wait of 10 s and the default stall limit of 30 s.
+        fails("not found", Response{404, "not here"}, QString());
+        fails("302, connection closed", Response{302, Installer}, redirection.arg(302));
+        fails("302, connection kept open", Response{302, Installer, 0, true, -1, true}, redirection.arg(302));
+        fails("302, no body, kept open", Response{302, {}, 0, true, -1, true}, redirection.arg(302));
+        fails("308, kept open", Response{308, Installer, 0, true, -1, true}, redirection.arg(308));
+        fails("300 with a target, kept open", Response{300, Installer, 0, true, -1, true, "/x"}, redirection.arg(300));
+        fails("silent before the head", Response{200, Installer, 600000}, silent);
+        fails("silent in the body", Response{200, Installer, 0, true, 10}, silent);
     }
 
     void download()
     {
         QFETCH(QByteArray, version);
-        QFETCH(QString, fault);
+        QFETCH(HttpTestServer::Response, reply);
         QFETCH(QString, fileName);
-        QFETCH(QString, status);
+        QFETCH(QString, failure);
+        QFETCH(QString, logged);
 
-        QByteArray body;
-        for (int i = 0; i < 300000; ++i)
-            body.append(char('A' + i % 26));
         HttpTestServer server;
-        if (fault == "302")
-            server.setResponse(InstallerPath, {302, body});
-        else if (fault != "404")
-            server.setResponse(InstallerPath, payload(body));
+        server.setResponse(InstallerPath, reply);
+        server.setResponse("/x", payload(Installer));
         server.setResponse(DescriptorPath,
                            payload("<BuildInfo><MsiPathX64>" + server.url(InstallerPath).toUtf8() +
                                    "</MsiPathX64><Version>" + version + "</Version><Notice>n</Notice></BuildInfo>"));
         Updater updater(version.isEmpty() ? server.url(InstallerPath) : QString(), server.url(DescriptorPath));
+        if (reply.status == 200)
+            updater.setStallLimit(std::chrono::milliseconds(500));
         QVERIFY(updater.checkForUpdates());
-
-        const QString target = m_temp->filePath(fileName);
-        if (fault == "no folder")
+        if (failure == "Cannot open file")
             qputenv("TMPDIR", QFile::encodeName(m_temp->filePath("gone")));
-        QFile leftover(target);
-        if (status.isEmpty()) {
-            // A leftover from an earlier run must not survive, whatever it holds.
-            QVERIFY(leftover.open(QIODevice::WriteOnly));
-            leftover.write(QByteArray(body.size() * 2, 'Z'));
-            leftover.close();
+        QFile target(m_temp->filePath(fileName));
+        // A leftover from an earlier run must not survive, whatever it holds.
+        if (!fileName.isEmpty()) {
+            QVERIFY(target.open(QIODevice::WriteOnly));
+            target.write(QByteArray(700000, 'Z'));
+            target.close();
         }
-
+        LogCapture log;
         QSignalSpy failed(&updater, &Updater::downloadFailed);
-        QCOMPARE(downloaded(updater), status.isEmpty());
-        if (status.isEmpty()) {
-            QVERIFY(leftover.open(QIODevice::ReadOnly));
-            QCOMPARE(leftover.readAll(), body);
+        QCOMPARE(downloaded(updater), failure.isEmpty());
+        if (failure.isEmpty()) {
+            QVERIFY(target.open(QIODevice::ReadOnly));
+            QCOMPARE(target.readAll(), Installer);
             QCOMPARE(filesIn(m_temp->path()), QStringList{fileName});
+            QCOMPARE(server.requestedPaths().contains(DescriptorPath), !version.isEmpty()); // manual: none needed
             return;
         }
-        // The "Download failed" dialog shows the status the signal carries.
         QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.first().first().toString(), status);
+        QCOMPARE(failed.first().first().toString(), failure);
+        QVERIFY2(logged.isEmpty() || log.contains(logged), qPrintable(log.texts().join('\n')));
         QVERIFY(filesIn(m_temp->path()).isEmpty());
         QVERIFY(!QFileInfo::exists("/" + ManualFile));
         QVERIFY(refuses(updater));
     }
 
-    // A redirection that is not followed ends the download as soon as its head arrives, whatever
-    // the server then does with the connection; the wait stays far below the stall limit.
-    void redirection_data()
+    // The installer goes to disk as it arrives, decoded: memory stays flat however large it is.
+    void streamedToDisk_data()
     {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<int>("bodySize");
-        QTest::addColumn<bool>("keepOpen");
-        QTest::addColumn<bool>("target");
-
-        QTest::newRow("302, body, connection kept open") << 302 << 300000 << true << false;
-        QTest::newRow("302, body, connection closed") << 302 << 300000 << false << false;
-        QTest::newRow("302, no body, connection kept open") << 302 << 0 << true << false;
-        QTest::newRow("308, body, connection kept open") << 308 << 300000 << true << false;
-        QTest::newRow("300 with a target, connection kept open") << 300 << 300000 << true << true;
-        QTest::newRow("302 with a target is followed") << 302 << 300000 << true << true;
+        QTest::addColumn<QStringList>("simArgs");
+        QTest::addColumn<qint64>("size");
+        QTest::newRow("256 MiB") << QStringList{"--installer-size", "268435456"} << qint64(256 << 20);
+        QTest::newRow("gzip") << QStringList{"--fault-inflate", "/Corvel/Corvel_installer.exe=8388608"}
+                              << qint64(8 << 20);
     }
 
-    void redirection()
+    void streamedToDisk()
     {
-        QFETCH(int, code);
-        QFETCH(int, bodySize);
-        QFETCH(bool, keepOpen);
-        QFETCH(bool, target);
-
-        HttpTestServer server;
-        HttpTestServer::Response reply{code, QByteArray(bodySize, 'r')};
-        reply.keepOpen = keepOpen;
-        if (target)
-            reply.location = server.url("/elsewhere").toUtf8();
-        server.setResponse(InstallerPath, reply);
-        server.setResponse("/elsewhere", payload("installer"));
-        Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
-        QVERIFY(updater.checkForUpdates());
-        LogCapture log;
-        QSignalSpy failed(&updater, &Updater::downloadFailed);
-        const bool followed = code == 302 && target;
-        QCOMPARE(downloaded(updater), followed);
-        if (followed) {
-            QCOMPARE(server.requestedPaths(), (QStringList{"/downloads/setup.exe", "/elsewhere"}));
-            return;
-        }
-        QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.first().first().toString(), QString("Cannot get reply from the server"));
-        QVERIFY(log.contains(QString("Reply is a redirection (HTTP %1), which is not followed").arg(code)));
-        QVERIFY(filesIn(m_temp->path()).isEmpty());
-        QVERIFY(refuses(updater));
-    }
-
-    // A server that goes silent, before its head or in the middle of the body, ends the download.
-    void stalled_data()
-    {
-        QTest::addColumn<int>("delayMs");
-        QTest::addColumn<int>("stallAfter");
-        QTest::newRow("before the head") << 600000 << -1;
-        QTest::newRow("in the body") << 0 << 10;
-    }
-
-    void stalled()
-    {
-        QFETCH(int, delayMs);
-        QFETCH(int, stallAfter);
-        HttpTestServer server;
-        server.setResponse(InstallerPath, {200, QByteArray(1000, 'i'), delayMs, true, stallAfter});
-        Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
-        updater.setStallLimit(std::chrono::milliseconds(300));
-        QVERIFY(updater.checkForUpdates());
-        LogCapture log;
-        QSignalSpy failed(&updater, &Updater::downloadFailed);
-        QVERIFY(!downloaded(updater));
-        QCOMPARE(failed.count(), 1);
-        QCOMPARE(failed.first().first().toString(), QString("Cannot get reply from the server"));
-        QVERIFY(log.contains("Nothing received from the server for 300 ms"));
-        QVERIFY(filesIn(m_temp->path()).isEmpty());
-    }
-
-    // The installer goes to disk as it arrives: memory stays flat however large it is.
-    void largeInstaller()
-    {
-        const qint64 size = 256 * 1024 * 1024;
-        CorvelTest::CloudSim sim({"--update-version", "1.7.1.0", "--installer-size", QString::number(size)});
+        QFETCH(QStringList, simArgs);
+        QFETCH(qint64, size);
+        CorvelTest::CloudSim sim(QStringList{"--update-version", "1.7.1.0"} + simArgs);
         QVERIFY(sim.start());
         Updater updater(QString(), sim.origin() + DescriptorPath);
         QVERIFY(updater.checkForUpdates());
         const PeakRss peak;
         QVERIFY(downloaded(updater, 120000));
         const qint64 growth = peak.growth();
-
-        const QString path = m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe");
+        QVERIFY2(!peak.available() || growth < 32 * 1024 * 1024, qPrintable(QString::number(growth)));
         QCOMPARE(filesIn(m_temp->path()), QStringList{"Corvel_x64_installer_1.7.1.0.exe"});
-        QFile file(path);
+        QFile file(m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe"));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.size(), size);
-        // The simulator repeats its usual installer: the first and the last of those copies match.
+        // The simulator repeats its usual installer; the inflated one is a JSON array of spaces.
         const qint64 block = 393216;
         const QByteArray first = file.read(block);
         QVERIFY(file.seek(size - size % block - block));
-        QCOMPARE(file.read(block), first);
-        if (peak.available()) {
-            qInfo("peak memory growth: %lld KiB for %lld MiB", growth / 1024, size / (1024 * 1024));
-            QVERIFY2(growth < 32 * 1024 * 1024, qPrintable(QString::number(growth)));
-        }
-    }
-
-    // A gzip-encoded installer is saved decoded.
-    void gzipInstaller()
-    {
-        const int size = 8 * 1024 * 1024;
-        CorvelTest::CloudSim sim({"--update-version", "1.7.1.0", "--fault-inflate",
-                                  "/Corvel/Corvel_installer.exe=" + QString::number(size)});
-        QVERIFY(sim.start());
-        Updater updater(QString(), sim.origin() + DescriptorPath);
-        QVERIFY(updater.checkForUpdates());
-        QVERIFY(downloaded(updater, 60000));
-        QFile file(m_temp->filePath("Corvel_x64_installer_1.7.1.0.exe"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QCOMPARE(file.readAll(), '[' + QByteArray(size - 2, ' ') + ']');
+        const bool inflated = simArgs.first() == "--fault-inflate";
+        QCOMPARE(file.read(block), inflated ? QByteArray(block, ' ') : first);
+        QVERIFY(!inflated || (first.startsWith("[ ") && file.readAll().endsWith(" ]")));
     }
 
     void cancelAndRun()
     {
-#ifndef Q_OS_LINUX
-        QSKIP("the stand-in installer is a shell script reading /proc");
-#endif
         // A stand-in installer that records where its output goes and its arguments.
         const QByteArray record = QFile::encodeName(m_temp->filePath("record.txt"));
         const QByteArray script = "#!/bin/sh\necho to-stdout\necho to-stderr >&2\n"
@@ -272,8 +197,6 @@ private slots:
         server.setResponse(InstallerPath, payload(script, 10));
         Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
         QVERIFY(updater.checkForUpdates());
-        QSignalSpy finished(&updater, &Updater::downloadFinished);
-        QSignalSpy failed(&updater, &Updater::downloadFailed);
         LogCapture log;
         QVERIFY(refuses(updater));
         updater.startDownload();
@@ -281,15 +204,9 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(log.contains(QString("Update progress: 10/%1").arg(script.size())), 10000);
         updater.startDownload(); // one at a time
         QCOMPARE(updater.lastStatus(), QString("Unexpected state"));
-        QTest::qWait(50);
-        QCOMPARE(server.requestedPaths().size(), 1);
-
         updater.cancel();
-        QVERIFY(!updater.isDownloading());
         QCOMPARE(updater.lastStatus(), QString("Update canceled"));
-        // The aborted reply must come back neither as a failure nor as a finished download.
-        QTest::qWait(300);
-        QCOMPARE(finished.count() + failed.count(), 0);
+        QCOMPARE(server.requestedPaths().size(), 1);
         QVERIFY(filesIn(m_temp->path()).isEmpty());
         QVERIFY(refuses(updater));
 
@@ -303,7 +220,6 @@ private slots:
         QCOMPARE(QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts),
                  (QStringList{"/dev/null", "/dev/null", "--accept-licenses", "--accept-messages", "--confirm-command",
                               "force_setup=true", "-d", "-d", "-d"}));
-
         // Declining the installation: the file stays, but nothing can be run from it any more.
         updater.reset();
         QVERIFY(refuses(updater));
