@@ -26,8 +26,10 @@ class JobColumns;
 class JobRowWidget;
 
 // The rows of the jobs table. A new list from the service is matched to the rows by job id: rows
-// are updated in place, added, removed and moved into the service's order. A long list of new
-// rows is built in slices from the event loop, those in view first.
+// are updated in place, added, removed and moved into the service's order. New rows are built in
+// slices from the event loop, and only down to a screenful below the view: the rows further down
+// wait, as room kept for them, until scrolling brings them near. Every widget built costs a screen
+// reader's bridge messages and every row the list's layout time.
 class JobListWidget : public QWidget {
     Q_OBJECT
 public:
@@ -56,9 +58,9 @@ public:
     void revealJob(const std::string& jobId);
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
-    // Rows built so far, and whether more are still to come.
+    // Rows built so far, and whether more are on their way now.
     int rowCount() const { return static_cast<int>(m_rows.size()); }
-    bool isBuilding() const { return m_pendingRows > 0; }
+    bool isBuilding() const { return m_sliceTimer.isActive(); }
     JobRowWidget* row(int index) const;
     // The widget of a built row's column, or null.
     QWidget* cell(int row, int column) const;
@@ -76,7 +78,16 @@ signals:
     // The row of the job asked for by revealJob is there: scroll it into view.
     void rowRevealed(QWidget* row);
 
+protected:
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
 private:
+    // How many rows should be built: down to a screenful below the view at `rowHeight` (a row's
+    // least height), and down to the job to reveal.
+    size_t rowsInReach(int rowHeight) const;
+    void buildInReach();
     void sync(int budgetMs);
     // Updates the rows in place when they are the list's jobs in the list's order.
     bool updateSameRows();
