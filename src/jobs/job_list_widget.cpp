@@ -4,6 +4,7 @@
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_columns.h"
 #include "jobs/job_row_widget.h"
+#include "jobs/job_work_widget.h"
 #include "jobs/jobs_texts.h"
 
 #include <QApplication>
@@ -111,6 +112,7 @@ bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
         return false;
     if (isSignalConnected(QMetaMethod::fromSignal(&JobListWidget::jobsChanged)))
         reportChanges(jobs);
+    trackUnbuilt(jobs);
     m_cache = std::move(jobs);
     if (!updateSameRows())
         sync(FirstSliceMs);
@@ -139,6 +141,27 @@ void JobListWidget::reportChanges(const std::vector<CorvelService::JobDescriptio
     for (const auto& entry : before)
         gone << QString::fromStdString(entry.first);
     emit jobsChanged(changed, gone);
+}
+
+void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs)
+{
+    std::unordered_set<std::string> built;
+    built.reserve(m_rows.size());
+    for (JobRowWidget* row : m_rows)
+        built.insert(row->job().id);
+    const qint64 now = m_clock->nowMs();
+    std::unordered_map<std::string, CorvelJournal::JobActivity> unbuilt;
+    for (const auto& job : jobs) {
+        if (built.count(job.id))
+            continue;
+        auto found = m_unbuiltActivity.find(job.id);
+        auto& activity = unbuilt[job.id];
+        if (found != m_unbuiltActivity.end())
+            activity = std::move(found->second);
+        activity.update(job.status == CorvelService::JobStatus::Running,
+                        QString::fromStdString(job.current_work.text), job.current_work.progress, now);
+    }
+    m_unbuiltActivity = std::move(unbuilt);
 }
 
 void JobListWidget::revealJob(const std::string& jobId)
@@ -471,6 +494,11 @@ void JobListWidget::continueBuilding()
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    const auto activity = m_unbuiltActivity.find(job.id);
+    if (activity != m_unbuiltActivity.end()) {
+        static_cast<JobWorkWidget*>(row->cell(JobRowWidget::Status))->resumeActivity(activity->second, m_clock);
+        m_unbuiltActivity.erase(activity);
+    }
     if (!m_actionsEnabled)
         row->actions()->setEnabled(false);
     row->actions()->setClock(m_clock);

@@ -2,6 +2,7 @@
 
 #include "CorvelService.h"
 #include "core/clock.h"
+#include "journal/job_activity.h"
 #include "widgets/icon_font.h"
 
 #include <QStringList>
@@ -9,6 +10,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -104,6 +106,7 @@ private:
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
+    void trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
     void applyActionsEnabled();
 
@@ -126,6 +129,9 @@ private:
     std::vector<std::pair<size_t, size_t>> m_staleRows;
     QTimer m_updateTimer;
     std::string m_revealId;
+    // The activity of each job without a row, so that a row built late shows how long it has run,
+    // its rate and a stall as if it had been there from the first sight of its job.
+    std::unordered_map<std::string, CorvelJournal::JobActivity> m_unbuiltActivity;
 };
 
 } // namespace CvJobs

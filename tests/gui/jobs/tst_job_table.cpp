@@ -862,7 +862,8 @@ private slots:
     }
 
     // Rows far below the view are built as they come near: the keyboard, the scroll bar and a
-    // reveal reach the last job's row like any other, and a reader finds its texts.
+    // reveal reach the last job's row like any other, a reader finds its texts, and its activity
+    // clock counts from the job's first sight.
     void farRowsAreReached_data()
     {
         QTest::addColumn<QString>("how");
@@ -881,6 +882,7 @@ private slots:
             jobs.back().description = "Nightly " + std::to_string(i);
         }
         auto* table = makeTable(jobs);
+        m_clock->advance(90000);
         const std::string last = "job-" + std::to_string(Count - 1);
         QScrollBar* bar = table->findChild<QScrollArea*>("job_table_scroll_area")->verticalScrollBar();
         if (how == "tab") {
@@ -909,6 +911,7 @@ private slots:
         QAccessibleInterface* note = QAccessible::queryAccessibleInterface(table->jobList()->cell(Count - 1, 6));
         QVERIFY(note);
         QCOMPARE(note->text(QAccessible::Name), QString("Nightly %1").arg(Count - 1));
+        QVERIFY(rowOf(last)->findChild<QLabel*>("job_activity")->text().startsWith("1:30"));
     }
 };
 
