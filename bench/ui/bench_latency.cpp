@@ -40,14 +40,14 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <functional>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <poll.h>
-#include <time.h>
 #include <thread>
+#include <time.h>
 #include <vector>
 
 using namespace CorvelService;
@@ -283,8 +283,8 @@ void report(const char* scenario, const Figures& f)
         cpuOver += stall.cpuMs > StallMs;
     }
     std::printf("%-34s %6zu %8.1f %8.1f %8.1f %10.1f %6zu %9.1f %6zu %6.1f\n", scenario, f.pings.size(),
-                percentile(f.pings, 0.5), percentile(f.pings, 0.99), percentile(f.pings, 1.0), inside,
-                f.stalls.size(), cpu, cpuOver, f.cpuShare);
+                percentile(f.pings, 0.5), percentile(f.pings, 0.99), percentile(f.pings, 1.0), inside, f.stalls.size(),
+                cpu, cpuOver, f.cpuShare);
     // The costliest few dispatches in CPU time, once each.
     std::map<QString, std::pair<double, double>> worst;
     for (const Stall& stall : f.stalls) {
@@ -440,10 +440,13 @@ void pagingScenario(const QString& certDir, const CorvelWidgets::IconFont& iconF
     console.settle();
     QScrollBar* bar = console.table->findChild<QScrollArea*>("job_table_scroll_area")->verticalScrollBar();
     bool end = false;
-    const Figures figures = measure(console.window.get(), seconds * 1000, [&](int) {
-        end |= bar->value() == bar->maximum();
-        bar->triggerAction(end ? QAbstractSlider::SliderToMinimum : QAbstractSlider::SliderPageStepAdd);
-    }, 100);
+    const Figures figures = measure(
+        console.window.get(), seconds * 1000,
+        [&](int) {
+            end |= bar->value() == bar->maximum();
+            bar->triggerAction(end ? QAbstractSlider::SliderToMinimum : QAbstractSlider::SliderPageStepAdd);
+        },
+        100);
     report(end ? "1000 jobs paged to the end" : "1000 jobs paging (end not reached)", figures);
 }
 
@@ -558,8 +561,8 @@ int main(int argc, char** argv)
     }
     std::printf("X ping every 50 ms to the window, round trip in ms; inside: dispatches over 16 ms, wall and\n"
                 "GUI-thread CPU time; cpu%%: the GUI thread's CPU over the scenario, in %% of a core\n");
-    std::printf("%-34s %6s %8s %8s %8s %10s %6s %9s %6s %6s\n", "scenario", "pings", "p50", "p99", "worst",
-                "in:worst", "in:>16", "cpu:worst", "cpu>16", "cpu%");
+    std::printf("%-34s %6s %8s %8s %8s %10s %6s %9s %6s %6s\n", "scenario", "pings", "p50", "p99", "worst", "in:worst",
+                "in:>16", "cpu:worst", "cpu>16", "cpu%");
     if (wanted("opening"))
         openingScenario(dir.path(), iconFont);
     if (wanted("idle100"))

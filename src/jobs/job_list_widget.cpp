@@ -158,8 +158,8 @@ void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription
         auto& activity = unbuilt[job.id];
         if (found != m_unbuiltActivity.end())
             activity = std::move(found->second);
-        activity.update(job.status == CorvelService::JobStatus::Running,
-                        QString::fromStdString(job.current_work.text), job.current_work.progress, now);
+        activity.update(job.status == CorvelService::JobStatus::Running, QString::fromStdString(job.current_work.text),
+                        job.current_work.progress, now);
     }
     m_unbuiltActivity = std::move(unbuilt);
 }
@@ -456,8 +456,7 @@ bool JobListWidget::appendPendingRows(int budgetMs)
     if (m_rows.size() >= reach)
         return true;
     std::vector<JobRowWidget*> created;
-    for (; next != m_cache.cend() && m_rows.size() < reach && (created.empty() || clock.elapsed() < budgetMs);
-         ++next) {
+    for (; next != m_cache.cend() && m_rows.size() < reach && (created.empty() || clock.elapsed() < budgetMs); ++next) {
         if (next->status == CorvelService::JobStatus::Deleted)
             continue;
         JobRowWidget* row = createRow(*next);

@@ -18,10 +18,10 @@
 #include <QContextMenuEvent>
 #include <QLabel>
 #include <QMenu>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QProgressBar>
 #include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextDocument>
 #include <QtTest>
 
