@@ -89,6 +89,11 @@ public:
         m_window = window;
         m_samples.clear();
     }
+    xcb_window_t target()
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        return m_window;
+    }
     std::vector<double> samples()
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -132,7 +137,8 @@ private:
             xcb_send_event(m_connection, 0, window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
             xcb_flush(m_connection);
             bool answered = false;
-            while (!answered && !m_stop) {
+            // A window let go of while its ping is out may be gone: wait no longer for it.
+            while (!answered && !m_stop && target() == window) {
                 pollfd fd{xcb_get_file_descriptor(m_connection), POLLIN, 0};
                 ::poll(&fd, 1, 100);
                 while (xcb_generic_event_t* got = xcb_poll_for_event(m_connection)) {
