@@ -4,6 +4,7 @@
 #include "jobs/job_action_buttons_widget.h"
 #include "jobs/job_columns.h"
 #include "jobs/job_row_widget.h"
+#include "jobs/job_work_widget.h"
 #include "jobs/jobs_texts.h"
 
 #include <QApplication>
@@ -104,13 +105,14 @@ void JobListWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
 
 bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
 {
-    if (jobs == m_cache && m_pendingRows == 0)
+    if (jobs == m_cache)
         return false;
     // A row's dialog runs its own event loop; the row and its buttons must stay as they are.
     if (anyRowBusy())
         return false;
     if (isSignalConnected(QMetaMethod::fromSignal(&JobListWidget::jobsChanged)))
         reportChanges(jobs);
+    trackUnbuilt(jobs);
     m_cache = std::move(jobs);
     if (!updateSameRows())
         sync(FirstSliceMs);
@@ -141,10 +143,32 @@ void JobListWidget::reportChanges(const std::vector<CorvelService::JobDescriptio
     emit jobsChanged(changed, gone);
 }
 
+void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs)
+{
+    std::unordered_set<std::string> built;
+    built.reserve(m_rows.size());
+    for (JobRowWidget* row : m_rows)
+        built.insert(row->job().id);
+    const qint64 now = m_clock->nowMs();
+    std::unordered_map<std::string, CorvelJournal::JobActivity> unbuilt;
+    for (const auto& job : jobs) {
+        if (built.count(job.id))
+            continue;
+        auto found = m_unbuiltActivity.find(job.id);
+        auto& activity = unbuilt[job.id];
+        if (found != m_unbuiltActivity.end())
+            activity = std::move(found->second);
+        activity.update(job.status == CorvelService::JobStatus::Running, QString::fromStdString(job.current_work.text),
+                        job.current_work.progress, now);
+    }
+    m_unbuiltActivity = std::move(unbuilt);
+}
+
 void JobListWidget::revealJob(const std::string& jobId)
 {
     m_revealId = jobId;
     revealPending();
+    buildInReach();
 }
 
 void JobListWidget::revealPending()
@@ -171,24 +195,31 @@ void JobListWidget::revealPending()
 
 bool JobListWidget::updateSameRows()
 {
-    if (m_pendingRows > 0)
-        return false;
     std::vector<std::pair<size_t, size_t>> stale;
     size_t index = 0;
     for (size_t at = 0; at < m_cache.size(); ++at) {
         const auto& job = m_cache[at];
         if (job.status == CorvelService::JobStatus::Deleted)
             continue;
-        if (index >= m_rows.size() || m_rows[index]->job().id != job.id)
-            return false;
-        if (!(m_rows[index]->job() == job))
-            stale.emplace_back(index, at);
+        if (index < m_rows.size()) {
+            if (m_rows[index]->job().id != job.id)
+                return false;
+            if (!(m_rows[index]->job() == job))
+                stale.emplace_back(index, at);
+        }
         ++index;
     }
-    if (index != m_rows.size())
+    // The first rows of all are built by sync, against its budget.
+    if (index < m_rows.size() || (m_rows.empty() && index > 0))
         return false;
     m_staleRows = std::move(stale);
     applyRowUpdates();
+    // Jobs after the built rows came or went: only the room kept for them changes.
+    if (index - m_rows.size() != m_pendingRows) {
+        m_pendingRows = index - m_rows.size();
+        showPending();
+        fitHeight();
+    }
     return true;
 }
 
@@ -255,11 +286,26 @@ void JobListWidget::sync(int budgetMs)
     for (auto it = m_rows.rbegin(); it != m_rows.rend(); ++it)
         available[(*it)->job().id].push_back(*it);
 
+    // Rows are built at least down to the last job that keeps its row, so none between them is missing.
+    size_t reach = 0;
+    size_t position = 0;
+    for (const auto& job : m_cache) {
+        if (job.status == CorvelService::JobStatus::Deleted)
+            continue;
+        ++position;
+        if (available.count(job.id))
+            reach = position;
+    }
+    int rowHeight = m_rows.empty() ? 0 : m_rows.front()->minimumHeight();
+    reach = std::max(reach, rowsInReach(rowHeight));
+
     std::vector<JobRowWidget*> ordered, created;
     ordered.reserve(m_cache.size());
     int changedColumns = 0;
     std::vector<JobRowWidget*> newButtons;
     size_t pending = 0;
+    // A job left without a row before rows that are kept: filled by the next slice.
+    bool gap = false;
     for (const auto& job : m_cache) {
         if (job.status == CorvelService::JobStatus::Deleted)
             continue;
@@ -275,12 +321,18 @@ void JobListWidget::sync(int budgetMs)
                     newButtons.push_back(row);
             }
             ordered.push_back(row);
-        } else if (pending == 0 && (created.size() < MinRowsAtOnce || clock.elapsed() < budgetMs)) {
+            gap |= pending > 0;
+        } else if (pending == 0 && ordered.size() < reach &&
+                   (created.size() < MinRowsAtOnce || clock.elapsed() < budgetMs)) {
             JobRowWidget* row = createRow(job);
             // Measured here, so the time it takes counts against the slice.
             row->measure(AllColumns);
             created.push_back(row);
             ordered.push_back(row);
+            if (rowHeight == 0) {
+                rowHeight = row->minimumHeight();
+                reach = std::max(reach, rowsInReach(rowHeight));
+            }
         } else {
             ++pending;
         }
@@ -315,6 +367,8 @@ void JobListWidget::sync(int budgetMs)
     m_pendingRows = pending;
     if (pending > 0 || previousPending > 0)
         showPending();
+    if (gap)
+        m_sliceTimer.start();
     m_placeholder->setVisible(m_rows.empty() && pending == 0);
     fitHeight();
 }
@@ -337,8 +391,53 @@ void JobListWidget::showPending()
     m_pendingSpace->changeSize(0, static_cast<int>(m_pendingRows) * rowHeight, QSizePolicy::Minimum,
                                QSizePolicy::Fixed);
     m_layout->invalidate();
-    if (m_pendingRows > 0)
+    buildInReach();
+}
+
+size_t JobListWidget::rowsInReach(int rowHeight) const
+{
+    const QWidget* viewport = parentWidget();
+    const int screen = viewport ? viewport->height() : height();
+    // The list moves up in its viewport as it scrolls.
+    const int below = screen - y() + screen;
+    size_t reach = rowHeight > 0 ? static_cast<size_t>(below / rowHeight) + 1 : MinRowsAtOnce;
+    if (!m_revealId.empty()) {
+        size_t position = 0;
+        for (const auto& job : m_cache) {
+            if (job.status == CorvelService::JobStatus::Deleted)
+                continue;
+            ++position;
+            if (job.id == m_revealId)
+                reach = std::max(reach, position);
+        }
+    }
+    return reach;
+}
+
+void JobListWidget::buildInReach()
+{
+    if (m_pendingRows == 0 || m_sliceTimer.isActive())
+        return;
+    if (m_rows.size() < rowsInReach(m_rows.empty() ? 0 : m_rows.front()->minimumHeight()))
         m_sliceTimer.start();
+}
+
+void JobListWidget::moveEvent(QMoveEvent* event)
+{
+    QWidget::moveEvent(event);
+    buildInReach();
+}
+
+void JobListWidget::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    buildInReach();
+}
+
+void JobListWidget::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    buildInReach();
 }
 
 bool JobListWidget::appendPendingRows(int budgetMs)
@@ -353,8 +452,11 @@ bool JobListWidget::appendPendingRows(int budgetMs)
             return false;
         ++next;
     }
+    const size_t reach = rowsInReach(m_rows.empty() ? 0 : m_rows.front()->minimumHeight());
+    if (m_rows.size() >= reach)
+        return true;
     std::vector<JobRowWidget*> created;
-    for (; next != m_cache.cend() && (created.empty() || clock.elapsed() < budgetMs); ++next) {
+    for (; next != m_cache.cend() && m_rows.size() < reach && (created.empty() || clock.elapsed() < budgetMs); ++next) {
         if (next->status == CorvelService::JobStatus::Deleted)
             continue;
         JobRowWidget* row = createRow(*next);
@@ -391,6 +493,11 @@ void JobListWidget::continueBuilding()
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
 {
     auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    const auto activity = m_unbuiltActivity.find(job.id);
+    if (activity != m_unbuiltActivity.end()) {
+        static_cast<JobWorkWidget*>(row->cell(JobRowWidget::Status))->resumeActivity(activity->second, m_clock);
+        m_unbuiltActivity.erase(activity);
+    }
     if (!m_actionsEnabled)
         row->actions()->setEnabled(false);
     row->actions()->setClock(m_clock);

@@ -2,6 +2,7 @@
 
 #include "CorvelService.h"
 #include "core/clock.h"
+#include "journal/job_activity.h"
 #include "widgets/icon_font.h"
 
 #include <QStringList>
@@ -9,6 +10,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -26,14 +28,16 @@ class JobColumns;
 class JobRowWidget;
 
 // The rows of the jobs table. A new list from the service is matched to the rows by job id: rows
-// are updated in place, added, removed and moved into the service's order. A long list of new
-// rows is built in slices from the event loop, those in view first.
+// are updated in place, added, removed and moved into the service's order. New rows are built in
+// slices from the event loop, and only down to a screenful below the view: the rows further down
+// wait, as room kept for them, until scrolling brings them near. Every widget built costs a screen
+// reader's bridge messages and every row the list's layout time.
 class JobListWidget : public QWidget {
     Q_OBJECT
 public:
     // Time given to building new rows at once, and to each later slice.
-    static constexpr int FirstSliceMs = 8;
-    static constexpr int SliceMs = 8;
+    static constexpr int FirstSliceMs = 6;
+    static constexpr int SliceMs = 6;
 
     explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns = nullptr,
                            QWidget* parent = nullptr);
@@ -56,9 +60,9 @@ public:
     void revealJob(const std::string& jobId);
 
     const std::vector<CorvelService::JobDescription>& jobs() const { return m_cache; }
-    // Rows built so far, and whether more are still to come.
+    // Rows built so far, and whether more are on their way now.
     int rowCount() const { return static_cast<int>(m_rows.size()); }
-    bool isBuilding() const { return m_pendingRows > 0; }
+    bool isBuilding() const { return m_sliceTimer.isActive(); }
     JobRowWidget* row(int index) const;
     // The widget of a built row's column, or null.
     QWidget* cell(int row, int column) const;
@@ -76,7 +80,16 @@ signals:
     // The row of the job asked for by revealJob is there: scroll it into view.
     void rowRevealed(QWidget* row);
 
+protected:
+    void moveEvent(QMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
 private:
+    // How many rows should be built: down to a screenful below the view at `rowHeight` (a row's
+    // least height), and down to the job to reveal.
+    size_t rowsInReach(int rowHeight) const;
+    void buildInReach();
     void sync(int budgetMs);
     // Updates the rows in place when they are the list's jobs in the list's order.
     bool updateSameRows();
@@ -93,6 +106,7 @@ private:
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
+    void trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
     void applyActionsEnabled();
 
@@ -115,6 +129,9 @@ private:
     std::vector<std::pair<size_t, size_t>> m_staleRows;
     QTimer m_updateTimer;
     std::string m_revealId;
+    // The activity of each job without a row, so that a row built late shows how long it has run,
+    // its rate and a stall as if it had been there from the first sight of its job.
+    std::unordered_map<std::string, CorvelJournal::JobActivity> m_unbuiltActivity;
 };
 
 } // namespace CvJobs

@@ -123,6 +123,13 @@ void JobWorkWidget::tick()
     showActivity();
 }
 
+void JobWorkWidget::resumeActivity(const CorvelJournal::JobActivity& activity, std::shared_ptr<Corvel::Clock> clock)
+{
+    m_clock = std::move(clock);
+    m_activity = activity;
+    showActivity();
+}
+
 bool JobWorkWidget::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::Resize && watched == m_activityLabel->parentWidget())

@@ -34,6 +34,8 @@ public:
     void setJob(const CorvelService::JobDescription& job);
     // Brings the activity clock up to date.
     void tick();
+    // Takes over the activity followed by `clock` since the job was first seen, before its row was built.
+    void resumeActivity(const CorvelJournal::JobActivity& activity, std::shared_ptr<Corvel::Clock> clock);
 
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }

@@ -14,11 +14,14 @@
 #include "testsupport/modal.h"
 #include "widgets/message_box.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
 #include <QRadioButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextDocument>
 #include <QtTest>
 
@@ -727,6 +730,59 @@ private slots:
         poll(*m_connection);
         QCOMPARE(rowIds(table->jobList()), QStringList{"vm 90"});
         QCOMPARE(buttonTexts(), QStringList{"Start"});
+    }
+
+    // Rows far below the view are built as they come near: the keyboard, the scroll bar and a
+    // reveal reach the last job's row like any other, a reader finds its texts, and its activity
+    // clock counts from the job's first sight.
+    void farRowsAreReached_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("tab") << "tab";
+        QTest::newRow("scroll") << "scroll";
+        QTest::newRow("reveal") << "reveal";
+    }
+
+    void farRowsAreReached()
+    {
+        QFETCH(QString, how);
+        constexpr int Count = 60;
+        std::vector<JobDescription> jobs;
+        for (int i = 0; i < Count; ++i) {
+            jobs.push_back(makeJob("job-" + std::to_string(i), JobStatus::Running, JobAction::Stop));
+            jobs.back().description = "Nightly " + std::to_string(i);
+        }
+        auto* table = makeTable(jobs);
+        m_clock->advance(90000);
+        const std::string last = "job-" + std::to_string(Count - 1);
+        QScrollBar* bar = table->findChild<QScrollArea*>("job_table_scroll_area")->verticalScrollBar();
+        if (how == "tab") {
+            QApplication::setActiveWindow(table);
+            QVERIFY(QTest::qWaitForWindowActive(table));
+            QWidget* at = buttonOf("job-0", "Stop");
+            at->setFocus(Qt::TabFocusReason);
+            for (int i = 1; i < Count; ++i) {
+                QTest::keyClick(at, Qt::Key_Tab);
+                QCoreApplication::processEvents();
+                at = QApplication::focusWidget();
+                const auto* actions = qobject_cast<JobActionButtonsWidget*>(at ? at->parentWidget() : nullptr);
+                QVERIFY2(actions, qPrintable(QString("Tab %1 left the rows").arg(i)));
+                QCOMPARE(actions->job().id, "job-" + std::to_string(i));
+            }
+        } else if (how == "scroll") {
+            // The range grows as rows are built; an operator drags to the end again.
+            QTRY_VERIFY([&] {
+                bar->setValue(bar->maximum());
+                return rowOf(last) && !rowOf(last)->visibleRegion().isEmpty();
+            }());
+        } else {
+            table->revealJob(last);
+        }
+        QTRY_VERIFY(rowOf(last) && !rowOf(last)->visibleRegion().isEmpty());
+        QAccessibleInterface* note = QAccessible::queryAccessibleInterface(table->jobList()->cell(Count - 1, 6));
+        QVERIFY(note);
+        QCOMPARE(note->text(QAccessible::Name), QString("Nightly %1").arg(Count - 1));
+        QVERIFY(rowOf(last)->findChild<QLabel*>("job_activity")->text().startsWith("1:30"));
     }
 };
 
