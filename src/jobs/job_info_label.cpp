@@ -1,8 +1,8 @@
 #include "jobs/job_info_label.h"
 
 #include "jobs/job_details.h"
-#include "jobs/soft_wrap.h"
 #include "jobs/jobs_texts.h"
+#include "jobs/soft_wrap.h"
 
 #include <QStyle>
 
@@ -28,10 +28,15 @@ void JobInfoLabel::display(const std::string& value)
     if (value.empty()) {
         setText(QString::fromLatin1(Texts::NoValue));
         setToolTip(QString());
+        setAccessibleName(QString());
         return;
     }
-    const QString shown = m_recoveryPoint ? JobDetails::recoveryPoint(value) : QString::fromStdString(value);
-    setText(softWrap(boundedText(shown), ChunkLength));
+    const QString shown =
+        boundedText(m_recoveryPoint ? JobDetails::recoveryPoint(value) : QString::fromStdString(value));
+    const QString wrapped = softWrap(shown, ChunkLength);
+    setText(wrapped);
+    // A screen reader gets the value itself, without the breaks put into long words for wrapping.
+    setAccessibleName(wrapped == shown ? QString() : shown);
     if (m_recoveryPoint)
         setToolTip(plainToolTip(boundedText(QString::fromStdString(value))));
 }

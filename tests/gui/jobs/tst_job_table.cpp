@@ -750,7 +750,7 @@ private slots:
         std::vector<JobDescription> jobs;
         for (int i = 0; i < Count; ++i) {
             jobs.push_back(makeJob("job-" + std::to_string(i), JobStatus::Running, JobAction::Stop));
-            jobs.back().description = "Nightly " + std::to_string(i);
+            jobs.back().description = "Nightly fileserver-" + std::to_string(i);
         }
         auto* table = makeTable(jobs);
         m_clock->advance(90000);
@@ -781,7 +781,7 @@ private slots:
         QTRY_VERIFY(rowOf(last) && !rowOf(last)->visibleRegion().isEmpty());
         QAccessibleInterface* note = QAccessible::queryAccessibleInterface(table->jobList()->cell(Count - 1, 6));
         QVERIFY(note);
-        QCOMPARE(note->text(QAccessible::Name), QString("Nightly %1").arg(Count - 1));
+        QCOMPARE(note->text(QAccessible::Name), QString("Nightly fileserver-%1").arg(Count - 1));
         QVERIFY(rowOf(last)->findChild<QLabel*>("job_activity")->text().startsWith("1:30"));
     }
 };
