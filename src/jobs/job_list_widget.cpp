@@ -103,7 +103,7 @@ void JobListWidget::setClock(std::shared_ptr<Corvel::Clock> clock)
         row->actions()->setClock(m_clock);
 }
 
-bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
+bool JobListWidget::setJobs(const std::vector<CorvelService::JobDescription>& jobs)
 {
     if (jobs == m_cache)
         return false;
@@ -113,7 +113,8 @@ bool JobListWidget::setJobs(std::vector<CorvelService::JobDescription> jobs)
     if (isSignalConnected(QMetaMethod::fromSignal(&JobListWidget::jobsChanged)))
         reportChanges(jobs);
     trackUnbuilt(jobs);
-    m_cache = std::move(jobs);
+    // Copied only when it differs: most polls bring the list unchanged.
+    m_cache = jobs;
     if (!updateSameRows())
         sync(FirstSliceMs);
     revealPending();
@@ -175,8 +176,8 @@ void JobListWidget::revealPending()
 {
     if (m_revealId.empty())
         return;
-    const auto found = std::find_if(m_rows.begin(), m_rows.end(),
-                                    [this](JobRowWidget* row) { return row->job().id == m_revealId; });
+    const auto found =
+        std::find_if(m_rows.begin(), m_rows.end(), [this](JobRowWidget* row) { return row->job().id == m_revealId; });
     if (found == m_rows.end())
         return;
     m_revealId.clear();

@@ -50,7 +50,7 @@ public:
 
     // Shows the list unless it equals the one shown; true when it differs. While a row has a dialog
     // open nothing changes until a later call.
-    bool setJobs(std::vector<CorvelService::JobDescription> jobs);
+    bool setJobs(const std::vector<CorvelService::JobDescription>& jobs);
 
     // Turns the rows' actions on or off: those in view at once, the others over the next passes of
     // the event loop (each widget changed costs a screen reader's bridge a message).

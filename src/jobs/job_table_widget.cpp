@@ -76,10 +76,8 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
         m_header->layout()->invalidate();
         fitHeader();
     });
-    connect(&m_connection, &CorvelService::ServiceConnection::jobsArrived, m_list,
-            [this](const std::vector<CorvelService::JobDescription>& jobs) { m_list->setJobs(jobs); });
-    connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, this,
-            &JobTableWidget::updateServiceState);
+    connect(&m_connection, &CorvelService::ServiceConnection::jobsArrived, m_list, &JobListWidget::setJobs);
+    connect(&m_connection, &CorvelService::ServiceConnection::stateChanged, this, &JobTableWidget::updateServiceState);
     m_connection.startPolling();
 }
 
