@@ -137,10 +137,7 @@ void JobRowWidget::measure(int changedColumns)
         for (QPushButton* button : m_actions->findChildren<QPushButton*>())
             buttonHeight = std::max(buttonHeight, button->sizeHint().height());
         const int actions = 2 * buttonHeight + m_actions->layout()->spacing();
-        const int work = m_work->statusLabel()->sizeHint().height() + fontMetrics().lineSpacing() +
-                         m_work->progressBar()->sizeHint().height() +
-                         m_work->findChild<QLabel*>("job_activity")->sizeHint().height();
-        const int floor = std::max(actions, work) + layout()->contentsMargins().bottom();
+        const int floor = std::max(actions, m_work->steadyHeight()) + layout()->contentsMargins().bottom();
         if (floor > m_floor) {
             m_floor = floor;
             setMinimumHeight(floor);

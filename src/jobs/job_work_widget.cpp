@@ -144,6 +144,12 @@ void JobWorkWidget::setJob(const CorvelService::JobDescription& job)
     trackActivity(job);
 }
 
+int JobWorkWidget::steadyHeight() const
+{
+    return m_statusLabel->sizeHint().height() + fontMetrics().lineSpacing() + m_progressBar->sizeHint().height() +
+           m_activityLabel->sizeHint().height();
+}
+
 void JobWorkWidget::trackActivity(const CorvelService::JobDescription& job)
 {
     const bool running = job.status == CorvelService::JobStatus::Running;

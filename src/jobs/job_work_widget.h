@@ -39,6 +39,9 @@ public:
 
     JobStatusLabel* statusLabel() const { return m_statusLabel; }
     QProgressBar* progressBar() const { return m_progressBar; }
+    // The height of the lines it always shows (status, one line of work, the bar, the activity),
+    // whatever the job is doing: the row never gets lower than that.
+    int steadyHeight() const;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
