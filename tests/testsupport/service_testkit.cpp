@@ -56,10 +56,9 @@ TlsTestServer::~TlsTestServer()
     SSL_CTX_free(static_cast<SSL_CTX*>(m_context));
 }
 
-QString TlsTestServer::start(const QString& certDir, int version, Reply reply, bool closeAfterReply)
+QString TlsTestServer::start(const QString& certDir, int version, Reply reply)
 {
     m_reply = std::move(reply);
-    m_closeAfterReply = closeAfterReply;
     SSL_CTX* context = SSL_CTX_new(TLS_server_method());
     m_context = context;
     if (version) {
@@ -115,8 +114,7 @@ void TlsTestServer::handle(int fd)
         if (m_reply && n >= 12 && n >= 12 + be32(4)) {
             const QByteArray reply = m_reply(be32(8 + be32(4)));
             SSL_write(ssl, reply.constData(), reply.size());
-            if (m_closeAfterReply)
-                n = 0;
+            n = 0;
         }
         while (n > 0)
             n = SSL_read(ssl, request, sizeof request);

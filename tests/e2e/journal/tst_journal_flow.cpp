@@ -121,12 +121,11 @@ private slots:
 
         QProcess cli;
         cli.start(CorvelTest::binDir() + "/corvel-journal", {"--db", path, "show", jobId});
-        QVERIFY(cli.waitForFinished(10000));
-        QCOMPARE(cli.exitCode(), 0);
-        const QString shown = QString::fromUtf8(cli.readAllStandardOutput());
-        QVERIFY(shown.contains(QStringLiteral("not observed from")));
+        QVERIFY(cli.waitForFinished(10000) && cli.exitCode() == 0);
+        const QByteArray shown = cli.readAllStandardOutput();
+        QVERIFY(shown.contains("not observed from"));
 
-        QByteArray everything = report.toUtf8() + CorvelJournal::csvText(db.records()).toUtf8() + shown.toUtf8();
+        QByteArray everything = report.toUtf8() + CorvelJournal::csvText(db.records()).toUtf8() + shown;
         for (const QString& file : QDir(m_dir.path()).entryList({"journal.sqlite*"})) {
             QFile f(m_dir.filePath(file));
             QVERIFY(f.open(QIODevice::ReadOnly));
@@ -135,9 +134,6 @@ private slots:
         for (const std::string& secret : {launched.configuration.device_token, launched.configuration.local_cache_login,
                                           launched.configuration.local_cache_password}) {
             QVERIFY2(!everything.contains(QByteArray::fromStdString(secret)), secret.c_str());
-            // SQLite keeps text as UTF-8, but a UTF-16 copy must not be there either.
-            const QString wide = QString::fromStdString(secret);
-            QVERIFY(!everything.contains(QByteArray(reinterpret_cast<const char*>(wide.utf16()), wide.size() * 2)));
         }
     }
 };

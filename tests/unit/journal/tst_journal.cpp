@@ -1,5 +1,5 @@
-// The journal without a screen: estimates and the stall mark of a running activity, files it
-// cannot use (damaged, locked by another process), and the history's texts.
+// The journal without a screen: estimates of a running activity, its stall marks, files it cannot
+// use (damaged, locked by another process), and the history's texts.
 
 #include "journal/job_activity.h"
 #include "journal/journal.h"
@@ -65,25 +65,6 @@ private slots:
         const qint64 left = activity.remainingMs(now);
         QVERIFY2(expectedMs < 0 ? left == -1 : qAbs(left - expectedMs) <= expectedMs / 5,
                  qPrintable(QString::number(left)));
-    }
-
-    void stallMarkComesOnceAndGoes()
-    {
-        JobActivity activity;
-        int appeared = 0;
-        bool stalled = false;
-        // Progress for 5 min, nothing for 15 min, then it moves again; looked at every 10 s.
-        for (qint64 now = 0; now <= 25 * 60000; now += 10000) {
-            const int progress = now < 5 * 60000 ? int(now / 30000) : now < 20 * 60000 ? 10 : 11;
-            activity.update(true, QStringLiteral("Copying"), progress, now);
-            const bool mark = activity.isStalled(now);
-            appeared += mark && !stalled;
-            stalled = mark;
-            if (now == 20 * 60000 - 10000)
-                QVERIFY(stalled);
-        }
-        QCOMPARE(appeared, 1);
-        QVERIFY(!stalled);
     }
 
     // A job that stands still gets one timeline mark per stall, dated when the stall began.

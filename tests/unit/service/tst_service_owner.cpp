@@ -48,7 +48,6 @@ private slots:
         QTest::addColumn<bool>("contextGone");
         QTest::addColumn<int>("outcome"); // -1: never delivered
         QTest::addColumn<QString>("log");
-        QTest::newRow("answered") << 0 << 0 << false << int(CallOutcome::Ok) << "";
         QTest::newRow("answered within the limit") << 0 << 5000 << false << int(CallOutcome::Ok) << "";
         QTest::newRow("silent past the limit")
             << 1500 << 100 << false << int(CallOutcome::TimedOut) << "No answer from the Corvel service within 1 s";
@@ -115,12 +114,10 @@ private slots:
         connection.setPollInterval(10);
         connection.startPolling();
         QTRY_VERIFY_WITH_TIMEOUT(countStarting(log, "Corvel service still not reachable: ") >= 1, 3000);
-        QCOMPARE(countStarting(log, "Unknown exception: "), 1);
         back = true;
         service->listFailure = FakeService::Failure::None;
         QTRY_COMPARE_WITH_TIMEOUT(log.count("Connection to Corvel service restored."), 1, 3000);
         QTest::qWait(100);
-        QCOMPARE(countStarting(log, "Unknown exception: "), 1);
         QVERIFY2(log.texts().size() <= 6, qPrintable(log.texts().join('\n')));
     }
 
