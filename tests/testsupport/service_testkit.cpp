@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -36,12 +37,9 @@ bool resetPeakMemory()
 qint64 statusKiB(const char* field)
 {
     QFile status("/proc/self/status");
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith(field))
-            return line.mid(int(qstrlen(field))).trimmed().split(' ').value(0).toLongLong();
-    return -1;
+    const QString text = status.open(QIODevice::ReadOnly) ? QString::fromLatin1(status.readAll()) : QString();
+    const auto match = QRegularExpression(QString(field) + "\\s*(\\d+)").match(text);
+    return match.hasMatch() ? match.captured(1).toLongLong() : -1;
 }
 
 TlsTestServer::~TlsTestServer()

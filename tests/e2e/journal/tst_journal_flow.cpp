@@ -46,6 +46,24 @@ class TestJournalFlow : public QObject {
         return false;
     }
 
+    // A file recovery the simulator accepts, of the cloud simulator's device 1001.
+    JobConfiguration fileRecovery() const
+    {
+        JobConfiguration c;
+        c.client_name = "northwind (Northwind Ltd)";
+        c.device_name = "FS-01";
+        c.device_id = 1001;
+        c.device_host = "http://127.0.0.1/restore/1001";
+        c.device_token = "device-token-1001-11";
+        std::vector<std::string> points;
+        m_client->retrieveRestorePoints(points, c.device_host, c.device_token);
+        for (auto it = points.rbegin(); it != points.rend() && c.recovery_point.empty(); ++it)
+            if (it->size() == 19 && it->compare(11, 2, "25") != 0)
+                c.recovery_point = *it;
+        c.mount_point = "E";
+        return c;
+    }
+
 private slots:
     void jobStoryAcrossTwoSessions()
     {
@@ -56,7 +74,7 @@ private slots:
         const QString path = m_dir.filePath("journal.sqlite");
         JobDescription launched;
         launched.job_type = JobType::FileRecovery;
-        launched.configuration = CorvelTest::ServiceSim::validConfiguration(*m_client, JobType::FileRecovery);
+        launched.configuration = fileRecovery();
         launched.configuration.local_cache_login = "share-login-Kq81";
         launched.configuration.local_cache_password = "share-pass-Zx42";
         m_client->createJob(launched.id, JobType::FileRecovery, "journal flow", launched.configuration);

@@ -82,7 +82,6 @@ private slots:
 
         QTest::newRow("exact") << QByteArray("localhost") << AccessManager::ALLOW;
         QTest::newRow("lone asterisk") << QByteArray("*") << AccessManager::ALLOW;
-        QTest::newRow("asterisk and tail") << QByteArray("*host") << AccessManager::ALLOW;
         QTest::newRow("plain tail") << QByteArray("host") << AccessManager::ALLOW;
         QTest::newRow("prefix before asterisk ignored") << QByteArray("foo.*calhost") << AccessManager::ALLOW;
         QTest::newRow("wildcard of another domain") << QByteArray("*.example.com") << AccessManager::DENY;
@@ -153,8 +152,7 @@ private slots:
         const auto client = createServiceClient(dir.toStdString(), "localhost", listener.port());
 
         QCOMPARE(bool(client), firstLine.isEmpty());
-        QStringList lines;
-        QStringList warnings;
+        QStringList lines, warnings;
         for (const auto& entry : log.entries())
             (entry.type == QtCriticalMsg ? lines : warnings) << entry.text;
         QCOMPARE(lines.size(), firstLine.isEmpty() ? 0 : 2);
@@ -181,10 +179,6 @@ private slots:
         QTest::newRow("a 32 MiB job id, 10 bytes sent") << jobs(1, [](TProtocol& out) {
             out.writeI32(kHugeString);
             out.getTransport()->write(reinterpret_cast<const uint8_t*>("0123456789"), 10);
-        }) << 0 << "END_OF_FILE";
-        QTest::newRow("a 32 MiB method name") << Writer([](TProtocol& out, int32_t) {
-            out.writeI32(int32_t(0x80010002));
-            out.writeI32(kHugeString);
         }) << 0 << "END_OF_FILE";
         QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
             out.writeI32(int32_t(0x80020002));
