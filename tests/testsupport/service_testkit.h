@@ -11,8 +11,8 @@
 namespace CorvelTest {
 
 // Writes DIR/tolvex.crt and DIR/tolvex.key: a fresh self-signed pair named dnsName (common name
-// and subjectAltName). Empty on success, else why.
-QString writeCertificatePair(const QString& dir, const QString& dnsName);
+// and subjectAltName). False, with a warning saying why, when openssl fails.
+bool writeCertificatePair(const QString& dir, const QString& dnsName);
 
 // Peak memory of this process: resetPeakMemory() makes the peak the current resident size, then
 // statusKiB("VmHWM:") is the peak since and statusKiB("VmRSS:") the current size, in KiB.

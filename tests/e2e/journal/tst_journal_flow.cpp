@@ -50,16 +50,11 @@ class TestJournalFlow : public QObject {
     JobConfiguration fileRecovery() const
     {
         JobConfiguration c;
-        c.client_name = "northwind (Northwind Ltd)";
-        c.device_name = "FS-01";
-        c.device_id = 1001;
         c.device_host = "http://127.0.0.1/restore/1001";
         c.device_token = "device-token-1001-11";
         std::vector<std::string> points;
         m_client->retrieveRestorePoints(points, c.device_host, c.device_token);
-        for (auto it = points.rbegin(); it != points.rend() && c.recovery_point.empty(); ++it)
-            if (it->size() == 19 && it->compare(11, 2, "25") != 0)
-                c.recovery_point = *it;
+        c.recovery_point = points.empty() ? std::string() : points.back();
         c.mount_point = "E";
         return c;
     }

@@ -58,11 +58,9 @@ private slots:
         QFETCH(int, steps);
         QFETCH(qint64, expectedMs);
         JobActivity activity;
-        qint64 now = 1000;
-        for (int i = 0; i <= steps; ++i, now += stepMs)
-            activity.update(true, QStringLiteral("Copying"), startAt + i, now);
-        now -= stepMs;
-        const qint64 left = activity.remainingMs(now);
+        for (int i = 0; i <= steps; ++i)
+            activity.update(true, QStringLiteral("Copying"), startAt + i, 1000 + i * stepMs);
+        const qint64 left = activity.remainingMs(1000 + steps * stepMs);
         QVERIFY2(expectedMs < 0 ? left == -1 : qAbs(left - expectedMs) <= expectedMs / 5,
                  qPrintable(QString::number(left)));
     }
@@ -150,8 +148,6 @@ private slots:
         QVERIFY2(db.openForReading(path, &error), qPrintable(error));
         QCOMPARE(db.records().size(), size_t(1));
         QCOMPARE(db.records().front().job.id, QStringLiteral("new-job"));
-        QCOMPARE(db.notes().size(), size_t(1));
-        QVERIFY(db.notes().front().text.contains(QStringLiteral("set aside as")));
         QCOMPARE(QDir(dir.path()).entryList({QStringLiteral("journal-set-aside-*.sqlite")}).size(), 1);
     }
 

@@ -53,8 +53,6 @@ Writer jobs(int32_t claimed, const std::function<void(TProtocol& out)>& rest = {
     };
 }
 
-const int32_t kHugeString = 32 * 1024 * 1024;
-
 } // namespace
 
 Q_DECLARE_METATYPE(Writer)
@@ -68,10 +66,7 @@ class TestServiceClient : public QObject {
     QString newPair(const QString& name)
     {
         const QString dir = m_root.filePath(QString::number(++m_pairs));
-        const QString error = CorvelTest::writeCertificatePair(dir, name);
-        if (!error.isEmpty())
-            qWarning("%s", qPrintable(error));
-        return error.isEmpty() ? dir : QString();
+        return CorvelTest::writeCertificatePair(dir, name) ? dir : QString();
     }
 
 private slots:
@@ -177,7 +172,7 @@ private slots:
         QTest::newRow("a 2 GiB job id") << jobs(1, [](TProtocol& out) { out.writeI32(0x7fffffff); }) << 0
                                         << "SIZE_LIMIT";
         QTest::newRow("a 32 MiB job id, 10 bytes sent") << jobs(1, [](TProtocol& out) {
-            out.writeI32(kHugeString);
+            out.writeI32(32 * 1024 * 1024);
             out.getTransport()->write(reinterpret_cast<const uint8_t*>("0123456789"), 10);
         }) << 0 << "END_OF_FILE";
         QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
@@ -185,11 +180,6 @@ private slots:
             out.writeString("getAllJobsInfo");
             out.writeI32(seqid);
         }) << 0 << "BAD_VERSION";
-        QTest::newRow("a skipped field of 32 MiB") << jobs(1, [](TProtocol& out) {
-            out.writeString("job-1");
-            out.writeFieldBegin("unknown", T_STRING, 99);
-            out.writeI32(kHugeString);
-        }) << 0 << "END_OF_FILE";
         QTest::newRow("a skipped field nested 100 deep") << jobs(1, [](TProtocol& out) {
             out.writeString("job-1");
             out.writeFieldBegin("unknown", T_LIST, 99);
