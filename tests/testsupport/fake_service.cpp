@@ -33,7 +33,8 @@ int FakeService::callCount(const QString& method) const
     return calls().filter(QRegularExpression("^" + QRegularExpression::escape(method) + "(:|$)")).size();
 }
 
-void FakeService::enter(const std::string& method, const std::string& argument, Failure standing, bool record)
+std::unique_lock<std::mutex> FakeService::enter(const std::string& method, const std::string& argument,
+                                                Failure standing, bool record)
 {
     Failure failure = standing;
     int delay = 0;
@@ -41,6 +42,8 @@ void FakeService::enter(const std::string& method, const std::string& argument, 
         std::lock_guard<std::mutex> lock(m_mutex);
         if (record)
             m_calls << QString::fromStdString(argument.empty() ? method : method + ':' + argument);
+        else
+            ++listCalls;
         std::vector<Failure>& queued = m_failures[method];
         if (!queued.empty()) {
             failure = queued.front();
@@ -55,15 +58,12 @@ void FakeService::enter(const std::string& method, const std::string& argument, 
     if (failure == Failure::Transport)
         throw transport::TTransportException(transport::TTransportException::NOT_OPEN,
                                              "Called write on non-open socket");
+    return std::unique_lock<std::mutex>(m_mutex);
 }
 
 void FakeService::getAllJobsInfo(std::vector<JobDescription>& result)
 {
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        ++listCalls;
-    }
-    enter("getAllJobsInfo", {}, listFailure, false);
+    const auto lock = enter("getAllJobsInfo", {}, listFailure, false);
     result = jobs;
 }
 
@@ -89,21 +89,20 @@ void FakeService::deleteJob(const std::string& id)
 
 void FakeService::getJobMutableSettings(JobMutableSettings& result, const std::string& id)
 {
-    enter("getJobMutableSettings", id, settingsFailure);
+    const auto lock = enter("getJobMutableSettings", id, settingsFailure);
     result = storedSettings;
 }
 
 void FakeService::setJobMutableSettings(const std::string& id, const JobMutableSettings& settings)
 {
-    enter("setJobMutableSettings", id, settingsFailure);
+    const auto lock = enter("setJobMutableSettings", id, settingsFailure);
     writtenDeleteVm = settings.delete_created_vm;
 }
 
 void FakeService::createJob(std::string& result, JobType::type type, const std::string& description,
                             const JobConfiguration& configuration)
 {
-    enter("createJob", configuration.recovery_point);
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto lock = enter("createJob", configuration.recovery_point);
     createdType = type;
     createdDescription = description;
     createdConfiguration = configuration;
@@ -113,30 +112,26 @@ void FakeService::createJob(std::string& result, JobType::type type, const std::
 void FakeService::retrieveRestorePoints(std::vector<std::string>& result, const std::string&,
                                         const std::string& deviceToken)
 {
-    enter("retrieveRestorePoints", deviceToken);
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto lock = enter("retrieveRestorePoints", deviceToken);
     result = restorePoints[deviceToken];
 }
 
 void FakeService::retrieveMetadata(std::vector<DiskInfo>& result, const std::string&, const std::string&,
                                    const std::string& timestamp)
 {
-    enter("retrieveMetadata", timestamp);
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto lock = enter("retrieveMetadata", timestamp);
     result = metadata[timestamp];
 }
 
 int64_t FakeService::retrieveHyperVRamBytesUsed()
 {
-    enter("retrieveHyperVRamBytesUsed", {});
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto lock = enter("retrieveHyperVRamBytesUsed", {});
     return hyperVRamBytesUsed;
 }
 
 void FakeService::retrieveHyperVNetworks(std::vector<VirtualNetwork>& result)
 {
-    enter("retrieveHyperVNetworks", {});
-    std::lock_guard<std::mutex> lock(m_mutex);
+    const auto lock = enter("retrieveHyperVNetworks", {});
     result = networks;
 }
 

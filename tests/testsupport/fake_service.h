@@ -59,10 +59,10 @@ public:
     void retrieveHyperVNetworks(std::vector<CorvelService::VirtualNetwork>& result) override;
 
 private:
-    // Records the call, waits its delay and throws its next failure (outside the lock).
-    // The jobs poll is counted in listCalls, not recorded.
-    void enter(const std::string& method, const std::string& argument, Failure standing = Failure::None,
-               bool record = true);
+    // Records the call, waits its delay and throws its next failure (outside the lock), then locks
+    // for the answer. The jobs poll is counted in listCalls, not recorded.
+    std::unique_lock<std::mutex> enter(const std::string& method, const std::string& argument,
+                                       Failure standing = Failure::None, bool record = true);
 
     mutable std::mutex m_mutex;
     QStringList m_calls;

@@ -80,40 +80,4 @@ QString ServiceSim::log() const
     return QString::fromUtf8(file.readAll());
 }
 
-CorvelService::JobConfiguration ServiceSim::validConfiguration(CorvelService::CorvelServiceIf& service,
-                                                               CorvelService::JobType::type type)
-{
-    using namespace CorvelService;
-    JobConfiguration c;
-    c.client_name = "northwind (Northwind Ltd)";
-    c.device_name = "FS-01";
-    c.device_id = 1001;
-    c.device_host = "http://127.0.0.1/restore/1001";
-    c.device_token = "device-token-1001-11";
-    std::vector<std::string> points;
-    service.retrieveRestorePoints(points, c.device_host, c.device_token);
-    for (auto it = points.rbegin(); it != points.rend() && c.recovery_point.empty(); ++it)
-        if (it->size() == 19 && it->compare(11, 2, "25") != 0)
-            c.recovery_point = *it;
-    c.mount_point = "E";
-    if (type != JobType::FileRecovery) {
-        std::vector<DiskInfo> disks;
-        service.retrieveMetadata(disks, c.device_host, c.device_token, c.recovery_point);
-        for (const DiskInfo& disk : disks)
-            c.disks_names.push_back(disk.name);
-        c.virtual_disk_type = VirtualDiskType::VhdxGenTwo;
-    }
-    if (type == JobType::Virtualization) {
-        c.vm_settings.name = "FS-01 test";
-        c.vm_settings.ram_bytes = 1073741824;
-        c.vm_settings.cpu_cores = 1;
-        c.vm_settings.generation = 2;
-        std::vector<VirtualNetwork> networks;
-        service.retrieveHyperVNetworks(networks);
-        if (!networks.empty())
-            c.vm_settings.network_adapters = {networks.front().name};
-    }
-    return c;
-}
-
 } // namespace CorvelTest

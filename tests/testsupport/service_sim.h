@@ -28,11 +28,6 @@ public:
     void kill();
     QString log() const;
 
-    // A configuration the simulator accepts for a job of this type, built from what the service
-    // lists for the cloud simulator's device 1001 (restore point, disks, networks).
-    static CorvelService::JobConfiguration validConfiguration(CorvelService::CorvelServiceIf& service,
-                                                              CorvelService::JobType::type type);
-
 private:
     QProcess m_process;
     QString m_logFile;

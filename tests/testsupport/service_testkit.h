@@ -11,8 +11,8 @@
 namespace CorvelTest {
 
 // Writes DIR/tolvex.crt and DIR/tolvex.key: a fresh self-signed pair named dnsName (common name
-// and subjectAltName). Empty on success, else why.
-QString writeCertificatePair(const QString& dir, const QString& dnsName);
+// and subjectAltName). False, with a warning saying why, when openssl fails.
+bool writeCertificatePair(const QString& dir, const QString& dnsName);
 
 // Peak memory of this process: resetPeakMemory() makes the peak the current resident size, then
 // statusKiB("VmHWM:") is the peak since and statusKiB("VmRSS:") the current size, in KiB.
@@ -26,9 +26,8 @@ public:
     using Reply = std::function<QByteArray(int32_t seqid)>;
     ~TlsTestServer();
     // Serves the pair in certDir. version: the only TLS version offered (0: library default).
-    // reply: when set, answers the first request with reply(its sequence id), then closes the
-    // connection if closeAfterReply, else waits for the client to close it.
-    QString start(const QString& certDir, int version = 0, Reply reply = {}, bool closeAfterReply = false);
+    // reply: when set, answers the first request with reply(its sequence id) and closes the connection.
+    QString start(const QString& certDir, int version = 0, Reply reply = {});
     int port() const { return m_port; }
     int connections() const { return m_connections; }
 
@@ -37,7 +36,6 @@ private:
     void handle(int fd);
 
     Reply m_reply;
-    bool m_closeAfterReply = false;
     void* m_context = nullptr; // SSL_CTX
     int m_listenFd = -1;
     int m_port = 0;

@@ -1,6 +1,5 @@
 // Making the service client: the certificate-name rule, the TLS handshake and its checks at
-// creation time, replies that must not make the console allocate what they claim, and long lists
-// that must still read.
+// creation time, and replies that must not make the console allocate what they claim.
 
 #include "service/client_access_manager.h"
 #include "service/service_client.h"
@@ -54,8 +53,6 @@ Writer jobs(int32_t claimed, const std::function<void(TProtocol& out)>& rest = {
     };
 }
 
-const int32_t kHugeString = 32 * 1024 * 1024;
-
 } // namespace
 
 Q_DECLARE_METATYPE(Writer)
@@ -69,10 +66,7 @@ class TestServiceClient : public QObject {
     QString newPair(const QString& name)
     {
         const QString dir = m_root.filePath(QString::number(++m_pairs));
-        const QString error = CorvelTest::writeCertificatePair(dir, name);
-        if (!error.isEmpty())
-            qWarning("%s", qPrintable(error));
-        return error.isEmpty() ? dir : QString();
+        return CorvelTest::writeCertificatePair(dir, name) ? dir : QString();
     }
 
 private slots:
@@ -83,7 +77,6 @@ private slots:
 
         QTest::newRow("exact") << QByteArray("localhost") << AccessManager::ALLOW;
         QTest::newRow("lone asterisk") << QByteArray("*") << AccessManager::ALLOW;
-        QTest::newRow("asterisk and tail") << QByteArray("*host") << AccessManager::ALLOW;
         QTest::newRow("plain tail") << QByteArray("host") << AccessManager::ALLOW;
         QTest::newRow("prefix before asterisk ignored") << QByteArray("foo.*calhost") << AccessManager::ALLOW;
         QTest::newRow("wildcard of another domain") << QByteArray("*.example.com") << AccessManager::DENY;
@@ -107,7 +100,7 @@ private slots:
     void createClient_data()
     {
         QTest::addColumn<QString>("name");      // of the pair both sides use
-        QTest::addColumn<QString>("server");    // "same pair", "other key" (its own pair named localhost), "none"
+        QTest::addColumn<QString>("server");    // "same pair" or "other key" (its own pair named localhost)
         QTest::addColumn<int>("version");       // the only TLS version the server offers (0: default)
         QTest::addColumn<bool>("noKey");        // the client's key file is missing
         QTest::addColumn<QString>("firstLine"); // start of the first log line; empty: the client is made
@@ -129,9 +122,6 @@ private slots:
             << "localhost" << same << int(TLS1_1_VERSION) << false << thrift << connect << shutdown;
         QTest::newRow("server TLS 1.3 only")
             << "localhost" << same << int(TLS1_3_VERSION) << false << thrift << connect << shutdown;
-        QTest::newRow("nothing listening") << "localhost"
-                                           << "none" << 0 << false << thrift << connect
-                                           << "Thrift library: TSocket::open() connect() <Host: localhost Port: ";
         QTest::newRow("no key") << "localhost" << same << 0 << true << factory + ": " << factory << "";
     }
 
@@ -148,20 +138,16 @@ private slots:
         const QString dir = newPair(name);
         const QString serverDir = server == "other key" ? newPair("localhost") : dir;
         QVERIFY(!dir.isEmpty() && !serverDir.isEmpty());
-        auto listener = std::make_unique<TlsTestServer>();
-        QVERIFY(listener->start(serverDir, version).isEmpty());
-        const int port = listener->port();
-        if (server == "none")
-            listener.reset();
+        TlsTestServer listener;
+        QVERIFY(listener.start(serverDir, version).isEmpty());
         if (noKey)
             QVERIFY(QFile::remove(dir + "/tolvex.key"));
 
         CorvelTest::LogCapture log;
-        const auto client = createServiceClient(dir.toStdString(), "localhost", port);
+        const auto client = createServiceClient(dir.toStdString(), "localhost", listener.port());
 
         QCOMPARE(bool(client), firstLine.isEmpty());
-        QStringList lines;
-        QStringList warnings;
+        QStringList lines, warnings;
         for (const auto& entry : log.entries())
             (entry.type == QtCriticalMsg ? lines : warnings) << entry.text;
         QCOMPARE(lines.size(), firstLine.isEmpty() ? 0 : 2);
@@ -171,8 +157,7 @@ private slots:
             QVERIFY2(lines[0].startsWith(firstLine) && lines[0].size() > firstLine.size(), qPrintable(lines[0]));
             QCOMPARE(lines[1], secondLine);
         }
-        if (listener)
-            QTRY_COMPARE_WITH_TIMEOUT(listener->connections(), noKey ? 0 : 1, 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(listener.connections(), noKey ? 0 : 1, 5000);
     }
 
     void hostileReplies_data()
@@ -187,23 +172,14 @@ private slots:
         QTest::newRow("a 2 GiB job id") << jobs(1, [](TProtocol& out) { out.writeI32(0x7fffffff); }) << 0
                                         << "SIZE_LIMIT";
         QTest::newRow("a 32 MiB job id, 10 bytes sent") << jobs(1, [](TProtocol& out) {
-            out.writeI32(kHugeString);
+            out.writeI32(32 * 1024 * 1024);
             out.getTransport()->write(reinterpret_cast<const uint8_t*>("0123456789"), 10);
-        }) << 0 << "END_OF_FILE";
-        QTest::newRow("a 32 MiB method name") << Writer([](TProtocol& out, int32_t) {
-            out.writeI32(int32_t(0x80010002));
-            out.writeI32(kHugeString);
         }) << 0 << "END_OF_FILE";
         QTest::newRow("another protocol version") << Writer([](TProtocol& out, int32_t seqid) {
             out.writeI32(int32_t(0x80020002));
             out.writeString("getAllJobsInfo");
             out.writeI32(seqid);
         }) << 0 << "BAD_VERSION";
-        QTest::newRow("a skipped field of 32 MiB") << jobs(1, [](TProtocol& out) {
-            out.writeString("job-1");
-            out.writeFieldBegin("unknown", T_STRING, 99);
-            out.writeI32(kHugeString);
-        }) << 0 << "END_OF_FILE";
         QTest::newRow("a skipped field nested 100 deep") << jobs(1, [](TProtocol& out) {
             out.writeString("job-1");
             out.writeFieldBegin("unknown", T_LIST, 99);
@@ -229,7 +205,7 @@ private slots:
         const QString dir = newPair("localhost");
         TlsTestServer server;
         const auto answer = [&](int32_t seqid) { return message(reply, seqid); };
-        QVERIFY(server.start(dir, 0, answer, true).isEmpty());
+        QVERIFY(server.start(dir, 0, answer).isEmpty());
         ReplyLimits limits;
         if (messageLimit)
             limits.messageBytes = messageLimit;
@@ -254,39 +230,6 @@ private slots:
         const qint64 growthKiB = CorvelTest::statusKiB("VmHWM:") - before;
         QCOMPARE(thrown, failure);
         QVERIFY2(growthKiB < 4 * 1024, qPrintable(QString("peak grew by %1 KiB").arg(growthKiB)));
-    }
-
-    void longListReads()
-    {
-        // Far more than a service lists, nested lists included, and the longest description it sends.
-        CorvelService_getAllJobsInfo_result result;
-        std::vector<JobDescription>& listed = result.success;
-        listed.resize(10000);
-        for (int i = 0; i < 10000; ++i) {
-            const std::string n = std::to_string(i);
-            listed[i].id = "6f1c2a9e-" + n;
-            listed[i].description = "Restore of fileserver-" + n;
-            listed[i].configuration.disks_names = {"Disk 0", "Disk 1"};
-            listed[i].configuration.vm_settings.network_adapters = {"Default Switch"};
-            listed[i].current_work.progress = int8_t(i % 100);
-        }
-        listed[0].description = std::string(16 * 1024 * 1024, 'w');
-        listed[1].configuration.disks_names.assign(10000, "Disk");
-        result.__isset.success = true;
-        const Writer reply = [&](TProtocol& out, int32_t seqid) {
-            out.writeMessageBegin("getAllJobsInfo", T_REPLY, seqid);
-            result.write(&out);
-            out.writeMessageEnd();
-        };
-
-        const QString dir = newPair("localhost");
-        TlsTestServer server;
-        QVERIFY(server.start(dir, 0, [&](int32_t seqid) { return message(reply, seqid); }).isEmpty());
-        const auto client = createServiceClient(dir.toStdString(), "localhost", server.port());
-        QVERIFY(client);
-        std::vector<JobDescription> read;
-        client->getAllJobsInfo(read);
-        QVERIFY(read == listed);
     }
 };
 
