@@ -202,6 +202,7 @@ private slots:
                                                << "Velmora Admin user is not allowed to start new recovery";
         QTest::newRow("unknown role") << QString() << "Access token has expired. Please login and try again";
         QTest::newRow("partner") << partnerToken() << QString();
+        QTest::newRow("client") << clientToken() << QString();
     }
 
     // Only partners and clients reach the wizard, centred over the window as far as the screen lets
