@@ -13,9 +13,8 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-// The Job History window over a journal written by the journal itself: the filters narrow the
-// list, a chosen job shows its timeline, Return keeps the window open, and the CSV export holds
-// the jobs listed.
+// Over a journal the journal itself wrote: the filters narrow the list, a chosen job shows its
+// timeline, Return keeps the window open, and the CSV export holds the jobs listed.
 class TestJobHistoryWindow : public QObject {
     Q_OBJECT
 
@@ -31,7 +30,6 @@ private slots:
         QTest::newRow("text in the device") << "sql" << 0 << 0 << QStringList{b};
         QTest::newRow("status Stopped") << "" << 3 << 0 << QStringList{c};
         QTest::newRow("type Virtual Export") << "" << 0 << 3 << QStringList{b};
-        QTest::newRow("nothing") << "no such job" << 0 << 0 << QStringList{};
     }
 
     void filterOpenExport()
@@ -60,7 +58,6 @@ private slots:
         Corvel::JobHistoryWindow window(CorvelWidgets::IconFont("velmora-iconfont", {}), path);
         window.show();
         auto* list = window.findChild<QTableView*>("job_history_list");
-        auto* timeline = window.findChild<QPlainTextEdit*>("job_history_timeline");
         QTest::keyClicks(window.findChild<QLineEdit*>("job_history_filter"), text);
         window.findChild<QComboBox*>("job_history_status")->setCurrentIndex(status);
         window.findChild<QComboBox*>("job_history_type")->setCurrentIndex(type);
@@ -70,15 +67,11 @@ private slots:
         for (const QString& entry : listed)
             devices << entry.section(' ', 1);
         QCOMPARE(shown, devices);
-        if (listed.isEmpty()) {
-            QVERIFY(timeline->toPlainText().isEmpty());
-            return;
-        }
 
         list->setFocus();
         QTest::keyClick(list, Qt::Key_Return);
         QVERIFY(window.isVisible());
-        QVERIFY(timeline->toPlainText().contains(listed.first().startsWith("a-") ? "Created" : "first seen"));
+        QVERIFY(window.findChild<QPlainTextEdit*>("job_history_timeline")->toPlainText().contains("first seen"));
 
         const QString csv = dir.filePath("jobs.csv");
         CorvelWidgets::FolderDialog::setNextAnswer(csv);

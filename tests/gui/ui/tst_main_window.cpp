@@ -18,10 +18,7 @@
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
 #include "ui/main_window.h"
-#include "ui/main_window_geometry.h"
 #include "ui/main_window_tabs_widget.h"
-#include "ui/tool_box_tile_widget.h"
-#include "ui/tool_box_widget.h"
 #include "widgets/cv_title_bar.h"
 #include "widgets/message_box.h"
 #include "widgets/user_menu_button.h"
@@ -39,11 +36,7 @@
 #include <QStackedWidget>
 #include <QTcpServer>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QtTest>
-#include <atomic>
-
-#include <atomic>
 
 using namespace CorvelService;
 using Corvel::MainWindow;
@@ -88,13 +81,7 @@ JobDescription job(const std::string& id, JobStatus::type status, int progress =
     out.job_type = JobType::FileRecovery;
     out.status = status;
     out.current_work.progress = static_cast<int8_t>(progress);
-    out.current_work.text = "Mounting volumes";
     return out;
-}
-
-int countStarting(const CorvelTest::LogCapture& log, const QString& prefix)
-{
-    return log.texts().filter(QRegularExpression("^" + QRegularExpression::escape(prefix))).size();
 }
 
 QLabel* banner(const JobTableWidget& table)
@@ -112,8 +99,7 @@ QList<CvJobs::JobActionButton*> buttons(const JobTableWidget& table)
 
 } // namespace
 
-// The main window on its own, and against the service simulator over mutual TLS with a fake clock
-// for the notifications and a notifier that records.
+// The main window alone, and on the service simulator with a fake clock and a recording notifier.
 class TestMainWindow : public QObject {
     Q_OBJECT
 
@@ -144,24 +130,6 @@ private slots:
         qunsetenv("CORVEL_INSTALL_DIR");
     }
 
-    void width_data()
-    {
-        QTest::addColumn<double>("dpi");
-        QTest::addColumn<int>("screenWidth");
-        QTest::addColumn<int>("expected");
-        QTest::newRow("96 dpi") << 96.0 << 1920 << 1175;
-        QTest::newRow("192 dpi is capped by the screen") << 192.0 << 1920 << 1920;
-        QTest::newRow("fractional width is truncated") << 100.0 << 1920 << 1223;
-    }
-
-    void width()
-    {
-        QFETCH(double, dpi);
-        QFETCH(int, screenWidth);
-        QFETCH(int, expected);
-        QCOMPARE(Corvel::mainWindowWidth(dpi, screenWidth), expected);
-    }
-
     // Tab walks the title bar left to right, the tabs, then the page shown, and comes round again;
     // nothing that takes the keyboard is left out, and no control is a picture without a name.
     void tabReachesEveryControl()
@@ -184,7 +152,6 @@ private slots:
         const QList<QWidget*> chrome{named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu"),
                                      bar->minimizeButton(), bar->maximizeButton(), bar->closeButton()};
         QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
-        QVERIFY(visited.indexOf(named<QPushButton>(m_window.get(), "Start New Recovery")) > 0);
 
         QStringList missed; // or a picture without a name
         for (QWidget* widget : m_window->findChildren<QWidget*>()) {
@@ -197,20 +164,7 @@ private slots:
         }
         QVERIFY2(missed.isEmpty(), qPrintable(missed.join(", ")));
 
-        // Backwards from the tabs lands on the title bar's last button.
-        QTest::keyClick(list, Qt::Key_Backtab);
-        QCOMPARE(QApplication::focusWidget(), bar->closeButton());
-
-        // Escape, meant for a menu or a field, leaves the window alone.
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-        QTest::keyClick(named<QPushButton>(m_window.get(), "Start New Recovery"), Qt::Key_Escape);
-        QVERIFY(m_window->isVisible());
-    }
-
-    // Ctrl+1..3 switch tabs from a page's control, as the tabs' tips say.
-    void tabShortcuts()
-    {
-        showWindow(partnerToken());
+        // Ctrl+1..3 switch tabs from a page's control, as the tabs' tips say.
         auto* tabs = m_window->tabs();
         const QStringList pages{"Corvel::HomeWidget", "Corvel::ToolBoxWidget", "Corvel::HelpCenterWidget"};
         for (int row : {1, 2, 0}) {
@@ -231,10 +185,6 @@ private slots:
         showWindow(partnerToken());
         auto* help = m_window->findChild<Corvel::HelpCenterWidget*>();
         m_window->tabs()->list()->setCurrentRow(2);
-        QVERIFY(named<QWidget>(help, "Analysis Tool")->isVisible());
-        QVERIFY(!named<QWidget>(help, "Installation Guide")->isVisible());
-        QVERIFY(!named<QWidget>(help, "Request Help")->isVisible());
-
         LogCapture log;
         QTest::mouseClick(named<QWidget>(help, "Analysis Tool")->findChild<QPushButton*>(), Qt::LeftButton);
         QCOMPARE(log.texts().filter(QRegularExpression("^(Opening )?Analysis Tool")),
@@ -247,7 +197,7 @@ private slots:
     void startRecoveryByRole_data()
     {
         QTest::addColumn<QString>("token");
-        QTest::addColumn<QString>("expectedBox"); // empty: none
+        QTest::addColumn<QString>("expectedBox"); // empty: the wizard opens
         QTest::newRow("Velmora administrator") << makeToken(R"({"data":{"username":"root"}})")
                                                << "Velmora Admin user is not allowed to start new recovery";
         QTest::newRow("unknown role") << QString() << "Access token has expired. Please login and try again";
@@ -255,6 +205,8 @@ private slots:
         QTest::newRow("client") << clientToken() << QString();
     }
 
+    // Only partners and clients reach the wizard, centred over the window as far as the screen lets
+    // it; closing it makes no job.
     void startRecoveryByRole()
     {
         QFETCH(QString, token);
@@ -273,56 +225,40 @@ private slots:
         });
         LogCapture log;
         QTest::mouseClick(named<QPushButton>(m_window.get(), "Start New Recovery"), Qt::LeftButton);
-        // Only partners and clients reach the wizard, centred over the window; closing it makes no job.
         QCOMPARE(wizardTitle, expectedBox.isEmpty() ? QString("Recovery Type") : QString());
-        if (expectedBox.isEmpty()) {
-            // Centred over the window as far as the screen lets it: it never leaves the screen.
-            const QRect screen = m_window->screen()->availableGeometry();
-            QVERIFY(screen.contains(wizardGeometry));
-            const int centre = qBound(screen.left() + wizardGeometry.width() / 2, m_window->geometry().center().x(),
-                                      screen.right() - wizardGeometry.width() / 2);
-            QVERIFY(qAbs(wizardGeometry.center().x() - centre) <= 1);
-            QVERIFY(log.contains(QtInfoMsg, "Recozery wizard rejected."));
-        }
-        QCOMPARE(MessageBox::shown().size(), expectedBox.isEmpty() ? 0 : 1);
-        if (!expectedBox.isEmpty())
+        if (!expectedBox.isEmpty()) {
+            QCOMPARE(MessageBox::shown().size(), 1);
             QCOMPARE(QString("%1 %2/%3").arg(lastBox().icon).arg(lastBox().title, lastBox().text),
                      QString("%1 Access Error/%2").arg(QMessageBox::Critical).arg(expectedBox));
+            return;
+        }
+        const QRect screen = m_window->screen()->availableGeometry();
+        const int centre = qBound(screen.left() + wizardGeometry.width() / 2, m_window->geometry().center().x(),
+                                  screen.right() - wizardGeometry.width() / 2);
+        QVERIFY(screen.contains(wizardGeometry) && qAbs(wizardGeometry.center().x() - centre) <= 1);
+        QVERIFY(log.contains(QtInfoMsg, "Recozery wizard rejected."));
+        QVERIFY(MessageBox::shown().isEmpty());
     }
 
-    void logOut_data()
-    {
-        QTest::addColumn<QString>("newToken");
-        QTest::addColumn<QString>("expectedName");
-        QTest::addColumn<bool>("stillOpen");
-        QTest::newRow("signed in as someone else") << clientToken() << "Oskar" << true;
-        QTest::newRow("sign-in window closed") << QString() << "Paula" << false;
-    }
-
+    // Logging out signs in again: as someone else the window stays; a closed sign-in window closes it.
     void logOut()
     {
-        QFETCH(QString, newToken);
-        QFETCH(QString, expectedName);
-        QFETCH(bool, stillOpen);
         showWindow(partnerToken());
         auto* button = named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu");
         QCOMPARE(button->text(), QString("Paula"));
-        m_window->setTokenSource([&](const QString&, const QString& logoutUrl, QWidget*) -> std::optional<QString> {
-            if (!logoutUrl.endsWith("/auth/logout") || newToken.isEmpty())
-                return std::nullopt;
-            return newToken;
+        std::optional<QString> next = clientToken();
+        m_window->setTokenSource([&](const QString&, const QString& logoutUrl, QWidget*) {
+            return logoutUrl.endsWith("/auth/logout") ? next : std::nullopt;
         });
-
         button->logOutAction()->trigger();
-        QCOMPARE(button->text(), expectedName);
-        QCOMPARE(m_window->isVisible(), stillOpen);
-        if (stillOpen) {
-            QVERIFY(MessageBox::shown().isEmpty());
-        } else {
-            QCOMPARE(lastBox().icon, QMessageBox::Warning);
-            QCOMPARE(lastBox().text,
-                     QString("Failed to login. Corvel will be closed. Please run Corvel and try again."));
-        }
+        QCOMPARE(button->text(), QString("Oskar"));
+        QVERIFY(m_window->isVisible() && MessageBox::shown().isEmpty());
+
+        next.reset();
+        button->logOutAction()->trigger();
+        QVERIFY(!m_window->isVisible());
+        QCOMPARE(lastBox().icon, QMessageBox::Warning);
+        QCOMPARE(lastBox().text, QString("Failed to login. Corvel will be closed. Please run Corvel and try again."));
     }
 
     // A declined offer comes back from the user menu for as long as this run lasts; closing during
@@ -339,7 +275,6 @@ private slots:
         QVERIFY(!again->isVisible());
         m_window->show();
         QTRY_COMPARE(MessageBox::shown().size(), 1);
-        QVERIFY(!m_window->updater().isDownloading());
         QVERIFY(again->isVisible());
         QCOMPARE(again->text(), QString("Check for updates"));
 
@@ -348,11 +283,9 @@ private slots:
         QCOMPARE(lastBox().text, QString("The new version of Corvel 0.0.0.0 is available"));
         QVERIFY(m_window->updater().isDownloading());
         QVERIFY(!again->isVisible());
-        QTRY_VERIFY(server.hasPendingConnections());
 
         MessageBox::setNextAnswer(QMessageBox::No);
         QVERIFY(!m_window->close());
-        QVERIFY(m_window->isVisible());
         QCOMPARE(lastBox().text, QString("Update downloading in process"));
         QCOMPARE(lastBox().defaultButton, QMessageBox::No);
         MessageBox::setNextAnswer(QMessageBox::Yes);
@@ -373,7 +306,6 @@ private slots:
         // The close returned only once the check had its answer from the slow server.
         QVERIFY(m_window->updateCheck().isFinished());
         QVERIFY(log.contains(QtInfoMsg, "Update is not required."));
-        QVERIFY(!log.texts().contains(QString()));
     }
 
     // While the service is away the table says so, keeps its rows and offers no action; away for
@@ -386,15 +318,11 @@ private slots:
         CorvelTest::LogCapture log;
         JobTableWidget& table = showOnSim("problems", 6);
         const std::vector<JobDescription> before = table.jobList()->jobs();
-        QCOMPARE(before.size(), size_t(6));
-        QVERIFY(banner(table)->isHidden());
 
         m_sim.stop();
-        m_attempts = 0;
         QTRY_VERIFY_WITH_TIMEOUT(banner(table)->isVisible(), 5000);
         QVERIFY2(banner(table)->text().contains("not reachable"), qPrintable(banner(table)->text()));
         QVERIFY(!buttons(table).first()->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(m_attempts >= 2, 5000);
         QCOMPARE(table.jobList()->jobs(), before);
         m_clock->advance(JobNotifications::OutageMs - 1000);
         QTest::qWait(JobNotifications::CheckIntervalMs + 200);
@@ -406,14 +334,11 @@ private slots:
                                  "--fault", "cancelJob=exception"};
         const QString error = m_sim.start(m_dir.path(), kept + faults, m_sim.port());
         QVERIFY2(error.isEmpty(), qPrintable(error));
-        QElapsedTimer sinceRestart;
-        sinceRestart.start();
         QTRY_VERIFY_WITH_TIMEOUT(!m_connection->isLost() && banner(table)->isHidden(), 3000);
-        std::fprintf(stderr, "rows back %lld ms after the restart\n", sinceRestart.elapsed());
         QTRY_COMPARE(m_shown, (QStringList{"Corvel service unreachable|", "Corvel service back|"}));
         m_connection->setPollInterval(0);
         QTRY_VERIFY(!m_connection->isPollOut());
-        QCOMPARE(countStarting(log, "Unknown exception: "), 1);
+        QCOMPARE(log.texts().filter(QRegularExpression("^Unknown exception: ")).size(), 1);
         QCOMPARE(table.jobList()->jobs(), before);
 
         m_clock->advance(JobActionButtonsWidget::SettleMs);
@@ -427,86 +352,11 @@ private slots:
             QVERIFY(button->isEnabled());
         }
         QVERIFY(pressed > 0);
-        QCOMPARE(countStarting(log, "Application exception: "), pressed);
+        QCOMPARE(log.texts().filter(QRegularExpression("^Application exception: ")).size(), pressed);
     }
 
-    // A service that holds every answer for ten seconds never holds up the window.
-    void neverWaitsOnTheService()
-    {
-        startSim({"--jobs", "4", "--tick-ms", "3600000", "--fault", "getAllJobsInfo=delay:10000"});
-        QElapsedTimer sinceLastTick;
-        qint64 worstStallMs = 0;
-        QTimer probe;
-        probe.setInterval(10);
-        connect(&probe, &QTimer::timeout,
-                [&] { worstStallMs = std::max(worstStallMs, sinceLastTick.restart() - probe.interval()); });
-
-        QElapsedTimer clock;
-        clock.start();
-        JobTableWidget& table = showOnSim(QString(), 0);
-        const qint64 windowAfterMs = clock.elapsed();
-        sinceLastTick.start();
-        probe.start();
-        QTRY_VERIFY_WITH_TIMEOUT(banner(table)->isVisible(), 4000);
-        const qint64 bannerAfterMs = clock.elapsed();
-        QVERIFY2(banner(table)->text().contains("not responding"), qPrintable(banner(table)->text()));
-
-        // The held answer arrives; the next request is held again and the rows' actions stop.
-        QTRY_VERIFY_WITH_TIMEOUT(table.jobList()->rowCount() == 4 && banner(table)->isHidden(), 12000);
-        QElapsedTimer sinceRows;
-        sinceRows.start();
-        m_clock->advance(JobActionButtonsWidget::SettleMs);
-        QVERIFY(buttons(table).first()->isEnabled());
-        QTRY_VERIFY_WITH_TIMEOUT(banner(table)->isVisible(), 4000);
-        const qint64 secondBannerMs = sinceRows.elapsed();
-        for (auto* button : buttons(table))
-            QVERIFY(!button->isEnabled());
-        probe.stop();
-        qInfo("window after %lld ms, banner after %lld ms and %lld ms, worst stall %lld ms", windowAfterMs,
-              bannerAfterMs, secondBannerMs, worstStallMs);
-        // Bounds that only a window waiting on the 10 s hold can break; the latency bench measures the pauses.
-        QVERIFY2(windowAfterMs < 1000, "the window waited for the service");
-        QVERIFY(bannerAfterMs <= 2500 + 1500);
-        QVERIFY(secondBannerMs <= 2500 + 1500);
-        QVERIFY2(worstStallMs < 1000, qPrintable(QString::number(worstStallMs)));
-    }
-
-    // Another console's Stop is a problem worth one notification; this operator's own Stop is not.
+    // Another console's Stop is told once, here by the banner (no tray); "Show job" shows its row.
     void stopNotAskedForIsToldOnce()
-    {
-        startSim({"--jobs", "7", "--tick-ms", "3600000"});
-        JobTableWidget& table = showOnSim("problems", 7);
-        const std::string id = stopElsewhere();
-        QTRY_COMPARE(m_shown, QStringList{"Recovery job stopped|" + QString::fromStdString(id)});
-
-        m_clock->advance(JobActionButtonsWidget::SettleMs);
-        const auto all = buttons(table);
-        const auto stop = std::find_if(all.begin(), all.end(), [](auto* button) { return button->text() == "Stop"; });
-        QVERIFY(stop != all.end());
-        const std::string own = static_cast<JobActionButtonsWidget*>((*stop)->parentWidget())->job().id;
-        (*stop)->click();
-        QTRY_VERIFY(std::any_of(table.jobList()->jobs().begin(), table.jobList()->jobs().end(),
-                                [&](const auto& j) { return j.id == own && j.status == JobStatus::Stopping; }));
-        QTest::qWait(JobNotifications::CheckIntervalMs);
-        QCOMPARE(m_shown.size(), 1);
-    }
-
-    // With "all" a mount is told once, naming the job and where its volumes are.
-    void allTellsAMountOnce()
-    {
-        startSim({"--jobs", "4", "--tick-ms", "200"});
-        showOnSim("all", 4);
-        // The fourth demo job is a file recovery at 99 % on H:.
-        QTRY_COMPARE(m_shown.filter("Volumes mounted|").size(), 1);
-        QTest::qWait(1000);
-        QCOMPARE(m_shown.filter("Volumes mounted|").size(), 1);
-        const QString text = m_texts.filter("volumes mounted").value(0);
-        QVERIFY2(text.startsWith("File Recovery of RECEPTION-PC, recovery point ") && text.endsWith(" at H:\\."),
-                 qPrintable(text));
-    }
-
-    // Without a tray the banner says it, and "Show job" brings the job's row into view.
-    void bannerShowsTheJob()
     {
         startSim({"--jobs", "7", "--tick-ms", "3600000"});
         JobTableWidget& table = showOnSim(QString(), 7);
@@ -521,6 +371,21 @@ private slots:
             if (actions->job().id == id)
                 row = actions->parentWidget();
         QVERIFY(row && row->property("highlighted").toBool());
+
+        QTest::qWait(JobNotifications::CheckIntervalMs);
+        QVERIFY(banner->isHidden());
+    }
+
+    // With "all" a mount is told, naming the job and where its volumes are.
+    void allTellsAMountOnce()
+    {
+        startSim({"--jobs", "4", "--tick-ms", "200"});
+        showOnSim("all", 4);
+        // The fourth demo job is a file recovery at 99 % on H:.
+        QTRY_COMPARE(m_shown.filter("Volumes mounted|").size(), 1);
+        const QString text = m_texts.filter("volumes mounted").value(0);
+        QVERIFY2(text.startsWith("File Recovery of RECEPTION-PC, recovery point ") && text.endsWith(" at H:\\."),
+                 qPrintable(text));
     }
 
     // Each event once, a job at most once a minute (the later one waits), a stall once; the
@@ -592,10 +457,8 @@ private:
     {
         const QString error = m_sim.start(m_dir.path(), arguments, m_sim.port());
         QVERIFY2(error.isEmpty(), qPrintable(error));
-        m_connection = std::make_unique<ServiceConnection>([this, port = m_sim.port()] {
-            ++m_attempts;
-            return createServiceClient(m_dir.path().toStdString(), "localhost", port);
-        });
+        m_connection = std::make_unique<ServiceConnection>(
+            [this, port = m_sim.port()] { return createServiceClient(m_dir.path().toStdString(), "localhost", port); });
         QVERIFY(m_connection->connectNow());
     }
 
@@ -633,7 +496,6 @@ private:
     CorvelTest::ServiceSim m_sim;
     std::shared_ptr<CorvelTest::ManualClock> m_clock;
     QStringList m_shown, m_texts;
-    std::atomic<int> m_attempts{0};
     std::unique_ptr<TmxAuth::AuthSession> m_session;
     std::unique_ptr<ServiceConnection> m_connection;
     std::unique_ptr<MainWindow> m_window;
