@@ -56,7 +56,6 @@ private slots:
         const int server = RequestError::ServerError;
         const QString serverBox = "Server Error/Error code: 7\nPlease check your internet connection and try again";
         QTest::newRow("default, failing for good") << -1 << server << 100 << 0 << serverBox;
-        QTest::newRow("none") << 0 << server << 100 << 0 << serverBox;
         QTest::newRow("server answered 500")
             << 0 << server << 100 << 500
             << "Server Error/Error code: 7\nHTTP status: 500, reason: Internal Server Error\nPlease try again later";

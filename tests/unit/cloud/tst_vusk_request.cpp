@@ -133,7 +133,6 @@ private slots:
 
         const int server = RequestError::ServerError, unknown = QNetworkReply::UnknownContentError;
         const QString tooLarge = "Reply is too large: more than 16777216 bytes", none;
-        QTest::newRow("empty body") << QStringList{"--fault-empty", "/vusk"} << -1 << 0 << 0 << none << none;
         QTest::newRow("not an array") << QStringList{"--fault-status", "/vusk=200"} << -1 << 0 << 0 << none << none;
         QTest::newRow("401") << QStringList{"--token-expiry", "0"} << int(RequestError::AuthenticationError) << 204
                              << 401 << "Unauthorized" << none;
