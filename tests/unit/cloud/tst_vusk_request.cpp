@@ -191,13 +191,11 @@ private slots:
         const auto nested = [](int arrays) {
             return "[{\"id_\": 1, \"x\": " + QByteArray(arrays, '[') + QByteArray(arrays, ']') + "}]";
         };
-        const QString deep = "JSON nested deeper than 64 levels";
         QTest::newRow("100000 records") << records + "]" << 100000 << "";
         QTest::newRow("100001 records") << records + ",{}]" << 0
                                         << "JSON list of 100001 records is longer than 100000; it is ignored";
         QTest::newRow("64 levels") << nested(62) << 1 << "";
-        QTest::newRow("65 levels") << nested(63) << 0 << deep;
-        QTest::newRow("100000 levels") << QByteArray(100000, '[') << 0 << deep;
+        QTest::newRow("65 levels") << nested(63) << 0 << "JSON nested deeper than 64 levels";
     }
 
     void boundedParsing()
