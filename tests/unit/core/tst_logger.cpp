@@ -20,16 +20,13 @@ using Corvel::CvLogger;
 namespace {
 
 // Stands for the disk under the log folder: while `full`, a write takes at most `acceptBytes`
-// of a line (what a filling disk still had room for) and fails; opening fails while
-// `openRefused`, renaming the log file itself while `renameRefused`.
+// of a line (what a filling disk still had room for) and fails; opening fails while `openRefused`.
 class Disk : public Corvel::LogFileSystem {
 public:
     bool full = false;
     bool openRefused = false;
     qint64 acceptBytes = 0;
-    bool renameRefused = false;
     int tries = 0; // writes and opens
-    int logRenames = 0;
 
     std::unique_ptr<QFile> openAppend(const QString& path) override
     {
@@ -38,13 +35,6 @@ public:
         if (openRefused || !file->open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
             return nullptr;
         return file;
-    }
-
-    bool rename(const QString& from, const QString& to) override
-    {
-        if (QFileInfo(from).fileName() == "corvel.log" && (++logRenames, renameRefused))
-            return false;
-        return LogFileSystem::rename(from, to);
     }
 
 private:
@@ -227,32 +217,6 @@ private slots:
         QCOMPARE(lines.size(), acceptBytes ? 4 : 3);
         QVERIFY2(notice.match(lines.value(lines.size() - 2)).hasMatch(), qPrintable(text));
         QCOMPARE(lines.last(), QString("after"));
-    }
-
-    void stuckRotationIsRetriedOnceASecond()
-    {
-        QTemporaryDir dir;
-        writeFiles(dir.path(), 5);
-        auto disk = std::make_shared<Disk>();
-        disk->renameRefused = true; // another program holds the file
-        auto clock = std::make_shared<CorvelTest::ManualClock>();
-        QVERIFY(CvLogger::init(QtInfoMsg, dir.path(), "corvel.log", 10, clock, disk));
-        CvLogger& logger = *CvLogger::instance();
-        for (int i = 0; i < 50; ++i)
-            logger.write(QString("line %1\r\n").arg(i));
-        clock->advance(1000);
-        logger.write("again\r\n");
-        logger.write("and again\r\n");
-        // Writing went on into the file that could not be moved.
-        QCOMPARE(readAll(dir.path() + "/corvel.log").count("\r\n"), 52);
-        QCOMPARE(disk->logRenames, 2);
-        disk->renameRefused = false;
-        clock->advance(1000);
-        logger.write("rotates now\r\n");
-        QVERIFY(readAll(dir.path() + "/corvel.1.log").startsWith("line 0\r\n"));
-        // The first attempt made room once; the retry pushed no older file out.
-        for (int n = 2; n <= 5; ++n)
-            QCOMPARE(readAll(dir.path() + QString("/corvel.%1.log").arg(n)), QString::number(n - 1));
     }
 };
 
