@@ -23,7 +23,6 @@ private slots:
                                     << "color: #878C96; border: 1px solid #C2C5CA;";
         QTest::newRow("literal half rounds up")
             << "border: 1px solid; height: 48px;" << 1.5 << "border: 2px solid; height: 72px;";
-        QTest::newRow("several on a line") << "padding: 5px 16px;" << 2.0 << "padding: 10px 32px;";
         QTest::newRow("negative offset") << "right: -6px;" << 1.5 << "right: -9px;";
         QTest::newRow("points, fractions and names untouched")
             << "font-size: 10pt; w: 1.5px; c: $a2px;" << 2.0 << "font-size: 10pt; w: 1.5px; c: #A2;";
