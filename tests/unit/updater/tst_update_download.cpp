@@ -251,9 +251,9 @@ private slots:
     {
         // A stand-in installer that records where its output goes and its arguments.
         const QByteArray record = QFile::encodeName(m_temp->filePath("record.txt"));
-        const QByteArray script = "#!/bin/sh\nreadlink /proc/$$/fd/1 /proc/$$/fd/2 > '" + record +
-                                  ".part'\nprintf '%s\\n' \"$@\" >> '" + record + ".part'\nmv '" + record + ".part' '" +
-                                  record + "'\n";
+        const QByteArray script =
+            "#!/bin/sh\nfds=$(readlink /proc/$$/fd/1 /proc/$$/fd/2)\nprintf '%s\\n' \"$fds\" \"$@\" > '" + record +
+            ".part'\nmv '" + record + ".part' '" + record + "'\n";
         HttpTestServer server;
         server.setResponse(InstallerPath, payload(script, 10));
         Updater updater(server.url(InstallerPath), server.url(DescriptorPath));
