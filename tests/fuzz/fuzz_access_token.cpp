@@ -6,9 +6,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     CorvelFuzz::quietQt();
-    const QString token = QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<int>(size));
     TmxAuth::AuthSession session;
-    session.setToken(token);
+    session.setToken(QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<int>(size)));
     (void)session.isValid();
     return 0;
 }

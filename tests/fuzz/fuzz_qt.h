@@ -13,12 +13,10 @@ inline void quietQt()
 {
     static const bool ready = [] {
         qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-        if (!QCoreApplication::instance()) {
-            static int argc = 1;
-            static char name[] = "corvel-fuzz";
-            static char* argv[] = {name, nullptr};
-            new QCoreApplication(argc, argv);
-        }
+        static int argc = 1;
+        static char name[] = "corvel-fuzz";
+        static char* argv[] = {name, nullptr};
+        new QCoreApplication(argc, argv);
         return true;
     }();
     Q_UNUSED(ready);

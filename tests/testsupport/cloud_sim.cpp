@@ -14,7 +14,8 @@
 
 namespace CorvelTest {
 
-CloudSim::CloudSim(const QStringList& extraArgs) : m_args(extraArgs)
+CloudSim::CloudSim(const QStringList& extraArgs)
+    : m_args(extraArgs)
 {
 }
 
@@ -29,9 +30,7 @@ CloudSim::~CloudSim()
 bool CloudSim::start()
 {
     const QString script = sourceDir() + "/tools/cloud-sim/cloud_sim.py";
-    QStringList args{script, "--port", "0", "--log", m_dir.filePath("requests.log")};
-    args += m_args;
-    m_process.setProcessChannelMode(QProcess::SeparateChannels);
+    const QStringList args = QStringList{script, "--port", "0", "--log", m_dir.filePath("requests.log")} + m_args;
     m_process.setStandardErrorFile(m_dir.filePath("stderr.log"));
     m_process.start("python3", args);
     if (!m_process.waitForStarted(10000)) {
@@ -75,7 +74,8 @@ QString CloudSim::signIn(const QString& user) const
     loop.exec();
     const QString page = QString::fromUtf8(reply->readAll());
     delete reply;
-    const QRegularExpressionMatch match = QRegularExpression("location\\.replace\\(\"[a-z]+://[^/\"]+/([^\"]+)\"\\)").match(page);
+    const QRegularExpressionMatch match =
+        QRegularExpression("location\\.replace\\(\"[a-z]+://[^/\"]+/([^\"]+)\"\\)").match(page);
     return match.captured(1);
 }
 

@@ -18,14 +18,12 @@ public:
 
     // Starts it and waits for its "listening on" line; false (with a qWarning) on failure.
     bool start();
-    // e.g. http://127.0.0.1:40123
     QString origin() const { return m_origin; }
     QString authUrl() const { return m_origin + "/authorization/vusk"; }
     QString vuskUrl() const { return m_origin + "/vusk"; }
     // The request log so far: "METHOD PATH STATUS" per line.
     QStringList requests() const;
-    // Signs a fixture user in through the form, as a browser would; the token without the
-    // sentinel, or empty on failure.
+    // Signs a fixture user in through the form as a browser would: the token, or empty on failure.
     QString signIn(const QString& user) const;
 
 private:
