@@ -27,8 +27,14 @@ QStringList shownBoxes();
 
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
-// The child of the current page with this object name and text (any text when empty).
-template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
+// The child of the current page with this text or accessible name (any when empty).
+template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
+{
+    for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
+        if (text.isEmpty() || candidate->property("text").toString() == text || candidate->accessibleName() == text)
+            return candidate;
+    return nullptr;
+}
 
 // A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
 // clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
@@ -72,11 +78,3 @@ struct WizardFixture {
     int callLimitMs = Corvel::RecoveryWizard::ServiceCallLimitMs;
     std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl = hyperV(true);
 };
-
-template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
-{
-    for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
-        if (text.isEmpty() || candidate->property("text").toString() == text || candidate->accessibleName() == text)
-            return candidate;
-    return nullptr;
-}

@@ -1,7 +1,6 @@
 #include "testsupport/modal.h"
 #include "widgets/custom_bar_window.h"
 #include "widgets/cv_title_bar.h"
-#include "widgets/cv_wizard_button.h"
 #include "widgets/dialog_style.h"
 #include "widgets/icon_font.h"
 #include "widgets/message_box.h"
@@ -99,8 +98,7 @@ private slots:
         QCOMPARE(m_window->pos(), afterSecondMove);
     }
 
-    // The dialog frame: its title, a drag on its stripe, named icon-only controls, plain corners
-    // (nothing composites windows here: translucent edges would be black) and Close rejecting it.
+    // The dialog frame: its title, a drag on its stripe, named icon-only controls and Close rejecting it.
     void customBarWindow()
     {
         Corvel::CustomBarWindow dialog(CorvelWidgets::IconFont("velmora-iconfont", {}));
@@ -125,9 +123,6 @@ private slots:
             QCOMPARE(button->toolTip(), name);
             QVERIFY(button->focusPolicy() & Qt::TabFocus);
         }
-        QVERIFY(!CorvelWidgets::DialogStyle::translucencyAvailable());
-        QVERIFY(!dialog.testAttribute(Qt::WA_TranslucentBackground));
-        QCOMPARE(dialog.property("plainCorners").toBool(), true);
         QTest::mouseClick(dialog.closeButton(), Qt::LeftButton);
         QVERIFY(!dialog.isVisible());
         QCOMPARE(dialog.result(), int(QDialog::Rejected));
@@ -217,47 +212,6 @@ private slots:
             QTest::keyClick(close, Qt::Key_Return);
             QVERIFY(window->isVisible());
         }
-    }
-
-    // A recovery type tile answers a click anywhere on it and the keys of a button.
-    void wizardButton_data()
-    {
-        QTest::addColumn<QString>("input");
-        for (const char* input : {"click on the tile", "click on the description", "space", "return", "enter"})
-            QTest::newRow(input) << input;
-    }
-
-    void wizardButton()
-    {
-        QFETCH(QString, input);
-        QWidget window;
-        auto* layout = new QVBoxLayout(&window);
-        auto* before = new QPushButton("before");
-        auto* tile =
-            new CorvelWidgets::CvWizardButton("Recover Files", "Mount the selected<br/>recovery point", QIcon());
-        layout->addWidget(before);
-        layout->addWidget(tile);
-        window.show();
-        QApplication::setActiveWindow(&window);
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-        QSignalSpy clicked(tile, &CorvelWidgets::CvWizardButton::clicked);
-        if (input == "click on the tile") {
-            QTest::mouseClick(tile, Qt::LeftButton);
-        } else if (input == "click on the description") {
-            // Through the window, as a real mouse press reaches the label under the pointer first.
-            auto* label = tile->findChild<QLabel*>("wizard_button_description");
-            const QPoint at = label->mapTo(&window, label->rect().center());
-            QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, at);
-        } else {
-            before->setFocus();
-            QTest::keyClick(before, Qt::Key_Tab);
-            QVERIFY(tile->hasFocus());
-            const Qt::Key key = input == "space" ? Qt::Key_Space : input == "return" ? Qt::Key_Return : Qt::Key_Enter;
-            QTest::keyClick(QApplication::focusWidget(), key);
-        }
-        QCOMPARE(clicked.size(), 1);
-        QCOMPARE(tile->accessibleName(), QString("Recover Files"));
-        QCOMPARE(tile->accessibleDescription(), QString("Mount the selected recovery point"));
     }
 
 private:

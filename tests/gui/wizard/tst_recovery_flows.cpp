@@ -131,9 +131,6 @@ private slots:
                                                        "vm.generation=", "vm.ram_bytes=1073741824",
                                                        "vm.virtualization_type=Production", "virtual_disk_type=Vhd"}
                                         << 1;
-        QTest::newRow("createJob refused")
-            << files << "createJob=exception"
-            << "Internal Error: Failed to create job" << QStringList{"Application exception: "} << 0;
         QTest::newRow("createJob refused, back to the wizard")
             << files << "createJob=exception+back"
             << "Internal Error: Failed to create job" << QStringList{"Application exception: "} << 0;

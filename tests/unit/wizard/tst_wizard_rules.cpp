@@ -168,9 +168,6 @@ private slots:
         disk.volumes[0].size = 100ll * 1073741824;
         disk.volumes[1].size = 536870912;
         QCOMPARE(WizardRules::diskLabel(0, disk), QString("Disk 0 [System] (2 volume(s) totalling 100.50 GiB)"));
-        disk.is_system = false;
-        disk.volumes.clear();
-        QCOMPARE(WizardRules::diskLabel(3, disk), QString("Disk 3 (0 volume(s) totalling 0.00 GiB)"));
     }
 
     // The job the service is asked for; the VM page's disk, not the export's.
