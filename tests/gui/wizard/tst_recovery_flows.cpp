@@ -65,8 +65,8 @@ private:
 
     // Presses "Start New Recovery", walks the wizard to its end and closes the job-started window;
     // the failure of the step that did not work, if any. Then `again` gets a wizard opened again.
-    QString startRecovery(Console& console, const QStringList& tiles, QString* startedHeading = nullptr,
-                          const std::function<void(RecoveryWizard&)>& again = {})
+    QString startRecovery(Console& console, const QStringList& tiles, QString* startedHeading,
+                          const std::function<void(RecoveryWizard&)>& again)
     {
         QString walked = "the wizard did not open";
         CorvelTest::whenModal([&](QWidget* modal) {
@@ -78,8 +78,7 @@ private:
                 steps.walk(*wizard, tiles, FileRecoverSettings) && steps.finish(*wizard) ? QString() : steps.failure;
             CorvelTest::whenModal([&](QWidget* next) {
                 if (auto* started = qobject_cast<CvJobs::JobStartedWindow*>(next)) {
-                    if (startedHeading)
-                        *startedHeading = started->findChild<QLabel*>("header")->text();
+                    *startedHeading = started->findChild<QLabel*>("header")->text();
                     started->findChild<QPushButton*>("button_primary")->click();
                 } else if (auto* reopened = qobject_cast<RecoveryWizard*>(next); reopened && again) {
                     again(*reopened);
