@@ -137,12 +137,6 @@ private slots:
         QCOMPARE(check.problem, problem);
     }
 
-    void ramChoices()
-    {
-        QCOMPARE(WizardRules::ramChoices(3ull * 1073741824 + 5), (QStringList{"1024", "2048", "3072"}));
-        QVERIFY(WizardRules::ramChoices(1073741823).isEmpty());
-    }
-
     // A system disk's partition style rules out a generation and picks one; only generation 1 takes VHD.
     void generations()
     {
