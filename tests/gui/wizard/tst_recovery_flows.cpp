@@ -24,8 +24,7 @@ using CorvelTest::CloudSim;
 using CorvelTest::LogCapture;
 using CorvelWidgets::MessageBox;
 
-// From "Start New Recovery" to the job in the jobs table, for each kind of recovery, against the
-// cloud simulator and the service simulator over mutual TLS.
+// From "Start New Recovery" to the job in the jobs table, against the cloud and service simulators.
 class TestRecoveryFlows : public QObject {
     Q_OBJECT
 

@@ -96,8 +96,7 @@ private slots:
         QTest::addColumn<bool>("writable");
         QTest::addColumn<int>("result");
         QTest::newRow("format 1") << "v1" << Passphrase << true << 0;
-        QTest::newRow("format 2") << "v2" << Passphrase << true << 0;
-        QTest::newRow("read-only location") << "v2" << Passphrase << false << 1;
+        QTest::newRow("format 2, read-only location") << "v2" << Passphrase << false << 1;
         QTest::newRow("wrong passphrase") << "v1"
                                           << "amber-falcon-43" << true << 4;
         QTest::newRow("empty folder") << "empty" << Passphrase << true << 5;
@@ -131,6 +130,8 @@ private slots:
         QTest::addColumn<QString>("output");
         QTest::newRow("passphrase from the environment") << QStringList{"check", "v1"} << Passphrase << 0
                                                          << "0: the local cache opened and its folder is writable\n";
+        QTest::newRow("passphrase from a file") << QStringList{"check", "v2", "--passphrase-file", "PASSFILE"}
+                                                << QString() << 0 << "0: the local cache opened";
         QTest::newRow("none given") << QStringList{"check", "v1"} << QString() << 3
                                     << "Mirel error: cannot add a keyring slot: the ckms secret is empty\n3: ";
         QTest::newRow("missing path: one error")
@@ -146,9 +147,10 @@ private slots:
         QFETCH(QString, environmentPassphrase);
         QFETCH(int, exitCode);
         QFETCH(QString, output);
+        writeAll(at("passphrase.txt"), Passphrase.toUtf8() + "\n");
         for (QString& argument : arguments)
-            if (argument == "v1" || argument == "missing")
-                argument = at(argument);
+            if (argument == "PASSFILE" || QStringList{"v1", "v2", "missing"}.contains(argument))
+                argument = at(argument == "PASSFILE" ? "passphrase.txt" : argument);
         QProcess process;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove("CORVEL_CACHE_PASSPHRASE");
