@@ -15,7 +15,6 @@
 
 #include <memory>
 
-class QWidget;
 namespace Corvel {
 class RecoveryWizardPage;
 }
@@ -27,13 +26,18 @@ QStringList shownBoxes();
 
 // Clicks a widget's centre like a mouse would.
 void clickOn(QWidget* widget);
-// The child of the current page with this object name and text (any text when empty).
-template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text);
+// The child of the current page with this text or accessible name (any when empty).
+template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
+{
+    for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
+        if (text.isEmpty() || candidate->property("text").toString() == text || candidate->accessibleName() == text)
+            return candidate;
+    return nullptr;
+}
 
-// A wizard over a fake cloud and a fake service with a small realistic tree: partner 7 with three
-// clients; client 101 with two data sources; data source 11 with two devices, 12 with the id 0.
-// Each wizard step does what an operator does on the current page to move on (the tile of `tiles`
-// it shows, the first client, the last time listed, the name vmName, VHDX) and waits for the next
+// A wizard over a fake cloud and a fake service: four clients; client 101 with data sources 11 (two
+// devices) and 12 (the id 0). Each step does what an operator does to move on (the tile of `tiles`
+// shown, the first client, the last time listed, the name vmName, VHDX) and waits for the next
 // page; false (with the reason in `failure`) when that did not happen.
 struct WizardFixture {
     explicit WizardFixture(const QString& token, QJsonObject config = {});
@@ -72,11 +76,3 @@ struct WizardFixture {
     int callLimitMs = Corvel::RecoveryWizard::ServiceCallLimitMs;
     std::shared_ptr<CorvelPlatform::ServiceControl> serviceControl = hyperV(true);
 };
-
-template <typename T> T* findOnPage(Corvel::RecoveryWizardPage* page, const QString& text)
-{
-    for (T* candidate : reinterpret_cast<QObject*>(page)->findChildren<T*>())
-        if (text.isEmpty() || candidate->property("text").toString() == text || candidate->accessibleName() == text)
-            return candidate;
-    return nullptr;
-}

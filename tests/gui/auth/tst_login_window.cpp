@@ -17,8 +17,7 @@ using CorvelWidgets::MessageBox;
 
 namespace {
 
-// Plays the operator in each login window that opens: once the sign-in form is there, chooses `user` and
-// presses the page's own sign-in button, once.
+// Plays the operator in each login window: once its form is there, chooses `user` and presses sign-in, once.
 class Operator : public QObject {
 public:
     explicit Operator(const QString& user)

@@ -1,6 +1,7 @@
 #include "auth/request_interceptor.h"
 #include "auth/sign_in_flows.h"
 #include "testsupport/log_capture.h"
+#include "testsupport/wizard_fixture.h"
 #include "widgets/message_box.h"
 
 #include "testsupport/test_tokens.h"
@@ -14,8 +15,8 @@ using CorvelWidgets::MessageBox;
 namespace {
 const QString Auth = "https://console.example.invalid/authorization/vusk";
 const QString Logout = "https://console.example.invalid/auth/logout";
-const QString TimedOut = "Authentication Error/Your session has timed out. Please login again.";
-const QString Failed = "Authentication Error/Authentication failed. Please try login again.";
+const QString TimedOut = "Authentication Error: Your session has timed out. Please login again.";
+const QString Failed = "Authentication Error: Authentication failed. Please try login again.";
 } // namespace
 
 class TestSignInFlows : public QObject {
@@ -48,7 +49,7 @@ private slots:
         QTest::addColumn<int>("windows");
         QTest::addColumn<QStringList>("shown");
 
-        const QStringList invalidBox{"Corvel error/Invalid security token received, Corvel will be closed"};
+        const QStringList invalidBox{"Corvel error: Invalid security token received, Corvel will be closed"};
         const QString client = makeToken(R"({"data":{"client_id":5,"username":"c","user_display_name":"C"}})");
         QTest::newRow("start: first window")
             << "start" << QStringList{partnerToken()} << int(StartSignIn::SignedIn) << 1 << QStringList{};
@@ -97,10 +98,7 @@ private slots:
             got = logOutAndSignIn(session, Auth, nullptr, source);
         QCOMPARE(got, result);
         QCOMPARE(asked, QStringList(QVector<QString>(windows, Auth + "|" + (flow == "logout" ? Logout : "")).toList()));
-        QStringList boxes;
-        for (const auto& box : MessageBox::shown())
-            boxes << box.title + "/" + box.text;
-        QCOMPARE(boxes, shown);
+        QCOMPARE(shownBoxes(), shown);
         const bool signedIn = flow == "resign" ? result == 0 : result == (flow == "logout" ? 1 : 0);
         QCOMPARE(session.isValid(), signedIn);
         if (answers.value(windows - 1) == "<none>" && flow != "start")

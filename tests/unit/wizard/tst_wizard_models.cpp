@@ -89,30 +89,26 @@ private slots:
         QTRY_COMPARE(model.dataSources().size(), calls.size() * 2);
     }
 
-    // Restore points: retries, failures, an empty answer, a silent service, and the cache.
+    // Restore points: failures retried, an empty answer, a silent service, and the cache.
     void restorePoints_data()
     {
-        QTest::addColumn<int>("retries");
         QTest::addColumn<int>("failures");
         QTest::addColumn<int>("delayMs");
-        QTest::addColumn<int>("calls");
         QTest::addColumn<QStringList>("retryLines");
         QTest::addColumn<QString>("outcome");
         QTest::newRow("two failures, then the answer")
-            << 5 << 2 << 0 << 3 << QStringList{"Retrying attempts left: 5", "Retrying attempts left: 4"} << "arrived";
-        QTest::newRow("no restore points") << 5 << 0 << 0 << 1 << QStringList{} << "empty";
-        QTest::newRow("silent service: given up, not repeated") << 5 << 0 << 2000 << 1 << QStringList{} << "failed";
+            << 2 << 0 << QStringList{"Retrying attempts left: 5", "Retrying attempts left: 4"} << "arrived";
+        QTest::newRow("no restore points") << 0 << 0 << QStringList{} << "empty";
+        QTest::newRow("silent service: given up, not repeated") << 0 << 2000 << QStringList{} << "failed";
     }
 
     void restorePoints()
     {
-        QFETCH(int, retries);
         QFETCH(int, failures);
         QFETCH(int, delayMs);
-        QFETCH(int, calls);
         QFETCH(QStringList, retryLines);
         QFETCH(QString, outcome);
-        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", retries}});
+        WizardFixture fixture(partnerToken(), QJsonObject{{"connection_retries_number", 5}});
         fixture.callLimitMs = 300;
         if (outcome == "empty")
             fixture.service->restorePoints["device-token-1001-11"] = {};
@@ -127,7 +123,7 @@ private slots:
         LogCapture log;
         model.load();
         QTRY_COMPARE(arrived.size() + failed.size() + empty.size(), 1);
-        QCOMPARE(fixture.service->callCount("retrieveRestorePoints"), calls);
+        QCOMPARE(fixture.service->callCount("retrieveRestorePoints"), failures + 1);
         QCOMPARE(log.texts().filter("Retrying attempts left"), retryLines);
         QCOMPARE((QStringList{"arrived", "failed", "empty"}[arrived.size() ? 0 : failed.size() ? 1 : 2]), outcome);
         QCOMPARE(model.cached(), outcome == "arrived");
@@ -142,35 +138,29 @@ private slots:
     void localCache_data()
     {
         QTest::addColumn<int>("result"); // -1: the passphrase request fails
-        QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("reason");
         QTest::addColumn<QString>("box"); // empty: passed
-        const QString here = QDir::tempPath();
-        QTest::newRow("opened") << 0 << here << ""
-                                << "";
-        QTest::newRow("read-only, accepted like opened") << 1 << here << ""
-                                                         << "";
-        QTest::newRow("unreachable") << 2 << here << "share refused"
+        QTest::newRow("opened") << 0 << QString() << QString();
+        QTest::newRow("read-only, accepted like opened") << 1 << QString() << QString();
+        QTest::newRow("unreachable") << 2 << "share refused"
                                      << "Error, cannot access the path specified for the Local Cache repository.  "
                                         "Check permissions.\nReason: share refused";
-        QTest::newRow("no keyring") << 3 << here << ""
+        QTest::newRow("no keyring") << 3 << QString()
                                     << "Error, Local Cache data at specified path cannot be opened, this data may "
                                        "belong to another customer account.";
-        QTest::newRow("wrong passphrase") << 4 << here << "wrong password or no key found"
+        QTest::newRow("wrong passphrase") << 4 << "wrong password or no key found"
                                           << "Error, Local Cache data at specified path cannot be opened, this data "
                                              "may belong to another customer account.\nReason: wrong password or no "
                                              "key found";
-        QTest::newRow("no repository") << 5 << here << ""
+        QTest::newRow("no repository") << 5 << QString()
                                        << "Error, specified path does not contain a Local Cache repository.";
         QTest::newRow("passphrase refused")
-            << -1 << here << ""
-            << "Failed to get device encryption passphrase.\nError code: 503, reason: busy";
+            << -1 << QString() << "Failed to get device encryption passphrase.\nError code: 503, reason: busy";
     }
 
     void localCache()
     {
         QFETCH(int, result);
-        QFETCH(QString, path);
         QFETCH(QString, reason);
         QFETCH(QString, box);
         WizardFixture fixture(partnerToken());
@@ -180,6 +170,7 @@ private slots:
             fixture.cloud.failNext("passphrase", {VuskAPI::RequestError::ServerError, 503, "busy"});
         RecoveryWizardValues values;
         values.deviceId = 1001;
+        const QString path = QDir::tempPath();
         values.localCachePath = path;
         LocalCacheModel model(values, fixture.pageContext());
         QSignalSpy passed(&model, &LocalCacheModel::passed), refused(&model, &LocalCacheModel::refused);
