@@ -130,7 +130,7 @@ private slots:
         QColor edge;
         CorvelTest::whenModal([&](QWidget* modal) {
             edge = modal->grab().toImage().pixelColor(0, 10);
-            QTest::qWaitFor([&] { return modal->isAncestorOf(QApplication::focusWidget()); }, 2000);
+            (void)QTest::qWaitFor([&] { return modal->isAncestorOf(QApplication::focusWidget()); }, 2000);
             QWidget* focused = QApplication::focusWidget();
             pressed = focused ? focused->property("text").toString().remove('&') : "nothing focused";
             QTest::keyClick(focused ? focused : modal, Qt::Key_Return);
