@@ -36,8 +36,8 @@ class JobListWidget : public QWidget {
     Q_OBJECT
 public:
     // Time given to building new rows at once, and to each later slice.
-    static constexpr int FirstSliceMs = 6;
-    static constexpr int SliceMs = 6;
+    static constexpr int FirstSliceMs = 4;
+    static constexpr int SliceMs = 4;
 
     explicit JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns = nullptr,
                            QWidget* parent = nullptr);
