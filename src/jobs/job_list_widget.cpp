@@ -146,6 +146,14 @@ void JobListWidget::reportChanges(const std::vector<CorvelService::JobDescriptio
 
 void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs)
 {
+    // Most lists fit the rows already built: then there is nothing to follow, and nothing to build.
+    const auto listed = std::count_if(jobs.begin(), jobs.end(), [](const CorvelService::JobDescription& job) {
+        return job.status != CorvelService::JobStatus::Deleted;
+    });
+    if (static_cast<size_t>(listed) <= m_rows.size()) {
+        m_unbuiltActivity.clear();
+        return;
+    }
     std::unordered_set<std::string> built;
     built.reserve(m_rows.size());
     for (JobRowWidget* row : m_rows)
@@ -153,14 +161,14 @@ void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription
     const qint64 now = m_clock->nowMs();
     std::unordered_map<std::string, CorvelJournal::JobActivity> unbuilt;
     for (const auto& job : jobs) {
-        if (built.count(job.id))
+        // Only a running job has an activity to carry over.
+        if (built.count(job.id) || job.status != CorvelService::JobStatus::Running)
             continue;
         auto found = m_unbuiltActivity.find(job.id);
         auto& activity = unbuilt[job.id];
         if (found != m_unbuiltActivity.end())
             activity = std::move(found->second);
-        activity.update(job.status == CorvelService::JobStatus::Running, QString::fromStdString(job.current_work.text),
-                        job.current_work.progress, now);
+        activity.update(true, QString::fromStdString(job.current_work.text), job.current_work.progress, now);
     }
     m_unbuiltActivity = std::move(unbuilt);
 }
