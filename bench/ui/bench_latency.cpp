@@ -437,6 +437,52 @@ void openingScenario(const QString& certDir, const CorvelWidgets::IconFont& icon
     report("1000 jobs opening", figures);
 }
 
+// Shift+Tab from the button under the table of 1,000 jobs: the focus stays on the last row built
+// until the rows down to the last job are there, then moves to it.
+void backtabScenario(const QString& certDir, const CorvelWidgets::IconFont& iconFont)
+{
+    Console console;
+    if (!console.start(certDir, iconFont, {"--jobs", "1000", "--tick-ms", "3600000"}))
+        return;
+    console.settle();
+    QApplication::setActiveWindow(console.window.get());
+    (void)QTest::qWaitForWindowActive(console.window.get());
+    QPushButton* below = nullptr;
+    for (QPushButton* button : console.window->findChildren<QPushButton*>())
+        if (button->text() == "Job History")
+            below = button;
+    if (!below)
+        return;
+    below->setFocus(Qt::TabFocusReason);
+    CvJobs::JobListWidget* list = console.table->jobList();
+    auto focusedRow = [&] {
+        for (int i = list->rowCount() - 1; i >= 0; --i)
+            if (list->row(i)->isAncestorOf(QApplication::focusWidget()))
+                return i;
+        return -1;
+    };
+    const int builtBefore = list->rowCount();
+    QElapsedTimer clock;
+    int firstAt = -1;
+    qint64 arrivedMs = -1;
+    const Figures figures = measure(
+        console.window.get(), 30000,
+        [&](int step) {
+            if (step == 0) {
+                clock.start();
+                QTest::keyClick(below, Qt::Key_Backtab);
+                firstAt = focusedRow();
+            } else if (arrivedMs < 0 && list->rowCount() == 1000 &&
+                       list->row(999)->isAncestorOf(QApplication::focusWidget())) {
+                arrivedMs = clock.elapsed();
+            }
+        },
+        10);
+    std::printf("shift+tab from below, 1000 jobs: at once on row %d (%d built); on the last job's row after %s\n",
+                firstAt + 1, builtBefore, arrivedMs < 0 ? "more than 30 s" : qPrintable(QString("%1 ms").arg(arrivedMs)));
+    report("shift+tab from below to the end", figures);
+}
+
 // An operator pages down through 1,000 running jobs, a page every 100 ms, then jumps back to the top.
 void pagingScenario(const QString& certDir, const CorvelWidgets::IconFont& iconFont, int seconds)
 {
@@ -571,6 +617,8 @@ int main(int argc, char** argv)
                 "in:>16", "cpu:worst", "cpu>16", "cpu%");
     if (wanted("opening"))
         openingScenario(dir.path(), iconFont);
+    if (wanted("backtab"))
+        backtabScenario(dir.path(), iconFont);
     if (wanted("idle100"))
         consoleScenario("100 jobs idle", dir.path(), iconFont, 100, {"--tick-ms", "3600000"}, seconds);
     if (wanted("idle1000"))

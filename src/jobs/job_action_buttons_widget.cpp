@@ -5,9 +5,11 @@
 #include "jobs/job_action_button.h"
 #include "jobs/jobs_texts.h"
 #include "service/service_connection.h"
+#include "widgets/initial_focus.h"
 
 #include <QApplication>
 #include <QDebug>
+#include <QFocusEvent>
 #include <QPointer>
 #include <QVBoxLayout>
 
@@ -55,6 +57,13 @@ bool JobActionButtonsWidget::settled(const char* action) const
     return false;
 }
 
+bool JobActionButtonsWidget::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::FocusIn && static_cast<QFocusEvent*>(event)->reason() == Qt::BacktabFocusReason)
+        emit focusedBackward();
+    return QWidget::eventFilter(watched, event);
+}
+
 void JobActionButtonsWidget::refocus()
 {
     if (!hasFocus())
@@ -97,6 +106,8 @@ void JobActionButtonsWidget::buildButtons()
     if (m_job.actions == JobAction::None) {
         m_waitButton = new QPushButton(JobActionButton::actionText(JobAction::None), this);
         m_waitButton->setObjectName("job_action_button_empty");
+        m_waitButton->installEventFilter(this);
+        CorvelWidgets::pressOnReturn(m_waitButton);
         m_layout->addWidget(m_waitButton);
     } else {
         const std::pair<JobAction::type, void (JobActionButtonsWidget::*)()> actions[] = {
@@ -110,6 +121,8 @@ void JobActionButtonsWidget::buildButtons()
                 continue;
             auto* button = new JobActionButton(action, this);
             connect(button, &QPushButton::clicked, this, slot);
+            button->installEventFilter(this);
+            CorvelWidgets::pressOnReturn(button);
             m_layout->addWidget(button);
             m_buttons.append(button);
         }

@@ -58,6 +58,11 @@ signals:
     void needsUpdate();
     // The service accepted `action` ("Start", "Stop", "Cancel", "Delete", "Keep VM", "Delete VM").
     void actionTaken(const QString& jobId, const QString& action);
+    // Shift+Tab brought the keyboard focus to one of this row's controls.
+    void focusedBackward();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     enum class VmChoice { Abandon, Delete, Keep };

@@ -118,6 +118,7 @@ bool JobListWidget::setJobs(const std::vector<CorvelService::JobDescription>& jo
     if (!updateSameRows())
         sync(FirstSliceMs);
     revealPending();
+    focusEndPending();
     return true;
 }
 
@@ -171,6 +172,49 @@ void JobListWidget::trackUnbuilt(const std::vector<CorvelService::JobDescription
         activity.update(true, QString::fromStdString(job.current_work.text), job.current_work.progress, now);
     }
     m_unbuiltActivity = std::move(unbuilt);
+}
+
+void JobListWidget::setControlsAfter(const QList<QWidget*>& controls)
+{
+    m_controlsAfter.clear();
+    for (QWidget* control : controls)
+        m_controlsAfter.append(control);
+    for (int i = 1; i < controls.size(); ++i)
+        QWidget::setTabOrder(controls[i - 1], controls[i]);
+    if (!m_rows.empty())
+        stitchTabOrder(m_rows.size() - 1);
+}
+
+void JobListWidget::followFocusToEnd(JobRowWidget* row)
+{
+    // Within the list Shift+Tab comes from the next row; onto the last built row's last control it
+    // can only have come from below the table, where a fresh build would lead to the last job.
+    QWidget* focused = QApplication::focusWidget();
+    if (m_pendingRows == 0 || m_rows.empty() || row != m_rows.back() || focused != row->lastFocusable())
+        return;
+    m_focusHeldAt = focused;
+    emit rowRevealed(row);
+    buildInReach();
+}
+
+void JobListWidget::focusEndPending()
+{
+    if (!m_focusHeldAt)
+        return;
+    // Moved on meanwhile: the operator's choice stands.
+    if (QApplication::focusWidget() != m_focusHeldAt) {
+        m_focusHeldAt.clear();
+        return;
+    }
+    if (m_pendingRows > 0)
+        return;
+    m_focusHeldAt.clear();
+    if (m_rows.empty())
+        return;
+    JobRowWidget* last = m_rows.back();
+    if (QWidget* control = last->lastFocusable())
+        control->setFocus(Qt::BacktabFocusReason);
+    emit rowRevealed(last);
 }
 
 void JobListWidget::revealJob(const std::string& jobId)
@@ -410,6 +454,8 @@ size_t JobListWidget::rowsInReach(int rowHeight) const
     // The list moves up in its viewport as it scrolls.
     const int below = screen - y() + screen;
     size_t reach = rowHeight > 0 ? static_cast<size_t>(below / rowHeight) + 1 : MinRowsAtOnce;
+    if (m_focusHeldAt)
+        reach = std::max(reach, m_rows.size() + m_pendingRows);
     if (!m_revealId.empty()) {
         size_t position = 0;
         for (const auto& job : m_cache) {
@@ -497,6 +543,7 @@ void JobListWidget::continueBuilding()
     if (!appendPendingRows(SliceMs))
         sync(SliceMs);
     revealPending();
+    focusEndPending();
 }
 
 JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
@@ -512,6 +559,7 @@ JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
     row->actions()->setClock(m_clock);
     connect(row->actions(), &JobActionButtonsWidget::needsUpdate, this, &JobListWidget::needsUpdate);
     connect(row->actions(), &JobActionButtonsWidget::actionTaken, this, &JobListWidget::actionTaken);
+    connect(row->actions(), &JobActionButtonsWidget::focusedBackward, this, [this, row] { followFocusToEnd(row); });
     return row;
 }
 
@@ -587,9 +635,17 @@ void JobListWidget::stitchTabOrder(size_t index)
     const auto buttons = row->actions()->buttons();
     for (int i = 1; i < buttons.size(); ++i)
         QWidget::setTabOrder(buttons[i - 1], buttons[i]);
-    if (index + 1 < m_rows.size())
+    if (index + 1 < m_rows.size()) {
         if (QWidget* next = m_rows[index + 1]->firstFocusable())
             QWidget::setTabOrder(last, next);
+        return;
+    }
+    for (const QPointer<QWidget>& control : qAsConst(m_controlsAfter)) {
+        if (!control)
+            continue;
+        QWidget::setTabOrder(last, control);
+        last = control;
+    }
 }
 
 bool JobListWidget::anyRowBusy() const

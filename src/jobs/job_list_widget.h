@@ -5,6 +5,7 @@
 #include "journal/job_activity.h"
 #include "widgets/icon_font.h"
 
+#include <QPointer>
 #include <QStringList>
 #include <QTimer>
 #include <QWidget>
@@ -55,6 +56,10 @@ public:
     // Turns the rows' actions on or off: those in view at once, the others over the next passes of
     // the event loop (each widget changed costs a screen reader's bridge a message).
     void setActionsEnabled(bool enabled);
+
+    // The controls that follow the rows for the keyboard, in order. Rows are made long after the
+    // window around them, so without this they would come last of all.
+    void setControlsAfter(const QList<QWidget*>& controls);
 
     // Highlights the job's row for a moment once it is shown (now, or after a later setJobs).
     void revealJob(const std::string& jobId);
@@ -108,6 +113,9 @@ private:
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
     void trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
+    // Shift+Tab from below reached `row`, the last built one: the focus belongs on the last job's.
+    void followFocusToEnd(JobRowWidget* row);
+    void focusEndPending();
     void applyActionsEnabled();
 
     CorvelService::ServiceConnection* m_connection = nullptr;
@@ -129,6 +137,9 @@ private:
     std::vector<std::pair<size_t, size_t>> m_staleRows;
     QTimer m_updateTimer;
     std::string m_revealId;
+    // Set while the rows down to the last job are built for the focus, which waits on this control.
+    QPointer<QWidget> m_focusHeldAt;
+    QList<QPointer<QWidget>> m_controlsAfter;
     // The activity of each job without a row, so that a row built late shows how long it has run,
     // its rate and a stall as if it had been there from the first sight of its job.
     std::unordered_map<std::string, CorvelJournal::JobActivity> m_unbuiltActivity;

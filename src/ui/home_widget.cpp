@@ -2,10 +2,12 @@
 #include "widgets/screen_scale.h"
 
 #include "core/style_sheet.h"
+#include "jobs/job_list_widget.h"
 #include "jobs/job_table_widget.h"
 #include "ui/ui_texts.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
+#include "widgets/initial_focus.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -22,8 +24,8 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
                        QWidget* parent)
     : QWidget(parent)
     , m_jobTable(new CvJobs::JobTableWidget(connection, iconFont))
-    , m_newRecovery(new QPushButton(UiTexts::StartNewRecovery, this))
     , m_history(new QPushButton("Job History", this))
+    , m_newRecovery(new QPushButton(UiTexts::StartNewRecovery, this))
 {
     auto* frame = new QFrame(this);
     frame->setObjectName("home_jobs_frame");
@@ -51,7 +53,10 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     buttons->addWidget(m_history, 0, Qt::AlignBottom);
     buttons->addWidget(m_newRecovery, 0, Qt::AlignBottom);
     layout->addLayout(buttons);
-    setTabOrder(m_history, m_newRecovery);
+    CorvelWidgets::pressOnReturn(m_history);
+    CorvelWidgets::pressOnReturn(m_newRecovery);
+    // Top to bottom: the jobs, then the buttons under them.
+    m_jobTable->jobList()->setControlsAfter({m_history, m_newRecovery});
 
     connect(m_newRecovery, &QPushButton::clicked, this, &HomeWidget::newRecoveryRequested);
     connect(m_history, &QPushButton::clicked, this, &HomeWidget::historyRequested);

@@ -33,8 +33,9 @@ signals:
 
 private:
     CvJobs::JobTableWidget* m_jobTable;
-    QPushButton* m_newRecovery;
+    // Made in the keyboard's order, left to right: the focus chain starts as the order of making.
     QPushButton* m_history;
+    QPushButton* m_newRecovery;
 };
 
 } // namespace Corvel

@@ -59,6 +59,9 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
     , m_launcher(connection)
     , m_settings(settings)
 {
+    // The jobs are asked for before anything is built: a long list then comes in while the window
+    // is being made, not after its first paint.
+    m_connection.startPolling();
     CVUpdater::useProgressDialog(m_updater);
     setObjectName("main_window");
     setWindowTitle(UiTexts::Corvel);

@@ -2,6 +2,7 @@
 
 #include <QAbstractSpinBox>
 #include <QComboBox>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -10,6 +11,23 @@
 namespace CorvelWidgets {
 
 namespace {
+
+class ReturnPress : public QObject {
+public:
+    using QObject::QObject;
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() != QEvent::KeyPress)
+            return false;
+        const auto* key = static_cast<QKeyEvent*>(event);
+        const Qt::KeyboardModifiers mods = key->modifiers() & ~Qt::KeypadModifier;
+        if ((key->key() != Qt::Key_Return && key->key() != Qt::Key_Enter) || mods != Qt::NoModifier)
+            return false;
+        static_cast<QPushButton*>(watched)->click();
+        return true;
+    }
+};
 
 bool takesFocus(const QWidget* widget)
 {
@@ -51,6 +69,12 @@ void focusFirstControl(QWidget* window, const QWidget* chrome)
     } while (widget != window);
     if (QWidget* chosen = firstInput ? firstInput : defaultButton ? defaultButton : firstControl)
         chosen->setFocus(Qt::OtherFocusReason);
+}
+
+void pressOnReturn(QPushButton* button)
+{
+    button->setAutoDefault(false);
+    button->installEventFilter(new ReturnPress(button));
 }
 
 } // namespace CorvelWidgets

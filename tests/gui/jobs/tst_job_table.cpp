@@ -602,7 +602,8 @@ private slots:
         QTest::addColumn<QString>("focusAfter"); // a button of "j", or "" for none
         QTest::newRow("delete file recovery asks nothing") << "Delete Job"
                                                            << "deleteJob:j" << Failure::None << -1 << "";
-        QTest::newRow("cancel, nothing allowed after")
+        // Return presses a focused row button as Space does.
+        QTest::newRow("cancel by Return, nothing allowed after")
             << "Cancel"
             << "cancelJob:j" << Failure::None << int(JobAction::None) << "Please wait";
         QTest::newRow("start refused, new buttons")
@@ -630,7 +631,7 @@ private slots:
         CorvelTest::LogCapture log;
         whenModal([](QWidget* modal) { modal->close(); }); // a dialog would abandon the action
         button(press)->setFocus(Qt::TabFocusReason);
-        QTest::keyClick(button(press), Qt::Key_Space);
+        QTest::keyClick(button(press), press == "Cancel" ? Qt::Key_Return : Qt::Key_Space);
         waitForPoll(*m_connection);
 
         QCOMPARE(m_service->calls(), QStringList{call});
@@ -741,6 +742,7 @@ private slots:
         QTest::newRow("tab") << "tab";
         QTest::newRow("scroll") << "scroll";
         QTest::newRow("reveal") << "reveal";
+        QTest::newRow("shift+tab from below") << "backtab";
     }
 
     void farRowsAreReached()
@@ -775,6 +777,15 @@ private slots:
                 bar->setValue(bar->maximum());
                 return rowOf(last) && !rowOf(last)->visibleRegion().isEmpty();
             }());
+        } else if (how == "backtab") {
+            // As in a fresh build, the control below the table leads back to the last job's row.
+            auto* below = new QPushButton("Job History", table);
+            below->show();
+            QApplication::setActiveWindow(table);
+            QVERIFY(QTest::qWaitForWindowActive(table));
+            below->setFocus(Qt::TabFocusReason);
+            QTest::keyClick(below, Qt::Key_Backtab);
+            QTRY_VERIFY(rowOf(last) && QApplication::focusWidget() == buttonOf(last, "Stop"));
         } else {
             table->revealJob(last);
         }

@@ -134,7 +134,9 @@ private slots:
     // nothing that takes the keyboard is left out, and no control is a picture without a name.
     void tabReachesEveryControl()
     {
+        startSim({"--jobs", "2", "--tick-ms", "3600000"});
         showWindow(partnerToken());
+        QTRY_COMPARE(m_window->home()->jobTable()->jobList()->rowCount(), 2);
         QListWidget* list = m_window->tabs()->list();
         QCOMPARE(QApplication::focusWidget(), list);
 
@@ -152,6 +154,11 @@ private slots:
         const QList<QWidget*> chrome{named<CorvelWidgets::UserMenuButton>(m_window.get(), "User menu"),
                                      bar->minimizeButton(), bar->maximizeButton(), bar->closeButton()};
         QCOMPARE(visited.mid(visited.size() - chrome.size()), chrome);
+        // The home page top to bottom: the jobs' rows, then the buttons under them, left to right.
+        const QList<QWidget*> buttons{named<QPushButton>(m_window.get(), "Job History"),
+                                      named<QPushButton>(m_window.get(), "Start New Recovery")};
+        QCOMPARE(visited.mid(visited.size() - chrome.size() - 2, 2), buttons);
+        QVERIFY(qobject_cast<CvJobs::JobActionButtonsWidget*>(visited[visited.size() - chrome.size() - 3]->parentWidget()));
 
         QStringList missed; // or a picture without a name
         for (QWidget* widget : m_window->findChildren<QWidget*>()) {
