@@ -11,6 +11,7 @@
 #include <QElapsedTimer>
 #include <QLabel>
 #include <QMetaMethod>
+#include <QMoveEvent>
 #include <QSpacerItem>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -26,8 +27,42 @@ namespace {
 // Rows built at once however long each takes, so the first screen is never empty.
 constexpr int MinRowsAtOnce = 3;
 constexpr int AllColumns = (1 << JobColumns::Count) - 1;
-
 } // namespace
+
+// Rows in groups: a change lays out one group and the column of groups, not every row of a long
+// list. A group tells its rows when it moves, as a row does when it moves by itself, so that a
+// press on a row that moved under the pointer is still recognised.
+class RowBlock : public QWidget {
+public:
+    explicit RowBlock(QWidget* parent)
+        : QWidget(parent)
+        , m_rows(new QVBoxLayout(this))
+    {
+        setObjectName("job_row_block");
+        m_rows->setContentsMargins(0, 0, 0, 0);
+        m_rows->setSpacing(0);
+    }
+
+    QVBoxLayout* rows() const { return m_rows; }
+
+    // The rows changed: the list's layout must ask this group for its height again at once, not
+    // after this group's own layout has run at its old height.
+    void rowsChanged() { updateGeometry(); }
+
+protected:
+    void moveEvent(QMoveEvent* event) override
+    {
+        QWidget::moveEvent(event);
+        if (event->oldPos() == event->pos())
+            return;
+        for (int i = 0; i < m_rows->count(); ++i)
+            if (auto* row = static_cast<JobRowWidget*>(m_rows->itemAt(i)->widget()))
+                row->actions()->markMoved();
+    }
+
+private:
+    QVBoxLayout* m_rows;
+};
 
 JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::shared_ptr<JobColumns> columns,
                              QWidget* parent)
@@ -41,8 +76,9 @@ JobListWidget::JobListWidget(const CorvelWidgets::IconFont& iconFont, std::share
     setObjectName("job_list");
     m_layout->setContentsMargins(0, 0, 0, 0);
     m_layout->setSpacing(0);
-    // Rows sit directly in this layout, before the room kept for rows still to be built: one layout
-    // for all of them, so no inner layout ever squeezes them into an outdated height.
+    // Groups of rows sit in this layout, before the room kept for rows still to be built. A group
+    // asks for its new height as soon as its rows change, so this layout never places it at an
+    // outdated one; a change lays out one group and the column of groups, not every row.
     m_layout->addItem(m_pendingSpace);
     m_layout->addWidget(m_placeholder, 0, Qt::AlignHCenter | Qt::AlignTop);
     m_layout->addStretch(1);
@@ -86,7 +122,7 @@ void JobListWidget::applyActionsEnabled()
         for (JobRowWidget* row : m_rows) {
             if (!m_actionsStale.count(row))
                 continue;
-            if (visibleOnly ? !row->geometry().intersects(inView) : clock.elapsed() >= ActionsSliceMs)
+            if (visibleOnly ? !rowGeometry(row).intersects(inView) : clock.elapsed() >= ActionsSliceMs)
                 continue;
             row->actions()->setEnabled(m_actionsEnabled);
             m_actionsStale.erase(row);
@@ -291,7 +327,7 @@ void JobListWidget::applyRowUpdates()
             JobRowWidget* row = m_rows[entry.first];
             if (row->job() == m_cache[entry.second])
                 continue;
-            if (visibleOnly ? !row->geometry().intersects(inView) : clock.elapsed() >= UpdateSliceMs) {
+            if (visibleOnly ? !rowGeometry(row).intersects(inView) : clock.elapsed() >= UpdateSliceMs) {
                 if (!visibleOnly)
                     later.push_back(entry);
                 continue;
@@ -397,7 +433,11 @@ void JobListWidget::sync(int budgetMs)
         // Hidden with the focus, the row would pass it to the next job's button.
         if (row->isAncestorOf(QApplication::focusWidget()))
             setFocus(Qt::OtherFocusReason);
-        m_layout->removeWidget(row);
+        if (QWidget* parent = row->parentWidget(); parent != this) {
+            auto* block = static_cast<RowBlock*>(parent);
+            block->rows()->removeWidget(row);
+            block->rowsChanged();
+        }
         m_actionsStale.erase(row);
         row->hide();
         // Deferred: the row's own button may be what asked for this refresh.
@@ -405,6 +445,7 @@ void JobListWidget::sync(int budgetMs)
     }
 
     placeRows(ordered, created);
+    dropEmptyBlocks();
     updateColumns(changedColumns | (created.empty() ? 0 : AllColumns) | (removed.empty() ? 0 : AllColumns), created);
 
     // Keyboard order follows the rows, as if they had been built afresh in this order.
@@ -516,7 +557,7 @@ bool JobListWidget::appendPendingRows(int budgetMs)
             continue;
         JobRowWidget* row = createRow(*next);
         row->measure(AllColumns);
-        m_layout->insertWidget(static_cast<int>(m_rows.size()), row);
+        appendToBlocks(row);
         m_rows.push_back(row);
         created.push_back(row);
         row->show();
@@ -582,23 +623,101 @@ void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const s
         if (keptSet.count(row))
             before.push_back(row);
 
+    std::vector<JobRowWidget*> shown;
     if (kept == before) {
         for (size_t i = 0; i < ordered.size(); ++i)
             if (fresh.count(ordered[i]))
-                m_layout->insertWidget(static_cast<int>(i), ordered[i]);
+                insertIntoBlocks(ordered[i], i > 0 ? ordered[i - 1] : nullptr);
+        shown = created;
     } else {
-        for (JobRowWidget* row : kept)
-            m_layout->removeWidget(row);
-        for (size_t i = 0; i < ordered.size(); ++i)
-            m_layout->insertWidget(static_cast<int>(i), ordered[i]);
+        // A new order: the groups are filled again from the top. A row that changes group is
+        // hidden on the way, and the focus with it: it comes back to where it was.
+        QPointer<QWidget> focused = QApplication::focusWidget();
+        for (JobRowWidget* row : kept) {
+            auto* block = static_cast<RowBlock*>(row->parentWidget());
+            block->rows()->removeWidget(row);
+            block->rowsChanged();
+        }
+        for (size_t i = 0; i < ordered.size(); ++i) {
+            const size_t at = i / static_cast<size_t>(m_rowsPerGroup);
+            RowBlock* block = at < m_blocks.size() ? m_blocks[at] : addBlock(at);
+            if (ordered[i]->parentWidget() != block)
+                shown.push_back(ordered[i]);
+            block->rows()->insertWidget(static_cast<int>(i % static_cast<size_t>(m_rowsPerGroup)), ordered[i]);
+            block->rowsChanged();
+        }
         m_rows = ordered;
         for (size_t i = 0; i < m_rows.size(); ++i)
             stitchTabOrder(i);
+        if (focused && QApplication::focusWidget() != focused && isVisible())
+            focused->setFocus(Qt::OtherFocusReason);
     }
     m_rows = ordered;
     if (isVisible())
-        for (JobRowWidget* row : created)
+        for (JobRowWidget* row : shown)
             row->show();
+}
+
+RowBlock* JobListWidget::addBlock(size_t at)
+{
+    auto* block = new RowBlock(this);
+    m_layout->insertWidget(static_cast<int>(at), block);
+    m_blocks.insert(m_blocks.begin() + static_cast<std::ptrdiff_t>(at), block);
+    if (isVisible())
+        block->show();
+    return block;
+}
+
+void JobListWidget::insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous)
+{
+    RowBlock* block = nullptr;
+    int at = 0;
+    if (previous) {
+        block = static_cast<RowBlock*>(previous->parentWidget());
+        at = block->rows()->indexOf(previous) + 1;
+        // After the last row of a full group: the next group, or a new one.
+        if (at == block->rows()->count() && at >= m_rowsPerGroup) {
+            const size_t index = static_cast<size_t>(std::find(m_blocks.begin(), m_blocks.end(), block) - m_blocks.begin());
+            block = addBlock(index + 1);
+            at = 0;
+        }
+    } else if (m_blocks.empty() || m_blocks.front()->rows()->count() >= m_rowsPerGroup) {
+        block = addBlock(0);
+    } else {
+        block = m_blocks.front();
+    }
+    block->rows()->insertWidget(at, row);
+    block->rowsChanged();
+}
+
+void JobListWidget::appendToBlocks(JobRowWidget* row)
+{
+    RowBlock* block = m_blocks.empty() || m_blocks.back()->rows()->count() >= m_rowsPerGroup ? addBlock(m_blocks.size())
+                                                                                        : m_blocks.back();
+    block->rows()->addWidget(row);
+    block->rowsChanged();
+}
+
+void JobListWidget::dropEmptyBlocks()
+{
+    for (auto it = m_blocks.begin(); it != m_blocks.end();) {
+        RowBlock* block = *it;
+        if (block->rows()->count() > 0) {
+            ++it;
+            continue;
+        }
+        m_layout->removeWidget(block);
+        block->hide();
+        // Deferred with the rows it held: a row's own button may be what asked for this refresh.
+        block->deleteLater();
+        it = m_blocks.erase(it);
+    }
+}
+
+QRect JobListWidget::rowGeometry(const JobRowWidget* row) const
+{
+    const QWidget* block = row->parentWidget();
+    return block == this ? row->geometry() : row->geometry().translated(block->pos());
 }
 
 void JobListWidget::updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh)

@@ -10,6 +10,7 @@
 #include <QTimer>
 #include <QWidget>
 
+#include <algorithm>
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
@@ -27,6 +28,7 @@ namespace CvJobs {
 
 class JobColumns;
 class JobRowWidget;
+class RowBlock;
 
 // The rows of the jobs table. A new list from the service is matched to the rows by job id: rows
 // are updated in place, added, removed and moved into the service's order. New rows are built in
@@ -60,6 +62,10 @@ public:
     // The controls that follow the rows for the keyboard, in order. Rows are made long after the
     // window around them, so without this they would come last of all.
     void setControlsAfter(const QList<QWidget*>& controls);
+
+    // Rows per group when the rows are built from the top (a group takes more when jobs come
+    // between its rows). Each group is laid out on its own; tests make them small to cross them.
+    void setRowsPerGroup(int rows) { m_rowsPerGroup = std::max(1, rows); }
 
     // Highlights the job's row for a moment once it is shown (now, or after a later setJobs).
     void revealJob(const std::string& jobId);
@@ -107,6 +113,13 @@ private:
     void fitHeight();
     JobRowWidget* createRow(const CorvelService::JobDescription& job);
     void placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created);
+    RowBlock* addBlock(size_t at);
+    // Puts a new row right after `previous` (at the top when null), or after the last row.
+    void insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous);
+    void appendToBlocks(JobRowWidget* row);
+    void dropEmptyBlocks();
+    // A row's place in this widget (its own geometry is within its block).
+    QRect rowGeometry(const JobRowWidget* row) const;
     void updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh);
     void stitchTabOrder(size_t index);
     bool anyRowBusy() const;
@@ -127,6 +140,9 @@ private:
     QLabel* m_placeholder;
     std::vector<CorvelService::JobDescription> m_cache;
     std::vector<JobRowWidget*> m_rows;
+    // The rows in groups, top to bottom, before the room kept for rows still to be built.
+    std::vector<RowBlock*> m_blocks;
+    int m_rowsPerGroup = 32;
     size_t m_pendingRows = 0;
     QTimer m_sliceTimer;
     bool m_actionsEnabled = true;

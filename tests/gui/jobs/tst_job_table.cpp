@@ -263,7 +263,8 @@ private slots:
     }
 
     // Rows changed in place look exactly like rows built afresh for the same jobs; the focus stays on
-    // its button, and Tab walks the rows top to bottom, each row's buttons in order.
+    // its button, and Tab walks the rows top to bottom, each row's buttons in order. Groups of three
+    // rows, so that rows come, go and move across groups.
     void inPlaceMatchesFreshBuild_data()
     {
         QTest::addColumn<int>("width");
@@ -287,9 +288,10 @@ private slots:
             jobs.push_back(job);
         }
         auto* table = makeTable(jobs);
+        table->jobList()->setRowsPerGroup(3);
         QApplication::setActiveWindow(table);
         QVERIFY(QTest::qWaitForWindowActive(table));
-        QPointer<QPushButton> focused = buttonOf("job-5", "Stop");
+        QPointer<QPushButton> focused = buttonOf("job-2", "Stop");
         focused->setFocus(Qt::TabFocusReason);
         auto& next = m_service->jobs;
         next[0].current_work.progress = 90;
@@ -311,6 +313,7 @@ private slots:
         QVERIFY(focused && focused->hasFocus());
 
         JobTableWidget fresh(*m_connection, m_iconFont);
+        fresh.jobList()->setRowsPerGroup(3);
         for (JobTableWidget* shown : {table, &fresh}) {
             shown->resize(width, 500);
             shown->show();
@@ -382,7 +385,8 @@ private slots:
         auto job = makeJob("a", JobStatus::Running, JobAction::Stop | JobAction::Cancel);
         job.current_work.text = "Mounting volumes";
         job.current_work.progress = 42;
-        makeTable({job, makeJob("b", JobStatus::Running, JobAction::Stop)});
+        // One row per group: a job put in front moves the group holding "a", not "a" within it.
+        makeTable({job, makeJob("b", JobStatus::Running, JobAction::Stop)})->jobList()->setRowsPerGroup(1);
         const int height = rowOf("a")->height();
         const int below = rowOf("b")->y() - rowOf("a")->y();
         auto* icon = rowOf("a")->findChild<QPushButton*>("job_icon_label");
