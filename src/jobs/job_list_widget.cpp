@@ -24,8 +24,9 @@ namespace CvJobs {
 
 namespace {
 
-// Rows built at once however long each takes, so the first screen is never empty.
-constexpr int MinRowsAtOnce = 3;
+// Rows built at once however long each takes, so the first screen is never empty. One: with a
+// screen reader attached a row costs several milliseconds, and the next come in the next slices.
+constexpr int MinRowsAtOnce = 1;
 constexpr int AllColumns = (1 << JobColumns::Count) - 1;
 } // namespace
 
