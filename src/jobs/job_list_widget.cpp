@@ -414,7 +414,7 @@ void JobListWidget::sync(int budgetMs)
             gap |= pending > 0;
         } else if (pending == 0 && ordered.size() < reach &&
                    (created.size() < MinRowsAtOnce || clock.elapsed() < budgetMs)) {
-            JobRowWidget* row = createRow(job);
+            JobRowWidget* row = createRow(job, lastGroupWithRoom());
             // Measured here, so the time it takes counts against the slice.
             row->measure(AllColumns);
             created.push_back(row);
@@ -556,9 +556,11 @@ bool JobListWidget::appendPendingRows(int budgetMs)
     for (; next != m_cache.cend() && m_rows.size() < reach && (created.empty() || clock.elapsed() < budgetMs); ++next) {
         if (next->status == CorvelService::JobStatus::Deleted)
             continue;
-        JobRowWidget* row = createRow(*next);
+        RowBlock* group = lastGroupWithRoom();
+        JobRowWidget* row = createRow(*next, group);
         row->measure(AllColumns);
-        appendToBlocks(row);
+        group->rows()->addWidget(row);
+        group->rowsChanged();
         m_rows.push_back(row);
         created.push_back(row);
         row->show();
@@ -588,9 +590,9 @@ void JobListWidget::continueBuilding()
     focusEndPending();
 }
 
-JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job)
+JobRowWidget* JobListWidget::createRow(const CorvelService::JobDescription& job, QWidget* group)
 {
-    auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, this);
+    auto* row = new JobRowWidget(job, m_connection, m_iconFont, m_columns, group);
     const auto activity = m_unbuiltActivity.find(job.id);
     if (activity != m_unbuiltActivity.end()) {
         static_cast<JobWorkWidget*>(row->cell(JobRowWidget::Status))->resumeActivity(activity->second, m_clock);
@@ -676,10 +678,12 @@ void JobListWidget::insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous)
     if (previous) {
         block = static_cast<RowBlock*>(previous->parentWidget());
         at = block->rows()->indexOf(previous) + 1;
-        // After the last row of a full group: the next group, or a new one.
+        // After the last row of a full group: an empty group after it (made for the new rows), or a
+        // new one.
         if (at == block->rows()->count() && at >= m_rowsPerGroup) {
             const size_t index = static_cast<size_t>(std::find(m_blocks.begin(), m_blocks.end(), block) - m_blocks.begin());
-            block = addBlock(index + 1);
+            const bool emptyNext = index + 1 < m_blocks.size() && m_blocks[index + 1]->rows()->count() == 0;
+            block = emptyNext ? m_blocks[index + 1] : addBlock(index + 1);
             at = 0;
         }
     } else if (m_blocks.empty() || m_blocks.front()->rows()->count() >= m_rowsPerGroup) {
@@ -691,12 +695,10 @@ void JobListWidget::insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous)
     block->rowsChanged();
 }
 
-void JobListWidget::appendToBlocks(JobRowWidget* row)
+RowBlock* JobListWidget::lastGroupWithRoom()
 {
-    RowBlock* block = m_blocks.empty() || m_blocks.back()->rows()->count() >= m_rowsPerGroup ? addBlock(m_blocks.size())
-                                                                                        : m_blocks.back();
-    block->rows()->addWidget(row);
-    block->rowsChanged();
+    return m_blocks.empty() || m_blocks.back()->rows()->count() >= m_rowsPerGroup ? addBlock(m_blocks.size())
+                                                                                 : m_blocks.back();
 }
 
 void JobListWidget::dropEmptyBlocks()

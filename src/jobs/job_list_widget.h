@@ -111,12 +111,14 @@ private:
     bool appendPendingRows(int budgetMs);
     void showPending();
     void fitHeight();
-    JobRowWidget* createRow(const CorvelService::JobDescription& job);
+    // Made in the group it is likely to stay in: moving a row to another parent restyles all of it.
+    JobRowWidget* createRow(const CorvelService::JobDescription& job, QWidget* group);
     void placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created);
     RowBlock* addBlock(size_t at);
     // Puts a new row right after `previous` (at the top when null), or after the last row.
     void insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous);
-    void appendToBlocks(JobRowWidget* row);
+    // The last group when it has room, else a new one after it.
+    RowBlock* lastGroupWithRoom();
     void dropEmptyBlocks();
     // A row's place in this widget (its own geometry is within its block).
     QRect rowGeometry(const JobRowWidget* row) const;
