@@ -482,8 +482,9 @@ void backtabScenario(const QString& certDir, const CorvelWidgets::IconFont& icon
             }
         },
         10);
-    std::printf("shift+tab from below, 1000 jobs: at once on row %d (%d built); on the last job's row after %s\n",
-                firstAt + 1, builtBefore, arrivedMs < 0 ? "more than 30 s" : qPrintable(QString("%1 ms").arg(arrivedMs)));
+    std::printf("shift+tab from below, 1000 jobs: at once %s (%d built); on the last job's row after %s\n",
+                firstAt < 0 ? "not on a row" : qPrintable(QString("on row %1").arg(firstAt + 1)), builtBefore,
+                arrivedMs < 0 ? "more than 30 s" : qPrintable(QString("%1 ms").arg(arrivedMs)));
     report("shift+tab from below to the end", figures);
 }
 

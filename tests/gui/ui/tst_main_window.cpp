@@ -17,6 +17,7 @@
 #include "testsupport/test_tokens.h"
 #include "ui/help_center_widget.h"
 #include "ui/home_widget.h"
+#include "ui/job_history_window.h"
 #include "ui/main_window.h"
 #include "ui/main_window_tabs_widget.h"
 #include "widgets/cv_title_bar.h"
@@ -159,6 +160,12 @@ private slots:
                                       named<QPushButton>(m_window.get(), "Start New Recovery")};
         QCOMPARE(visited.mid(visited.size() - chrome.size() - 2, 2), buttons);
         QVERIFY(qobject_cast<CvJobs::JobActionButtonsWidget*>(visited[visited.size() - chrome.size() - 3]->parentWidget()));
+        // Return presses the button that has the focus.
+        buttons.first()->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(buttons.first(), Qt::Key_Return);
+        auto* history = m_window->findChild<Corvel::JobHistoryWindow*>();
+        QVERIFY(history && history->isVisible());
+        history->close();
 
         QStringList missed; // or a picture without a name
         for (QWidget* widget : m_window->findChildren<QWidget*>()) {
