@@ -28,18 +28,19 @@ namespace {
 // screen reader attached a row costs several milliseconds, and the next come in the next slices.
 constexpr int MinRowsAtOnce = 1;
 constexpr int AllColumns = (1 << JobColumns::Count) - 1;
+
 } // namespace
 
 // Rows in groups: a change lays out one group and the column of groups, not every row of a long
 // list. A group tells its rows when it moves, as a row does when it moves by itself, so that a
 // press on a row that moved under the pointer is still recognised.
-class RowBlock : public QWidget {
+class RowGroup : public QWidget {
 public:
-    explicit RowBlock(QWidget* parent)
+    explicit RowGroup(QWidget* parent)
         : QWidget(parent)
         , m_rows(new QVBoxLayout(this))
     {
-        setObjectName("job_row_block");
+        setObjectName("job_row_group");
         m_rows->setContentsMargins(0, 0, 0, 0);
         m_rows->setSpacing(0);
     }
@@ -435,9 +436,9 @@ void JobListWidget::sync(int budgetMs)
         if (row->isAncestorOf(QApplication::focusWidget()))
             setFocus(Qt::OtherFocusReason);
         if (QWidget* parent = row->parentWidget(); parent != this) {
-            auto* block = static_cast<RowBlock*>(parent);
-            block->rows()->removeWidget(row);
-            block->rowsChanged();
+            auto* group = static_cast<RowGroup*>(parent);
+            group->rows()->removeWidget(row);
+            group->rowsChanged();
         }
         m_actionsStale.erase(row);
         row->hide();
@@ -446,7 +447,7 @@ void JobListWidget::sync(int budgetMs)
     }
 
     placeRows(ordered, created);
-    dropEmptyBlocks();
+    dropEmptyGroups();
     updateColumns(changedColumns | (created.empty() ? 0 : AllColumns) | (removed.empty() ? 0 : AllColumns), created);
 
     // Keyboard order follows the rows, as if they had been built afresh in this order.
@@ -556,7 +557,7 @@ bool JobListWidget::appendPendingRows(int budgetMs)
     for (; next != m_cache.cend() && m_rows.size() < reach && (created.empty() || clock.elapsed() < budgetMs); ++next) {
         if (next->status == CorvelService::JobStatus::Deleted)
             continue;
-        RowBlock* group = lastGroupWithRoom();
+        RowGroup* group = lastGroupWithRoom();
         JobRowWidget* row = createRow(*next, group);
         row->measure(AllColumns);
         group->rows()->addWidget(row);
@@ -626,28 +627,28 @@ void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const s
         if (keptSet.count(row))
             before.push_back(row);
 
-    std::vector<JobRowWidget*> shown;
+    // New rows, and rows that changed group (which hides them).
+    std::vector<JobRowWidget*> shown = created;
     if (kept == before) {
         for (size_t i = 0; i < ordered.size(); ++i)
             if (fresh.count(ordered[i]))
-                insertIntoBlocks(ordered[i], i > 0 ? ordered[i - 1] : nullptr);
-        shown = created;
+                insertIntoGroups(ordered[i], i > 0 ? ordered[i - 1] : nullptr);
     } else {
         // A new order: the groups are filled again from the top. A row that changes group is
         // hidden on the way, and the focus with it: it comes back to where it was.
         QPointer<QWidget> focused = QApplication::focusWidget();
         for (JobRowWidget* row : kept) {
-            auto* block = static_cast<RowBlock*>(row->parentWidget());
-            block->rows()->removeWidget(row);
-            block->rowsChanged();
+            auto* group = static_cast<RowGroup*>(row->parentWidget());
+            group->rows()->removeWidget(row);
+            group->rowsChanged();
         }
         for (size_t i = 0; i < ordered.size(); ++i) {
             const size_t at = i / static_cast<size_t>(m_rowsPerGroup);
-            RowBlock* block = at < m_blocks.size() ? m_blocks[at] : addBlock(at);
-            if (ordered[i]->parentWidget() != block)
+            RowGroup* group = at < m_groups.size() ? m_groups[at] : addGroup(at);
+            if (!fresh.count(ordered[i]) && ordered[i]->parentWidget() != group)
                 shown.push_back(ordered[i]);
-            block->rows()->insertWidget(static_cast<int>(i % static_cast<size_t>(m_rowsPerGroup)), ordered[i]);
-            block->rowsChanged();
+            group->rows()->insertWidget(static_cast<int>(i % static_cast<size_t>(m_rowsPerGroup)), ordered[i]);
+            group->rowsChanged();
         }
         m_rows = ordered;
         for (size_t i = 0; i < m_rows.size(); ++i)
@@ -661,66 +662,67 @@ void JobListWidget::placeRows(const std::vector<JobRowWidget*>& ordered, const s
             row->show();
 }
 
-RowBlock* JobListWidget::addBlock(size_t at)
+RowGroup* JobListWidget::addGroup(size_t at)
 {
-    auto* block = new RowBlock(this);
-    m_layout->insertWidget(static_cast<int>(at), block);
-    m_blocks.insert(m_blocks.begin() + static_cast<std::ptrdiff_t>(at), block);
+    auto* group = new RowGroup(this);
+    m_layout->insertWidget(static_cast<int>(at), group);
+    m_groups.insert(m_groups.begin() + static_cast<std::ptrdiff_t>(at), group);
     if (isVisible())
-        block->show();
-    return block;
+        group->show();
+    return group;
 }
 
-void JobListWidget::insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous)
+void JobListWidget::insertIntoGroups(JobRowWidget* row, JobRowWidget* previous)
 {
-    RowBlock* block = nullptr;
+    RowGroup* group = nullptr;
     int at = 0;
     if (previous) {
-        block = static_cast<RowBlock*>(previous->parentWidget());
-        at = block->rows()->indexOf(previous) + 1;
+        group = static_cast<RowGroup*>(previous->parentWidget());
+        at = group->rows()->indexOf(previous) + 1;
         // After the last row of a full group: an empty group after it (made for the new rows), or a
         // new one.
-        if (at == block->rows()->count() && at >= m_rowsPerGroup) {
-            const size_t index = static_cast<size_t>(std::find(m_blocks.begin(), m_blocks.end(), block) - m_blocks.begin());
-            const bool emptyNext = index + 1 < m_blocks.size() && m_blocks[index + 1]->rows()->count() == 0;
-            block = emptyNext ? m_blocks[index + 1] : addBlock(index + 1);
+        if (at == group->rows()->count() && at >= m_rowsPerGroup) {
+            const size_t index =
+                static_cast<size_t>(std::find(m_groups.begin(), m_groups.end(), group) - m_groups.begin());
+            const bool emptyNext = index + 1 < m_groups.size() && m_groups[index + 1]->rows()->count() == 0;
+            group = emptyNext ? m_groups[index + 1] : addGroup(index + 1);
             at = 0;
         }
-    } else if (m_blocks.empty() || m_blocks.front()->rows()->count() >= m_rowsPerGroup) {
-        block = addBlock(0);
+    } else if (m_groups.empty() || m_groups.front()->rows()->count() >= m_rowsPerGroup) {
+        group = addGroup(0);
     } else {
-        block = m_blocks.front();
+        group = m_groups.front();
     }
-    block->rows()->insertWidget(at, row);
-    block->rowsChanged();
+    group->rows()->insertWidget(at, row);
+    group->rowsChanged();
 }
 
-RowBlock* JobListWidget::lastGroupWithRoom()
+RowGroup* JobListWidget::lastGroupWithRoom()
 {
-    return m_blocks.empty() || m_blocks.back()->rows()->count() >= m_rowsPerGroup ? addBlock(m_blocks.size())
-                                                                                 : m_blocks.back();
+    return m_groups.empty() || m_groups.back()->rows()->count() >= m_rowsPerGroup ? addGroup(m_groups.size())
+                                                                                  : m_groups.back();
 }
 
-void JobListWidget::dropEmptyBlocks()
+void JobListWidget::dropEmptyGroups()
 {
-    for (auto it = m_blocks.begin(); it != m_blocks.end();) {
-        RowBlock* block = *it;
-        if (block->rows()->count() > 0) {
+    for (auto it = m_groups.begin(); it != m_groups.end();) {
+        RowGroup* group = *it;
+        if (group->rows()->count() > 0) {
             ++it;
             continue;
         }
-        m_layout->removeWidget(block);
-        block->hide();
+        m_layout->removeWidget(group);
+        group->hide();
         // Deferred with the rows it held: a row's own button may be what asked for this refresh.
-        block->deleteLater();
-        it = m_blocks.erase(it);
+        group->deleteLater();
+        it = m_groups.erase(it);
     }
 }
 
 QRect JobListWidget::rowGeometry(const JobRowWidget* row) const
 {
-    const QWidget* block = row->parentWidget();
-    return block == this ? row->geometry() : row->geometry().translated(block->pos());
+    const QWidget* group = row->parentWidget();
+    return group == this ? row->geometry() : row->geometry().translated(group->pos());
 }
 
 void JobListWidget::updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh)

@@ -28,7 +28,7 @@ namespace CvJobs {
 
 class JobColumns;
 class JobRowWidget;
-class RowBlock;
+class RowGroup;
 
 // The rows of the jobs table. A new list from the service is matched to the rows by job id: rows
 // are updated in place, added, removed and moved into the service's order. New rows are built in
@@ -114,13 +114,13 @@ private:
     // Made in the group it is likely to stay in: moving a row to another parent restyles all of it.
     JobRowWidget* createRow(const CorvelService::JobDescription& job, QWidget* group);
     void placeRows(const std::vector<JobRowWidget*>& ordered, const std::vector<JobRowWidget*>& created);
-    RowBlock* addBlock(size_t at);
+    RowGroup* addGroup(size_t at);
     // Puts a new row right after `previous` (at the top when null), or after the last row.
-    void insertIntoBlocks(JobRowWidget* row, JobRowWidget* previous);
+    void insertIntoGroups(JobRowWidget* row, JobRowWidget* previous);
     // The last group when it has room, else a new one after it.
-    RowBlock* lastGroupWithRoom();
-    void dropEmptyBlocks();
-    // A row's place in this widget (its own geometry is within its block).
+    RowGroup* lastGroupWithRoom();
+    void dropEmptyGroups();
+    // A row's place in this widget (its own geometry is within its group).
     QRect rowGeometry(const JobRowWidget* row) const;
     void updateColumns(int changedColumns, const std::vector<JobRowWidget*>& fresh);
     void stitchTabOrder(size_t index);
@@ -143,7 +143,7 @@ private:
     std::vector<CorvelService::JobDescription> m_cache;
     std::vector<JobRowWidget*> m_rows;
     // The rows in groups, top to bottom, before the room kept for rows still to be built.
-    std::vector<RowBlock*> m_blocks;
+    std::vector<RowGroup*> m_groups;
     int m_rowsPerGroup = 32;
     size_t m_pendingRows = 0;
     QTimer m_sliceTimer;

@@ -309,6 +309,7 @@ private slots:
         next[0].current_work.text = "Now with a text";
         next[3].description = "short";
         std::swap(next[1], next[5]);
+        next.push_back(makeJob("late", JobStatus::Running, JobAction::Stop));
         poll(*m_connection);
         QVERIFY(focused && focused->hasFocus());
 
@@ -338,7 +339,7 @@ private slots:
         }
         QVERIFY2(changed == built, "the rows changed in place differ from a fresh build (images in the temp folder)");
         QCOMPARE(tabOrder(table->jobList()), (QStringList{"job-0:Stop", "job-5:Stop", "added:Please wait", "job-2:Stop",
-                                                          "job-1:Start", "job-1:Delete Job"}));
+                                                          "job-1:Start", "job-1:Delete Job", "late:Stop"}));
     }
 
     // The row follows its job in place without changing height, so the rows below stay under the
