@@ -231,7 +231,7 @@ void JobListWidget::followFocusToEnd(JobRowWidget* row)
     if (m_pendingRows == 0 || m_rows.empty() || row != m_rows.back() || focused != row->lastFocusable())
         return;
     m_focusHeldAt = focused;
-    emit rowRevealed(row);
+    reveal(row);
     buildInReach();
 }
 
@@ -252,7 +252,16 @@ void JobListWidget::focusEndPending()
     JobRowWidget* last = m_rows.back();
     if (QWidget* control = last->lastFocusable())
         control->setFocus(Qt::BacktabFocusReason);
-    emit rowRevealed(last);
+    reveal(last);
+}
+
+void JobListWidget::reveal(JobRowWidget* row)
+{
+    // Laid out now, so that the row's place is known: this list places the groups, the group its rows.
+    m_layout->activate();
+    if (QWidget* group = row->parentWidget(); group != this)
+        static_cast<RowGroup*>(group)->rows()->activate();
+    emit rowRevealed(row);
 }
 
 void JobListWidget::revealJob(const std::string& jobId)
@@ -281,7 +290,7 @@ void JobListWidget::revealPending()
         row->style()->unpolish(row);
         row->style()->polish(row);
     });
-    emit rowRevealed(row);
+    reveal(row);
 }
 
 bool JobListWidget::updateSameRows()

@@ -88,7 +88,8 @@ signals:
     void actionTaken(const QString& jobId, const QString& action);
     // A column's minimum width changed.
     void columnsChanged();
-    // The row of the job asked for by revealJob is there: scroll it into view.
+    // The row of the job asked for by revealJob, or of the keyboard's focus, is there and laid out at
+    // its place: scroll it into view.
     void rowRevealed(QWidget* row);
 
 protected:
@@ -128,6 +129,7 @@ private:
     void reportChanges(const std::vector<CorvelService::JobDescription>& jobs);
     void trackUnbuilt(const std::vector<CorvelService::JobDescription>& jobs);
     void revealPending();
+    void reveal(JobRowWidget* row);
     // Shift+Tab from below reached `row`, the last built one: the focus belongs on the last job's.
     void followFocusToEnd(JobRowWidget* row);
     void focusEndPending();

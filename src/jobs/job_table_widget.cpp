@@ -50,13 +50,8 @@ JobTableWidget::JobTableWidget(CorvelService::ServiceConnection& connection, con
     // Tab goes from row to row; the scroll areas themselves are no stops.
     m_headerScrollArea->setFocusPolicy(Qt::NoFocus);
     m_listScrollArea->setFocusPolicy(Qt::NoFocus);
-    connect(m_list, &JobListWidget::rowRevealed, this, [this](QWidget* row) {
-        // The list places the row's group, then the group the row.
-        m_list->layout()->activate();
-        if (QWidget* group = row->parentWidget(); group != m_list && group->layout())
-            group->layout()->activate();
-        m_listScrollArea->ensureWidgetVisible(row, 0, 0);
-    });
+    connect(m_list, &JobListWidget::rowRevealed, this,
+            [this](QWidget* row) { m_listScrollArea->ensureWidgetVisible(row, 0, 0); });
     m_listScrollArea->setWidget(m_list);
     m_listScrollArea->setWidgetResizable(true);
     m_listScrollArea->setFrameShape(QFrame::NoFrame);

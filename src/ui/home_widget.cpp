@@ -7,7 +7,6 @@
 #include "ui/ui_texts.h"
 #include "widgets/glyph.h"
 #include "widgets/icon_font.h"
-#include "widgets/initial_focus.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -53,8 +52,6 @@ HomeWidget::HomeWidget(CorvelService::ServiceConnection& connection, const Corve
     buttons->addWidget(m_history, 0, Qt::AlignBottom);
     buttons->addWidget(m_newRecovery, 0, Qt::AlignBottom);
     layout->addLayout(buttons);
-    CorvelWidgets::pressOnReturn(m_history);
-    CorvelWidgets::pressOnReturn(m_newRecovery);
     // Top to bottom: the jobs, then the buttons under them.
     m_jobTable->jobList()->setControlsAfter({m_history, m_newRecovery});
 

@@ -25,6 +25,7 @@
 
 #include "widgets/cv_title_bar.h"
 #include "widgets/glyph.h"
+#include "widgets/initial_focus.h"
 #include "widgets/user_menu_button.h"
 
 #include <QAction>
@@ -34,6 +35,7 @@
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QMenu>
+#include <QPushButton>
 #include <QShortcut>
 #include <QSystemTrayIcon>
 #include <QUrl>
@@ -118,6 +120,12 @@ MainWindow::MainWindow(TmxAuth::AuthSession& session, const CorvelWidgets::IconF
         notifier = std::move(banner);
     }
     setNotifier(std::move(notifier), Clock::system());
+    // This window is a dialog, which looks through every push button it holds each time the focus
+    // comes to or leaves an auto-default one: with the jobs' rows, tens of milliseconds a key. Its
+    // buttons take Return themselves instead (the rows' buttons do so where they are made).
+    for (QPushButton* button : findChildren<QPushButton*>())
+        if (button->autoDefault() && button->window() == this)
+            CorvelWidgets::pressOnReturn(button);
 
     m_updateCheck = QtConcurrent::run(this, &MainWindow::runUpdateCheck);
 }
